@@ -1,0 +1,143 @@
+/*
+** qvstring: text for the qv support library.
+**
+** Narrow text is a NUL-terminated array of char holding UTF-8; narrow
+** operations carry the prefix Str or the suffix A. Wide text is a
+** NUL-terminated array of 32-bit wchar_t, one code point per element;
+** wide operations carry the prefix Tcs or no suffix. Only the converters
+** (A2T_*, T2A_*, UTF8_*) decode UTF-8: every other narrow operation treats
+** a byte as a character.
+**
+** Sizes of destination buffers count elements of the destination and
+** include the terminator. A "greatest length" does not count it: the
+** buffer must hold one element more. Functions that return new memory
+** hand it to the caller, who releases it with free(). Nothing here prints.
+*/
+#ifndef QVSTRING_H
+#define QVSTRING_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <wchar.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- String utilities ------------------------------------------------ */
+
+/* Cuts trailing white space (isspace of the byte as a signed char, iswspace
+** for wide text) in place; leading white space stays. Returns s. */
+char *StrTrim(char *s);
+wchar_t *TcsTrim(wchar_t *s);
+
+/* New malloc'd copy of s, or null when s is null or memory runs out. */
+char *StrDupPlain(const char *s);
+char *StrDup(const char *s);
+wchar_t *TcsDup(const wchar_t *s);
+
+/* Fold case in place (tolower/toupper of the byte as a signed char,
+** towlower/towupper for wide text). Returns the position of the terminating
+** NUL, not the start, so that a caller can append; null gives null. */
+char *StrLower(char *s);
+char *StrUpper(char *s);
+wchar_t *TcsLower(wchar_t *s);
+wchar_t *TcsUpper(wchar_t *s);
+
+/* Removes up to count characters at pos; returns the new length. A pos at
+** or past the end changes nothing and returns the length. */
+size_t StrDel(char *s, size_t pos, size_t count);
+size_t TcsDel(wchar_t *s, size_t pos, size_t count);
+
+/* Inserts as much of ins at pos as maxLen (greatest length, terminator not
+** counted) allows; returns the new length, or 0 when pos is past the end. */
+size_t TcsIns(wchar_t *s, size_t pos, const wchar_t *ins, size_t maxLen);
+
+/* Inserts count copies of ch at pos within maxLen; returns the new length,
+** or 0 when pos is past the end. TcsCIns fills each inserted wide character
+** with the low byte of ch repeated in all four bytes (U+0041 gives
+** 0x41414141); TcsjRight pads with real blanks. */
+size_t StrCIns(char *s, size_t pos, int ch, size_t count, size_t maxLen);
+size_t TcsCIns(wchar_t *s, size_t pos, wchar_t ch, size_t count, size_t maxLen);
+
+/* Moves the text left over its leading white space. Returns s. */
+wchar_t *TcsjLeft(wchar_t *s);
+
+/* Pads on the left with U+0020 up to width characters (never cuts); the
+** buffer must hold width + 1 characters. Returns s. */
+wchar_t *TcsjRight(wchar_t *s, size_t width);
+
+/* 1 when s ends with suffix (exactly, or ignoring case when caseSensitive
+** is 0), else 0. An empty or null suffix never matches; a null s counts as
+** empty. */
+int StrEndsWith(const char *s, const char *suffix, int caseSensitive);
+int TcsEndsWith(const wchar_t *s, const wchar_t *suffix, int caseSensitive);
+
+/* ---- UTF-8 and wide text conversion ---------------------------------- */
+/*
+** The encoding is the 31-bit form of UTF-8: 1 to 6 bytes when encoding, no
+** range check against U+10FFFF, surrogates pass like any value. Decoding
+** policy for bad input: a stray continuation byte 0x80..0xBF stands for
+** itself (U+0080..U+00BF); a lead byte 0xF9..0xFF is dropped alone; a
+** sequence with a bad continuation byte is dropped whole (all its bytes
+** consumed, but never past the terminating NUL); overlong forms are
+** dropped. Lead bytes 0xC0/0xC1 therefore never yield anything, and 5-byte
+** sequences decode only from the lead 0xF8.
+*/
+
+/* Length of the sequence that the lead byte ch starts: 1 below 0xC0, 2..6
+** for 0xC0..0xFD, 0 above (and for negative ch). */
+int UTF8_chlen(int ch);
+
+/* Decodes src into dst (at most size characters; terminated only when there
+** is room). With dst null counts the whole text and ignores size. Returns
+** the characters stored or counted, terminator not counted. */
+size_t UTF8_mbstowcs(wchar_t *dst, const char *src, size_t size);
+
+/* As UTF8_mbstowcs; *pSkipped (never null) becomes 1 if input was dropped. */
+size_t UTF8_mbstowcs_skip(wchar_t *dst, const char *src, size_t size, int *pSkipped);
+
+/* Encodes src into dst. The limit is tested before each character only, so
+** up to five bytes may be stored past size: callers that need a hard limit
+** use T2A_cpy. With dst null returns the full encoded length. */
+size_t UTF8_wcstombs(char *dst, const wchar_t *src, size_t size);
+
+/* Characters that src decodes to / bytes of the encoding of src; the
+** terminator is not counted and null gives 0. A leading byte order mark
+** counts as one character in A2T_len. */
+size_t A2T_len(const char *src);
+size_t T2A_len(const wchar_t *src);
+
+/* Copy into dst of size elements (size >= 1; a size of 0 stores nothing),
+** always terminated. A2T_cpy skips a leading UTF-8 byte order mark and keeps
+** whole characters; T2A_cpy cuts at byte size - 1 even inside a sequence.
+** A null src gives an empty text. Both return dst. */
+wchar_t *A2T_cpy(wchar_t *dst, size_t size, const char *src);
+char *T2A_cpy(char *dst, size_t size, const wchar_t *src);
+
+/* New malloc'd conversion of src, or null when src is null or memory runs
+** out. The caller frees it. */
+wchar_t *A2T_dup(const char *src);
+char *T2A_dup(const wchar_t *src);
+
+/* Lossy copy without UTF-8: each wide character stored as its low byte, at
+** most size - 1 of them, then a NUL. src must not be null. Returns dst. */
+char *T2A_cpyasc(char *dst, size_t size, const wchar_t *src);
+
+/* U+FF01..U+FF5E become U+0021..U+007E; every other value is returned
+** unchanged. */
+wchar_t MapAsciiWideToNarrow(wchar_t ch);
+
+/* ---- Search and replace ---------------------------------------------- */
+
+/* ---- Character width and case-insensitive comparison ----------------- */
+
+/* ---- Double to text in a fixed width --------------------------------- */
+
+/* ---- Hex doubles and date stamps ------------------------------------- */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* QVSTRING_H */
