@@ -41,7 +41,9 @@ int FFileMaskMatch(const wchar_t *name, const wchar_t *mask);
 wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count, int files);
 
 /* As FileListByMask with the mask "*." followed by ext (a leading '.' of ext
-** is skipped). An extension too long for the mask buffer lists nothing. */
+** is skipped; a null ext counts as empty). The mask is built in a buffer of
+** 260 wide characters: an extension longer than 257 characters (after its
+** dot) lists nothing (null, *count = 0). */
 wchar_t **FileListByExt(const wchar_t *folder, const wchar_t *ext, int *count, int files);
 
 /* ---- Files and paths ------------------------------------------------- */
@@ -51,12 +53,13 @@ wchar_t **FileListByExt(const wchar_t *folder, const wchar_t *ext, int *count, i
 /* ---- File name parts ------------------------------------------------- */
 
 /* The base name inside path: after the last '/' or '\\', else after the
-** last ':', else path itself. Points into path. */
+** last ':', else path itself. Points into path; a null path gives null. */
 wchar_t *SFileBase(const wchar_t *path);
 char *SFileBaseA(const char *path);
 
 /* The extension inside path, dot included: the last '.' of the base name,
-** or the terminator when the base name has none. Points into path. */
+** or the terminator when the base name has none. Points into path; a null
+** path gives null. */
 wchar_t *SFileExt(const wchar_t *path);
 char *SFileExtA(const char *path);
 

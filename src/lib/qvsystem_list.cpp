@@ -1,0 +1,170 @@
+// qvsystem_list: the files (or subfolders) of one folder whose names fit a
+// wildcard mask, as a plain table of new wide strings.
+//
+// Names are tested as wide text, case-sensitively, one code point against
+// one mask character. The table starts with room for kGrowBy entries and
+// grows by kGrowBy; an empty result is a null table with a count of 0, so
+// callers never see an empty table. Each name passes through a fixed
+// conversion buffer of kNameBuffer wide characters: a longer name is cut
+// there (whole characters only) rather than overflowing it.
+
+#include "qvsystem.h"
+
+#include "qvstring.h"
+
+#include <dirent.h>
+
+#include <cstdlib>
+#include <cwchar>
+
+namespace {
+
+constexpr int kGrowBy = 50;
+constexpr size_t kNameBuffer = 512;
+// Room for "*." + extension + terminator in FileListByExt.
+constexpr size_t kExtMaskBuffer = 260;
+
+bool isFolderSeparator(wchar_t ch) { return ch == L'/' || ch == L'\\'; }
+
+bool entryHasWantedType(const dirent *entry, int files)
+{
+    return files ? entry->d_type == DT_REG : entry->d_type == DT_DIR;
+}
+
+// Appends a copy of name; grows the table when it is full. false when memory
+// runs out, in which case the table holds what it held before.
+bool appendName(wchar_t ***table, int *capacity, int *count, const wchar_t *name)
+{
+    if (*count == *capacity) {
+        auto grown = static_cast<wchar_t **>(
+            realloc(*table, sizeof(wchar_t *) * static_cast<size_t>(*capacity + kGrowBy)));
+        if (!grown)
+            return false;
+        *table = grown;
+        *capacity += kGrowBy;
+    }
+    wchar_t *copy = TcsDup(name);
+    if (!copy)
+        return false;
+    (*table)[(*count)++] = copy;
+    return true;
+}
+
+wchar_t **listFolder(const wchar_t *folder, const wchar_t *mask, int *count, int files)
+{
+    char *narrowFolder = T2A_dup(folder);
+    if (!narrowFolder)
+        return nullptr;
+    DIR *dir = opendir(narrowFolder);
+    free(narrowFolder);
+    if (!dir)
+        return nullptr;
+
+    int capacity = kGrowBy;
+    auto table = static_cast<wchar_t **>(malloc(sizeof(wchar_t *) * kGrowBy));
+    if (!table) {
+        closedir(dir);
+        return nullptr;
+    }
+
+    int found = 0;
+    wchar_t name[kNameBuffer];
+    while (const dirent *entry = readdir(dir)) {
+        if (entry->d_ino == 0 || entry->d_name[0] == '.' || !entryHasWantedType(entry, files))
+            continue;
+        A2T_cpy(name, kNameBuffer, entry->d_name);
+        if (!FFileMaskMatch(name, mask))
+            continue;
+        if (!appendName(&table, &capacity, &found, name))
+            break;
+    }
+    closedir(dir);
+
+    if (found == 0) {
+        free(table);
+        return nullptr;
+    }
+    *count = found;
+    return table;
+}
+
+} // namespace
+
+extern "C" int FFileMaskMatch(const wchar_t *name, const wchar_t *mask)
+{
+    if (!name || !mask || mask[0] == L'\0')
+        return 0;
+    const size_t length = wcslen(name);
+    size_t pos = 0;
+    for (const wchar_t *maskChar = mask; *maskChar; ++maskChar) {
+        if (pos >= length)
+            return 0;
+        if (*maskChar == L'?') {
+            ++pos;
+        } else if (*maskChar == L'*') {
+            if (maskChar[1] == L'\0')
+                return 1;
+            // A star stops at the next dot so that "*.txt" means one extension.
+            while (pos < length && name[pos] != L'.')
+                ++pos;
+        } else {
+            if (name[pos] != *maskChar)
+                return 0;
+            ++pos;
+        }
+    }
+    return pos == length ? 1 : 0;
+}
+
+extern "C" wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count, int files)
+{
+    int ignored = 0;
+    if (!count)
+        count = &ignored;
+    *count = 0;
+    if (!folder || folder[0] == L'\0')
+        return nullptr;
+    if (mask)
+        return listFolder(folder, mask, count, files);
+
+    // No mask: the path's last component is the mask.
+    wchar_t *copy = TcsDup(folder);
+    if (!copy)
+        return nullptr;
+    wchar_t *split = nullptr;
+    for (wchar_t *pos = copy; *pos; ++pos)
+        if (isFolderSeparator(*pos))
+            split = pos;
+    if (!split)
+        split = wcsrchr(copy, L':');
+
+    wchar_t **table;
+    if (split) {
+        *split = L'\0';
+        table = listFolder(copy, split + 1, count, files);
+    } else {
+        table = listFolder(L".", copy, count, files);
+    }
+    free(copy);
+    return table;
+}
+
+extern "C" wchar_t **FileListByExt(const wchar_t *folder, const wchar_t *ext, int *count, int files)
+{
+    int ignored = 0;
+    if (!count)
+        count = &ignored;
+    *count = 0;
+    if (!ext)
+        ext = L"";
+    if (ext[0] == L'.')
+        ++ext;
+    const size_t extLength = wcslen(ext);
+    wchar_t mask[kExtMaskBuffer];
+    if (extLength > kExtMaskBuffer - 3)
+        return nullptr;
+    mask[0] = L'*';
+    mask[1] = L'.';
+    wmemcpy(mask + 2, ext, extLength + 1);
+    return FileListByMask(folder, mask, count, files);
+}
