@@ -132,6 +132,26 @@ wchar_t MapAsciiWideToNarrow(wchar_t ch);
 
 /* ---- Character width and case-insensitive comparison ----------------- */
 
+/* Columns that ch takes on a fixed-width terminal: 0 for combining and
+** other zero-width marks, 2 for East Asian wide and full-width forms, 1
+** otherwise. A fixed table, independent of the locale; every value below
+** 256 (negative ones and 0 included) is 1. */
+int GetUnicodeWidth(int ch);
+
+/* Compares a and b with both sides passed through towlower; the result is
+** the difference of the first lowered pair that differs (or of the pair at
+** the end of a), so 0 for texts equal but for case. Neither may be null. */
+int WcsCaseCmp(const wchar_t *a, const wchar_t *b);
+
+/* As WcsCaseCmp over at most n characters. n = 0 gives 0 without reading
+** a or b (which may then be null). */
+int WcsNCaseCmp(const wchar_t *a, const wchar_t *b, size_t n);
+
+/* Sort callbacks over an array of wide-text pointers: wcscmp and wcscasecmp
+** of the texts that a and b point to. */
+int ILexCmp(const wchar_t **a, const wchar_t **b);
+int ILexiCmp(const wchar_t **a, const wchar_t **b);
+
 /* ---- Double to text in a fixed width --------------------------------- */
 
 /* ---- Hex doubles and date stamps ------------------------------------- */
