@@ -130,6 +130,52 @@ wchar_t MapAsciiWideToNarrow(wchar_t ch);
 
 /* ---- Search and replace ---------------------------------------------- */
 
+/* Replaces pat by rep (null rep = empty) in place, left to right, at most
+** maxCount times; replacement text is never searched again. The text may
+** grow to maxLen characters (terminator not counted: the buffer must hold
+** maxLen + 1); a replacement that would pass it ends the call. Returns the
+** replacements made; null text, null pat or maxCount 0 give 0. An empty
+** pat with an empty rep changes nothing and returns maxCount; an empty pat
+** with a non-empty rep inserts rep repeatedly at the start. */
+size_t StrRep(char *text, const char *rep, const char *pat, size_t maxCount, size_t maxLen);
+size_t TcsRep(wchar_t *text, const wchar_t *rep, const wchar_t *pat, size_t maxCount, size_t maxLen);
+
+/* lineMode bits for the copying family: 1 = the match must end a line
+** (followed by NUL, CR or LF), 2 = it must begin one (after LF or at the
+** start). 1 when a match between the characters prev and next (0 at either
+** end of the text) suits lineMode, else 0. */
+int StrRepMatchesPosition(int prev, int next, int lineMode);
+
+/* Counts the replacements that StrCpyRep will make on text (textLen bytes,
+** NUL-terminated right there) and stores the result's length in *newLen
+** (may be null). maxCount below 0 means no limit; every candidate, accepted
+** or refused by lineMode, costs one unit of it. caseSensitive 0 compares
+** through tolower. An empty pat counts lines (LF bytes + 1, 1 for an empty
+** text) and is meaningful only with lineMode 1 or 2 and a non-empty rep,
+** else 0; its *newLen (textLen + R x count) is an upper bound. A null text
+** or pat gives 0. */
+size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const char *pat,
+                     int maxCount, size_t *newLen, int caseSensitive, unsigned lineMode);
+
+/* Writes src (srcLen bytes, NUL-terminated there) with pat replaced by rep
+** into dst of dstSize bytes and returns the replacements made, walking
+** exactly as StrCpyRepSize. Give dst the new length that StrCpyRepSize
+** reports plus one: nothing is then written past that. A replacement that
+** does not fit ends the call early (dst is then undefined); with a short dst
+** the rest after the last replacement is cut to fit. maxCount 0 copies src.
+** An empty pat with lineMode 2 (1) puts rep in place of the first (last)
+** byte of each line; with an empty rep, srcLen 0 or another lineMode it
+** writes nothing and returns 0. Null dst, src or pat give 0. */
+size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep,
+                 const char *pat, int maxCount, int caseSensitive, unsigned lineMode);
+
+/* Overwrites every character equal to oldCh with newCh (note the order) and
+** returns how many. Narrow bytes are compared as signed char, so oldCh must
+** be given in -128..127 to match a byte above 0x7F. Null or empty text
+** gives 0. */
+size_t StrRepCh(char *text, int newCh, int oldCh);
+size_t TcsRepCh(wchar_t *text, wchar_t newCh, wchar_t oldCh);
+
 /* ---- Character width and case-insensitive comparison ----------------- */
 
 /* Columns that ch takes on a fixed-width terminal: 0 for combining and
