@@ -1,1 +1,149 @@
-// placeholder
+// Command line and run driver.
+//
+// Arguments are options ("-" and one letter, anywhere on the line) or plain
+// arguments, which take their roles by order: pattern, folder, file masks
+// (each later mask argument replaces the one before). Under -l there is no
+// pattern: the first plain argument is the folder, the second the masks.
+#include "cmdline.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <unistd.h>
+
+#include "fyndle.h"
+#include "pattern.h"
+#include "qvstring.h"
+#include "walk.h"
+
+namespace {
+
+const char sProgram_[] = "fyndle";
+const char sVersion[] = "version 1.20";
+const char sNotice[] = "Copyright (c) 2026 the fyndle developers";
+const char sUsage[] =
+    "Searches files for text patterns\n\nUsage:\t%s [-options] pattern directory filetypes\n\n"
+    "options:\n"
+    "  -s  also search subdirectories\n"
+    "  -f  list file names only\n"
+    "  -b  binary search (default is text line search)\n"
+    "  -c  case sensitive search (default is case insensitive)\n"
+    "  -l  just count number of lines in files (no pattern search)\n"
+    "  -r  regular expression search\n"
+    "  -v  verbose\n"
+    "  -w  match word\n"
+    "\n";
+
+// The longest pattern kept; a longer one is cut to this many bytes.
+constexpr size_t kPatternMax = 31;
+
+// printf of a null text, as the C library shows it.
+const char *shown(const char *text)
+{
+    return text != nullptr ? text : "(null)";
+}
+
+bool setOption(char letter)
+{
+    switch (letter) {
+    case 'b': g_fBinary = 1; return true;
+    case 'c': g_fMatchCase = 1; return true;
+    case 'f': g_fFileNamesOnly = 1; return true;
+    case 'l': g_fCountLines = 1; return true;
+    case 'r': g_fRegExp = 1; return true;
+    case 's': g_fDoSubdirectories = 1; return true;
+    case 'v': g_fVerbose = 1; return true;
+    case 'w': g_fMatchWord = 1; return true;
+    default: return false;  // unknown letters are ignored
+    }
+}
+
+char *maskCopy(const char *text)
+{
+    char *copy = StrDup(text);
+    for (char *at = copy; at != nullptr && *at != 0; ++at)
+        if (*at == ',' || *at == ' ')
+            *at = ';';
+    return copy;
+}
+
+} // namespace
+
+int PopErrorMessage(const char *text)
+{
+    return wprintf(L"%s", text);
+}
+
+int RunFyndle(int argc, char **argv)
+{
+    // Reports can be many: write them in large blocks unless a person watches.
+    static char outputBuffer[1 << 16];
+    if (!isatty(STDOUT_FILENO))
+        setvbuf(stdout, outputBuffer, _IOFBF, sizeof outputBuffer);
+
+    printf("\n%s %s %s\n", sProgram_, sVersion, sNotice);
+    if (argc < 2) {
+        printf(sUsage, sProgram_);
+        exit(0);
+    }
+
+    char *directory = nullptr;
+    char *masks = nullptr;
+    int plainCount = 0;
+    for (int i = 1; i < argc; ++i) {
+        const char *argument = argv[i];
+        if (argument == nullptr || argument[0] == 0)
+            continue;
+        if (argument[0] == '-' && argument[1] != 0 && argument[2] == 0) {
+            setOption(argument[1]);
+            continue;
+        }
+        if (plainCount == 0) {
+            g_sPattern = StrDup(argument);
+        } else if (plainCount == 1) {
+            directory = StrDup(argument);
+        } else {
+            free(masks);
+            masks = maskCopy(argument);
+        }
+        ++plainCount;
+    }
+
+    if (g_fCountLines) {
+        // No pattern: the plain arguments shift down one role.
+        char *folder = g_sPattern;
+        g_sPattern = nullptr;
+        FRunMask(folder, directory);
+        return 0;
+    }
+    if (g_sPattern == nullptr) {
+        printf("No search pattern specified");
+        exit(1);
+    }
+    if (g_fVerbose)
+        printf("Searching for \"%s\" from \"%s\" in files \"%s\"\n", g_sPattern, shown(directory), shown(masks));
+    else
+        printf("Searching for \"%s\"\n", g_sPattern);
+
+    if (strlen(g_sPattern) > kPatternMax) {
+        g_sPattern[kPatternMax] = 0;
+        printf("Warning: pattern is too long, truncated to: \"%s\"\n", g_sPattern);
+        if (g_fMatchWord) {
+            g_fMatchWord = 0;
+            printf("Warning: word matching switched off\n");
+        }
+    }
+    if (!g_fMatchCase)
+        StrLower(g_sPattern);
+    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, g_sPattern, &g_chFirst, g_fRegExp);
+    if (g_cPattern == 0) {
+        printf("Syntax error in search pattern");
+        exit(1);
+    }
+    if (!g_fMatchCase)
+        WidenPatternForCase(g_aiPattern);
+    fflush(stdout);
+    FRunMask(directory, masks);
+    return 0;
+}

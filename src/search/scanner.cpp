@@ -1,1 +1,183 @@
-// placeholder
+// File scanner.
+//
+// A file is searched in windows of kWindowSize bytes. A window is cut after
+// its last newline at or beyond kCutFrom; the matcher searches the part up
+// to the cut, and what it did not consume, plus the tail after the cut, is
+// carried to the start of the next window. The windows are exactly those of
+// 5120-byte reads into one buffer, but the file is read in large chunks:
+// g_sBuffer holds the file bytes [bufferStart, bufferStart + bufferUsed)
+// and every window lies inside it.
+//
+// A case-insensitive search matches through widened pattern tables and
+// never rewrites the text. The one place where folding shows is a window's
+// leading bytes that the previous window had searched and carried: a
+// folding scanner would have folded them in place, so they print folded.
+#include "scanner.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "bytescan.h"
+#include "fyndle.h"
+#include "matcher.h"
+
+namespace {
+
+constexpr size_t kChunkSize = 256 * 1024;
+
+struct ChunkReader {
+    int fd;
+    int64_t size;         // size of the file when opened
+    int64_t bufferStart;  // file position of g_sBuffer[0]
+    int64_t bufferUsed;   // bytes of the file held in g_sBuffer
+    int64_t totalRead;    // bytes read from the file so far
+    bool atEnd;           // nothing more will be read
+
+    // Makes [position, position + want) resident, or as much of it as the
+    // file has. position must lie within the resident bytes or at their end.
+    void ensure(int64_t position, int64_t want);
+};
+
+} // namespace
+
+char g_sBuffer[kChunkSize];
+char g_sCopyBuffer[kWindowSize];
+
+int64_t getFileSize(int fd)
+{
+    struct stat status;
+    if (fstat(fd, &status) != 0)
+        return -1;
+    return status.st_size;
+}
+
+namespace {
+
+void ChunkReader::ensure(int64_t position, int64_t want)
+{
+    if (atEnd || position + want <= bufferStart + bufferUsed)
+        return;
+    int64_t keep = bufferStart + bufferUsed - position;
+    std::memmove(g_sBuffer, g_sBuffer + (position - bufferStart), static_cast<size_t>(keep));
+    bufferStart = position;
+    bufferUsed = keep;
+    while (bufferUsed < static_cast<int64_t>(kChunkSize)) {
+        ssize_t got = read(fd, g_sBuffer + bufferUsed, kChunkSize - static_cast<size_t>(bufferUsed));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0) {  // a read error ends the file like its end does
+            atEnd = true;
+            return;
+        }
+        bufferUsed += got;
+        totalRead += got;
+        if (totalRead >= size) {  // the file as it was when opened is all in
+            atEnd = true;
+            return;
+        }
+    }
+}
+
+int64_t countLines(int fd)
+{
+    int64_t lines = 0;
+    for (;;) {
+        ssize_t got = read(fd, g_sBuffer, kChunkSize);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return lines;
+        lines += CountNewlines(reinterpret_cast<const unsigned char *>(g_sBuffer), static_cast<size_t>(got));
+    }
+}
+
+bool hasUpperCase(const char *text, int len)
+{
+    for (int i = 0; i < len; ++i)
+        if (text[i] >= 'A' && text[i] <= 'Z')
+            return true;
+    return false;
+}
+
+int64_t searchFile(int fd, int64_t size, const char *path)
+{
+    ChunkReader reader{fd, size, 0, 0, 0, false};
+    const char *name = g_fFileNamesOnly ? nullptr : path;
+    int64_t offset = 0;       // running byte offset handed to the matcher
+    int64_t line = 0;         // running line counter
+    int64_t total = 0;
+    int64_t windowStart = 0;  // file position of the window's first byte
+    int carried = 0;          // bytes the window keeps from the last one
+    int folded = 0;           // leading bytes of the window a folding scanner would have folded
+    while (offset < size) {
+        reader.ensure(windowStart, kWindowSize);
+        int64_t fresh = reader.bufferStart + reader.bufferUsed - (windowStart + carried);
+        if (fresh <= 0)
+            break;
+        const int filled = carried + static_cast<int>(fresh < kWindowSize - carried ? fresh : kWindowSize - carried);
+        char *window = g_sBuffer + (windowStart - reader.bufferStart);
+
+        int searched = filled;
+        if (filled > kCutFrom) {
+            const void *newline = memrchr(window + kCutFrom, '\n', static_cast<size_t>(filled - kCutFrom));
+            if (newline != nullptr)
+                searched = static_cast<int>(static_cast<const char *>(newline) - window) + 1;
+        }
+
+        const char *print = window;
+        const int foldedHere = folded < searched ? folded : searched;
+        if (foldedHere > 0 && hasUpperCase(window, foldedHere)) {
+            std::memcpy(g_sCopyBuffer, window, static_cast<size_t>(searched));
+            for (int i = 0; i < foldedHere; ++i)
+                if (g_sCopyBuffer[i] >= 'A' && g_sCopyBuffer[i] <= 'Z')
+                    g_sCopyBuffer[i] = static_cast<char>(g_sCopyBuffer[i] - 'A' + 'a');
+            print = g_sCopyBuffer;
+        }
+
+        const int64_t before = offset;
+        total += iGrepText(name, window, searched, &offset, &line, print, g_fMatchWord);
+        const int64_t consumed = offset - before;
+        // A window in which nothing was consumed still moves on by one byte.
+        int64_t leftover = searched - consumed - (consumed == 0 ? 1 : 0);
+        if (leftover < 0)
+            leftover = 0;
+        const int advance = searched - static_cast<int>(leftover);
+        const int foldedEnd = g_fMatchCase ? 0 : (searched > folded ? searched : folded);
+        folded = foldedEnd > advance ? foldedEnd - advance : 0;
+        windowStart += advance;
+        carried = filled - advance;
+    }
+    return total;
+}
+
+} // namespace
+
+int64_t ScanFile(int dirFd, const char *name, const char *path)
+{
+    // O_NONBLOCK: a name that turned into a FIFO since it was listed must
+    // not hang the run.
+    int fd = openat(dirFd, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (g_fCountLines) {
+        if (fd < 0)
+            return 0;
+        int64_t lines = countLines(fd);
+        close(fd);
+        return lines;
+    }
+    if (fd < 0) {
+        printf("unable to open file %s\n", path);
+        return 0;
+    }
+    int64_t total = 0;
+    int64_t size = getFileSize(fd);
+    if (size > 0)
+        total = searchFile(fd, size, path);
+    close(fd);
+    if (g_fFileNamesOnly && total > 0)
+        printf("%s : %lld occurrence%s.\n", path, static_cast<long long>(total), total == 1 ? "" : "s");
+    return total;
+}

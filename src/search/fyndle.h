@@ -1,0 +1,49 @@
+// fyndle: the state that the pieces of the tool share.
+//
+// The tool is one single-threaded run: options are one-byte flags, the
+// compiled pattern lives in fixed tables, and the run counters are summed
+// by the file scanner and printed by the folder walk. Counters, offsets
+// and line numbers are 64-bit so that files and runs above 2 GiB count
+// right; below that they print exactly as 32-bit ints would.
+#pragma once
+
+#include <cstdint>
+
+// The file scanner searches a file in windows of this many bytes...
+inline constexpr int kWindowSize = 5120;
+// ...cut after the last newline found at or after this position (when the
+// window holds more bytes than that), so that lines are rarely split.
+inline constexpr int kCutFrom = 4801;
+// The compiled pattern has at most this many elements.
+inline constexpr int kMaxElements = 32;
+
+// Element flags of g_aiPatCount.
+inline constexpr uint32_t kFlagSingle = 0x00000001;   // exactly one byte
+inline constexpr uint32_t kFlagEnd = 0x04000000;      // after the last element
+inline constexpr uint32_t kFlagNegated = 0x08000000;  // accepts the bytes NOT in its set
+inline constexpr uint32_t kFlagOptional = 0x10000000; // one byte if it can, else passed over
+inline constexpr uint32_t kFlagStar = 0x20000000;     // zero or more bytes
+inline constexpr uint32_t kFlagPlus = 0x40000000;     // one or more bytes
+
+// Option flags: 0 at start, 1 once their option is seen.
+extern unsigned char g_fBinary;          // -b: report every match with its byte offset
+extern unsigned char g_fMatchCase;       // -c: case-sensitive search
+extern unsigned char g_fFileNamesOnly;   // -f: one line per file with its count
+extern unsigned char g_fCountLines;      // -l: count lines, no pattern
+extern unsigned char g_fRegExp;          // -r: the pattern is a regular expression
+extern unsigned char g_fDoSubdirectories;// -s: walk the subfolders too
+extern unsigned char g_fVerbose;         // -v: verbose lines
+extern unsigned char g_fMatchWord;       // -w: whole words only
+
+// The compiled pattern.
+extern uint32_t g_aiPattern[256];              // per byte value: bit k set when element k accepts it
+extern uint32_t g_aiPatCount[kMaxElements + 1];// per element: its flags; then the end marker
+extern int32_t g_aiMatchCount[kMaxElements + 1];// per element: bytes accepted in the current attempt
+extern int g_cPattern;                         // number of elements
+extern unsigned char g_chFirst;                // byte that element 0 must be, or 0
+extern char *g_sPattern;                       // the pattern text (heap copy)
+
+// Run counters, zeroed by FRunMask.
+extern int64_t g_cFilesTried; // files looked at
+extern int64_t g_cFiles;      // files with an occurrence (or a line, under -l)
+extern int64_t g_cCount;      // occurrences (or lines, under -l)
