@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-// The failure tests ask for absurd sizes; under the address sanitizer the
-// allocator must then return null as the real one does, not abort.
+// Failure tests of this program ask for absurd sizes; under the address
+// sanitizer the allocator must then return null as the real one does.
 extern "C" const char *__asan_default_options()
 {
     return "allocator_may_return_null=1";
