@@ -50,7 +50,9 @@ size_t StrDel(char *s, size_t pos, size_t count);
 size_t TcsDel(wchar_t *s, size_t pos, size_t count);
 
 /* Inserts as much of ins at pos as maxLen (greatest length, terminator not
-** counted) allows; returns the new length, or 0 when pos is past the end. */
+** counted) allows; returns the new length, or 0 when pos is past the end.
+** The room is maxLen - length in size_t arithmetic: a text already longer
+** than maxLen makes it wrap, and then all of ins goes in. */
 size_t TcsIns(wchar_t *s, size_t pos, const wchar_t *ins, size_t maxLen);
 
 /* Inserts count copies of ch at pos within maxLen; returns the new length,
@@ -121,7 +123,8 @@ wchar_t *A2T_dup(const char *src);
 char *T2A_dup(const wchar_t *src);
 
 /* Lossy copy without UTF-8: each wide character stored as its low byte, at
-** most size - 1 of them, then a NUL. src must not be null. Returns dst. */
+** most size - 1 of them, then a NUL. A size of 0 or 1 copies nothing but
+** still stores the NUL at dst[0]. src must not be null. Returns dst. */
 char *T2A_cpyasc(char *dst, size_t size, const wchar_t *src);
 
 /* U+FF01..U+FF5E become U+0021..U+007E; every other value is returned
