@@ -203,6 +203,19 @@ int ILexiCmp(const wchar_t **a, const wchar_t **b);
 
 /* ---- Double to text in a fixed width --------------------------------- */
 
+/* Prints x into s (size bytes, always terminated when size >= 1) in at most
+** width characters, with at most precision significant digits chosen from
+** the magnitude of x. An int that fits prints as "%d" unless keepDecimals
+** is set. mode 0 is plain; 1 drops the '+' of the exponent; 2 also drops the
+** '0' before the point for 1e-4 <= |x| < 1. Exponents lose their leading
+** zero ("1e-5"). keepDecimals 0 lets '%g' strip trailing zeros; above 0
+** zeros are kept down to that many fraction digits. Width below 8 or
+** precision below 1 gives "####" for anything but an int that fits; NaN
+** gives ".NaN", infinities "+.Inf" / "-.Inf". size must exceed width and be
+** at least 6 (the fixed texts); a smaller size cuts the text. Returns s. */
+char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals,
+                     double x);
+
 /* ---- Hex doubles and date stamps ------------------------------------- */
 
 #ifdef __cplusplus
