@@ -1,0 +1,21 @@
+// Captures what the tool's pieces print on standard output.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include <gtest/gtest.h>
+
+class StdoutCapture {
+public:
+    StdoutCapture()
+    {
+        fflush(stdout);
+        testing::internal::CaptureStdout();
+    }
+    std::string take()
+    {
+        fflush(stdout);
+        return testing::internal::GetCapturedStdout();
+    }
+};
