@@ -37,7 +37,9 @@ int FFileMaskMatch(const wchar_t *name, const wchar_t *mask);
 ** mask the last component of folder is the mask. Returns a plain table of
 ** new wide strings and sets *count, or null with *count = 0 when nothing is
 ** listed or the folder cannot be opened. Release with
-** TabFreePlain(list, *count, 1). */
+** TabFreePlain(list, *count, 1). Each name passes through a buffer of 512
+** wide characters (a longer one would be cut to 511 whole characters). When
+** memory runs out while listing, the names collected so far are returned. */
 wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count, int files);
 
 /* As FileListByMask with the mask "*." followed by ext (a leading '.' of ext
