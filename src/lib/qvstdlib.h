@@ -178,8 +178,10 @@ int MatCacheStatus(MatCache *pCache);
 
 /* As MatAllocBlock, but reuses the first cached block at least as large as
 ** the request (its capacity word is rewritten to the request's size). With
-** caching off: exactly MatAllocBlock. r = 0: null. Free with CMatFree or
-** MatFreeBlock. */
+** caching off: exactly MatAllocBlock. r = 0 or an element count beyond 32
+** bits: null, nothing counted. r < 0 is looked up as a 64-byte request: a
+** hit is handed out with no rows laid out, a miss gives null. Free with
+** CMatFree or MatFreeBlock. */
 double **CMatAllocBlock(int32_t r, int32_t c);
 
 /* Puts a matrix block (any block with the MatAllocBlock header) into the
