@@ -1,0 +1,227 @@
+#!/usr/bin/env bash
+# bench/run.sh: builds fyndle in Release and measures it side by side with
+# two read floors and two other search tools, on one folder tree.
+#
+#   bench/run.sh [--quick] [--no-big] [--micro]
+#
+#   --quick   3 runs per command instead of 10 (a rough look, not for docs)
+#   --no-big  skip the 1 GiB file (its memory and time rows)
+#   --micro   also run the microbenchmarks (bench_micro) at the end
+#
+# Environment (all optional):
+#   FYNDLE_BENCH_BUILD     build folder        (default: <repo>/build-bench)
+#   FYNDLE_BENCH_TREE      tree searched       (default: /usr/include)
+#   FYNDLE_BENCH_RUNS      timed runs/command  (default: 10)
+#   FYNDLE_BENCH_MAX_LOAD  wait until the 1-minute load is below this...
+#   FYNDLE_BENCH_WAIT      ...for at most this many seconds (default: 1.0, 600)
+#   TMPDIR                 where the 1 GiB file is made (default: /tmp)
+#
+# Every command writes its output to a file (never to /dev/null, which some
+# tools detect and use to stop early). Results go to <build>/bench-results:
+# table.txt (the table printed at the end), times.csv and times.json
+# (hyperfine's exports), memory.txt, and out/ with one output file per
+# command from a first, untimed pass.
+set -euo pipefail
+
+here=$(cd "$(dirname "$0")" && pwd)
+root=$(dirname "$here")
+build=${FYNDLE_BENCH_BUILD:-$root/build-bench}
+tree=${FYNDLE_BENCH_TREE:-/usr/include}
+runs=${FYNDLE_BENCH_RUNS:-10}
+max_load=${FYNDLE_BENCH_MAX_LOAD:-1.0}
+max_wait=${FYNDLE_BENCH_WAIT:-600}
+big=1
+micro=0
+for arg in "$@"; do
+  case "$arg" in
+    --quick) runs=3 ;;
+    --no-big) big=0 ;;
+    --micro) micro=1 ;;
+    -h|--help) sed -n '2,25p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    *) echo "unknown argument: $arg (see --help)"; exit 2 ;;
+  esac
+done
+
+# --- tools and build ------------------------------------------------------
+"$root/scripts/bootstrap" hyperfine ripgrep time libbenchmark-dev
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+      -DFYNDLE_BENCH=ON -DFYNDLE_TESTS=OFF >/dev/null
+cmake --build "$build" -j2 --target fyndle read_floor_5k read_floor_256k bench_micro
+
+fyndle=$build/fyndle
+floor5k=$build/bench/read_floor_5k
+floor256k=$build/bench/read_floor_256k
+results=$build/bench-results
+rm -rf "$results"
+mkdir -p "$results/out"
+
+# --- wait for a quiet machine ---------------------------------------------
+load1() { cut -d' ' -f1 /proc/loadavg; }
+waited=0
+while awk -v l="$(load1)" -v m="$max_load" 'BEGIN { exit !(l >= m) }' && [ "$waited" -lt "$max_wait" ]; do
+  [ "$waited" -eq 0 ] && echo "waiting for the 1-minute load ($(load1)) to fall below $max_load (at most ${max_wait}s)..."
+  sleep 15
+  waited=$((waited + 15))
+done
+
+{
+  echo "date:    $(date -u '+%Y-%m-%d %H:%M UTC')"
+  echo "machine: $(nproc) CPUs, $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//'), $(awk '/^MemTotal:/ { printf "%.1f GiB memory", $2 / 1048576 }' /proc/meminfo)"
+  echo "kernel:  $(uname -r)"
+  echo "tools:   $(hyperfine --version), $(rg --version | head -1), $(grep --version | head -1)"
+  echo "tree:    $tree ($("$floor5k" "$tree"))"
+  echo "runs:    $runs timed runs after 2 warm-up runs per command (warm cache)"
+  echo "load before: $(cut -d' ' -f1-3 /proc/loadavg) (1, 5, 15 minutes)"
+} | tee "$results/conditions.txt"
+
+# --- the commands -----------------------------------------------------------
+# Each entry: search name, tool, command line (split like a shell would).
+rg="rg -j1 --no-ignore"
+commands=(
+  "read floor"           "5120-byte reads"  "$floor5k $tree"
+  "read floor"           "256 KiB reads"    "$floor256k $tree"
+
+  "rare literal"         fyndle  "$fyndle -s pthread_mutex $tree"
+  "rare literal"         rg      "$rg -n -i -F pthread_mutex $tree"
+  "rare literal"         grep    "grep -r -n -i -F pthread_mutex $tree"
+
+  "frequent literal"     fyndle  "$fyndle -s struct $tree"
+  "frequent literal"     rg      "$rg -n -i -F struct $tree"
+  "frequent literal"     grep    "grep -r -n -i -F struct $tree"
+
+  "struct -c"          fyndle  "$fyndle -s -c struct $tree"
+  "struct -c"          rg      "$rg -n -s -F struct $tree"
+  "struct -c"          grep    "grep -r -n -F struct $tree"
+
+  "struct -w"          fyndle  "$fyndle -s -w struct $tree"
+  "struct -w"          rg      "$rg -n -i -w -F struct $tree"
+  "struct -w"          grep    "grep -r -n -i -w -F struct $tree"
+
+  "struct -b"          fyndle  "$fyndle -s -b struct $tree"
+  "struct -b"          rg      "$rg -i -F -b -o struct $tree"
+  "struct -b"          grep    "grep -r -i -F -b -o struct $tree"
+
+  "struct -f"          fyndle  "$fyndle -s -f struct $tree"
+  "struct -f"          rg      "$rg -c -i -F struct $tree"
+  "struct -f"          grep    "grep -r -c -i -F struct $tree"
+
+  "lines -l"           fyndle  "$fyndle -s -l $tree"
+  "lines -l"           rg      "$rg -c '' $tree"
+  "lines -l"           grep    "grep -r -c '' $tree"
+
+  "regex s[a-z]*_t"     fyndle  "$fyndle -s -r 's[a-z]*_t' $tree"
+  "regex s[a-z]*_t"     rg      "$rg -n -i -e 's[a-z]*_t' $tree"
+  "regex s[a-z]*_t"     grep    "grep -r -n -i -e 's[a-z]*_t' $tree"
+
+  "regex [sS]truct"     fyndle  "$fyndle -s -r '[sS]truct' $tree"
+  "regex [sS]truct"     rg      "$rg -n -i -e '[sS]truct' $tree"
+  "regex [sS]truct"     grep    "grep -r -n -i -e '[sS]truct' $tree"
+)
+
+echo "command,lines" >"$results/outlines.csv"
+# One untimed pass: every command's output in its own file, to check that
+# the tools did comparable work (the line counts go into the table).
+hyperfine_args=()
+for ((i = 0; i < ${#commands[@]}; i += 3)); do
+  search=${commands[i]} tool=${commands[i + 1]} cmd=${commands[i + 2]}
+  file="$results/out/$(echo "$search-$tool" | tr -c 'A-Za-z0-9\n' '_').txt"
+  eval "$cmd" >"$file" 2>&1 || true
+  echo "$search~$tool,$(wc -l <"$file")" >>"$results/outlines.csv"
+  hyperfine_args+=(-n "$search~$tool" "$cmd")
+done
+
+# The timed runs, side by side in one hyperfine run. -N: no shell, so the
+# patterns reach the tools as written and no shell start-up is timed.
+hyperfine -N -i --warmup 2 --runs "$runs" --style basic \
+  --output "$results/hyperfine-output.txt" \
+  --export-csv "$results/times.csv" --export-json "$results/times.json" \
+  "${hyperfine_args[@]}" | tee "$results/hyperfine.log" | grep -E '^(Benchmark|  Time)' || true
+
+echo "load after:  $(cut -d' ' -f1-3 /proc/loadavg)" | tee -a "$results/conditions.txt"
+
+# --- the table ---------------------------------------------------------------
+# Medians; each row's ratio to the 5120-byte read floor and to rg -j1 of the
+# same search; and, for fyndle, whether its target is met.
+awk -F, '
+  FNR == 1 { next }
+  FILENAME ~ /outlines/ { lines[$1] = $2; next }
+  {
+    split($1, key, "~"); s = key[1]; t = key[2]
+    median[s, t] = $4 * 1000
+    if (!(s in seen)) { seen[s] = 1; order[++n] = s }
+    tools[s] = tools[s] (tools[s] == "" ? "" : "~") t
+  }
+  END {
+    base = median["read floor", "5120-byte reads"]
+    printf "%-20s %-16s %10s %9s %8s %11s  %s\n", "search", "tool", "median ms", "x floor", "x rg", "out lines", "target"
+    for (i = 1; i <= n; i++) {
+      s = order[i]
+      m = split(tools[s], list, "~")
+      for (j = 1; j <= m; j++) {
+        t = list[j]; v = median[s, t]
+        rgv = ((s, "rg") in median) ? median[s, "rg"] : 0
+        xrg = rgv > 0 ? sprintf("%.2f", v / rgv) : "-"
+        target = ""
+        if (t == "fyndle") {
+          if (s == "rare literal")
+            target = (v <= 1.15 * base && v < rgv) ? "met (<=1.15x floor, < rg)" : "MISSED (<=1.15x floor, < rg)"
+          else if (s == "frequent literal")
+            target = (v < rgv) ? "met (< rg)" : "MISSED (< rg)"
+          else
+            target = (v <= 2 * base) ? "met (<=2x floor)" : "MISSED (<=2x floor)"
+        }
+        printf "%-20s %-16s %10.1f %9.2f %8s %11s  %s\n", (j == 1 ? s : ""), t, v, v / base, xrg, lines[s "~" t], target
+      }
+    }
+  }' "$results/outlines.csv" "$results/times.csv" | tee "$results/table.txt"
+
+# --- memory ------------------------------------------------------------------
+peak_kib() {  # peak resident set of a command, in KiB; its output goes to $1
+  local out=$1; shift
+  /usr/bin/time -v "$@" 2>"$results/time-v.txt" >"$out" || true
+  awk -F': ' '/Maximum resident set size/ { print $2 }' "$results/time-v.txt"
+}
+{
+  echo
+  echo "peak memory (maximum resident set size, /usr/bin/time -v):"
+  printf '  %-44s %8s KiB\n' "fyndle -s struct $tree" "$(peak_kib "$results/out/mem-frequent.txt" "$fyndle" -s struct "$tree")"
+  printf '  %-44s %8s KiB\n' "read_floor_5k $tree" "$(peak_kib "$results/out/mem-floor.txt" "$floor5k" "$tree")"
+} | tee "$results/memory.txt"
+
+if [ "$big" = 1 ]; then
+  work=$(mktemp -d "${TMPDIR:-/tmp}/fyndle-bench.XXXXXX")
+  trap 'rm -rf "$work"' EXIT
+  mkdir "$work/small" "$work/big"
+  # Header text, 64 MiB of it, repeated up to exactly 1 GiB.
+  find "$tree" -type f -name '*.h' -print0 | xargs -0 cat | head -c 64M >"$work/chunk" || true
+  : >"$work/big/big.txt"
+  while [ "$(stat -c %s "$work/big/big.txt")" -lt 1073741824 ]; do cat "$work/chunk" >>"$work/big/big.txt"; done
+  truncate -s 1G "$work/big/big.txt"
+  head -c 1M "$work/chunk" >"$work/small/small.txt"
+  rm "$work/chunk"
+  {
+    printf '  %-44s %8s KiB\n' "fyndle pthread_mutex <1 MiB file>" "$(peak_kib "$results/out/mem-small.txt" "$fyndle" pthread_mutex "$work/small/small.txt")"
+    printf '  %-44s %8s KiB\n' "fyndle pthread_mutex <1 GiB file>" "$(peak_kib "$results/out/mem-big.txt" "$fyndle" pthread_mutex "$work/big/big.txt")"
+    printf '  %-44s %8s KiB\n' "fyndle -b struct <1 GiB file>" "$(peak_kib "$results/out/mem-big-b.txt" "$fyndle" -b struct "$work/big/big.txt")"
+  } | tee -a "$results/memory.txt"
+
+  echo
+  echo "one 1 GiB file (medians of 5 runs after 1 warm-up):"
+  hyperfine -N -i --warmup 1 --runs 5 --style basic \
+    --output "$results/hyperfine-output-big.txt" --export-csv "$results/times-big.csv" \
+    -n "5120-byte reads" "$floor5k $work/big" \
+    -n "256 KiB reads" "$floor256k $work/big" \
+    -n "fyndle" "$fyndle -s pthread_mutex $work/big" \
+    -n "rg" "$rg -n -i -F pthread_mutex $work/big" >"$results/hyperfine-big.log" || true
+  awk -F, 'FNR == 1 { next } { m[++n] = $4 * 1000; name[n] = $1 }
+    END { for (i = 1; i <= n; i++) printf "  %-18s %10.1f ms %6.2f x floor\n", name[i], m[i], m[i] / m[1] }' \
+    "$results/times-big.csv" | tee "$results/table-big.txt"
+fi
+
+echo "load at end: $(cut -d' ' -f1-3 /proc/loadavg)" | tee -a "$results/conditions.txt"
+
+if [ "$micro" = 1 ]; then
+  "$build/bench/bench_micro" --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    | tee "$results/micro.txt"
+fi
+echo "results in $results"
