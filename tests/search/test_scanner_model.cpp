@@ -1,0 +1,316 @@
+// The file scanner against a model of the plain design it must reproduce
+// byte for byte: 5120-byte reads into one buffer, the cut after a newline,
+// the folded copy for printing, a matcher that scans byte by byte over the
+// folded text, and the carry of what it did not consume. The real scanner
+// reads large chunks, widens the pattern instead of folding, counts lines
+// lazily and keeps no second copy; random files and patterns must give the
+// same output from both.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <cstring>
+#include <fcntl.h>
+#include <random>
+#include <string>
+#include <unistd.h>
+
+#include "capture.h"
+#include "fyndle.h"
+#include "pattern.h"
+#include "scanner.h"
+
+namespace {
+
+struct SearchSetup {
+    std::string pattern;
+    bool regExp, binary, matchCase, word, namesOnly;
+};
+
+// ---- the model ----
+
+enum class Step { Success, Fail, RanOut };
+
+Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
+{
+    if (pos >= len)
+        return Step::RanOut;
+    for (;;) {
+        uint32_t flags = g_aiPatCount[k];
+        bool accepted = (g_aiPattern[buf[pos]] >> k) & 1u;
+        if (flags & kFlagNegated)
+            accepted = !accepted;
+        g_aiMatchCount[k] = accepted ? g_aiMatchCount[k] + 1 : -g_aiMatchCount[k];
+        bool consume = false;
+        if (flags & kFlagStar) {
+            if (accepted)
+                consume = true;
+            else
+                ++k;
+        } else if (flags & kFlagPlus) {
+            if (accepted) {
+                consume = true;
+            } else {
+                ++k;
+                if (k >= kMaxElements || g_aiMatchCount[k] == 0)
+                    return Step::Fail;
+            }
+        } else if (flags & kFlagOptional) {
+            ++k;
+            consume = accepted;
+        } else {
+            ++k;
+            if (!accepted) {
+                ++pos;
+                return pos >= len ? Step::RanOut : Step::Fail;
+            }
+            consume = true;
+        }
+        if (g_aiPatCount[k] & kFlagEnd) {
+            *end = pos + 1;
+            return Step::Success;
+        }
+        if (consume && ++pos >= len)
+            return Step::RanOut;
+    }
+}
+
+bool wordByte(unsigned char byte) { return byte == '_' || std::isalnum(byte); }
+bool delimiter(unsigned char byte) { return byte == 0 || byte == '\n' || byte == '\r'; }
+
+int modelGrep(const char *name, const unsigned char *buf, int len, int64_t *offset, int64_t *line,
+              const unsigned char *print, bool word, std::string &out)
+{
+    if (len < 1)
+        return 0;
+    int reports = 0, p = 0, stop = len;
+    char head[64];
+    for (;;) {
+        int start, end = 0;
+        Step step;
+        std::memset(g_aiMatchCount, 0, sizeof g_aiMatchCount);
+        if (g_chFirst) {
+            int i = p;
+            while (i < len && buf[i] != g_chFirst)
+                *line += buf[i++] == '\n';
+            if (i >= len) {
+                stop = len;
+                break;
+            }
+            *line += buf[i] == '\n';
+            start = i;
+            g_aiMatchCount[0] = 1;
+            if (g_cPattern == 1) {
+                end = i + 1;
+                step = Step::Success;
+            } else {
+                step = modelAttempt(buf, len, i + 1, 1, &end);
+            }
+        } else {
+            if (p >= len)
+                break;
+            start = p;
+            step = modelAttempt(buf, len, p, 0, &end);
+        }
+        if (step == Step::Fail) {
+            p = start + 1;
+            continue;
+        }
+        if (step == Step::RanOut) {
+            stop = g_chFirst ? start + 1 : start;
+            break;
+        }
+        int64_t lineAtStart = *line;
+        for (int q = g_chFirst ? start + 1 : start; q < end; ++q)
+            *line += buf[q] == '\n';
+        if (word && ((start > 0 && wordByte(buf[start - 1])) || (end < len && wordByte(buf[end])))) {
+            p = end;
+            continue;
+        }
+        ++reports;
+        if (g_fBinary) {
+            if (name) {
+                std::snprintf(head, sizeof head, " (%#lx): ", static_cast<long>(*offset + start));
+                out += name;
+                out += head;
+                out.append(reinterpret_cast<const char *>(print + start),
+                           strnlen(reinterpret_cast<const char *>(print + start), static_cast<size_t>(end - start)));
+                out += '\n';
+            }
+            p = end;
+            continue;
+        }
+        int lineStart = start + 1;
+        if (!delimiter(buf[start]))
+            for (lineStart = start; lineStart > 0 && !delimiter(buf[lineStart - 1]); --lineStart) {
+            }
+        int lineEnd = lineStart;
+        while (lineEnd < len && !delimiter(buf[lineEnd]))
+            ++lineEnd;
+        if (name) {
+            std::snprintf(head, sizeof head, " (%lld): ", static_cast<long long>(lineAtStart + 1));
+            out += name;
+            out += head;
+            out.append(reinterpret_cast<const char *>(print + lineStart), static_cast<size_t>(lineEnd - lineStart));
+            out += '\n';
+        }
+        p = lineEnd;
+    }
+    *offset += stop;
+    return reports;
+}
+
+std::string modelFile(const std::string &content, const std::string &path)
+{
+    unsigned char buf[kWindowSize], copy[kWindowSize];
+    std::string out;
+    int carried = 0;
+    size_t readPos = 0;
+    int64_t offset = 0, line = 0, total = 0;
+    const int64_t size = static_cast<int64_t>(content.size());
+    while (offset < size) {
+        size_t want = static_cast<size_t>(kWindowSize - carried);
+        size_t got = std::min(want, content.size() - readPos);
+        if (got == 0)
+            break;
+        std::memcpy(buf + carried, content.data() + readPos, got);
+        readPos += got;
+        int n = carried + static_cast<int>(got);
+        int searched = n;
+        if (n >= kCutFrom + 1)
+            for (int i = n - 1; i >= kCutFrom; --i)
+                if (buf[i] == '\n') {
+                    searched = i + 1;
+                    break;
+                }
+        if (!g_fMatchCase) {
+            std::memcpy(copy, buf, static_cast<size_t>(searched));
+            for (int i = 0; i < searched; ++i)
+                buf[i] = static_cast<unsigned char>(std::tolower(buf[i]));
+        }
+        int64_t before = offset;
+        total += modelGrep(g_fFileNamesOnly ? nullptr : path.c_str(), buf, searched, &offset, &line,
+                           g_fMatchCase ? buf : copy, g_fMatchWord, out);
+        int64_t consumed = offset - before;
+        int64_t leftover = std::max<int64_t>(0, searched - consumed - (consumed == 0));
+        int keep = static_cast<int>(leftover) + (n - searched);
+        std::memmove(buf, buf + (searched - leftover), static_cast<size_t>(keep));
+        carried = keep;
+    }
+    if (g_fFileNamesOnly && total > 0)
+        out += path + " : " + std::to_string(total) + " occurrence" + (total == 1 ? "" : "s") + ".\n";
+    return out;
+}
+
+// ---- driving both ----
+
+void compileFor(const SearchSetup &setup, bool widen)
+{
+    g_fBinary = setup.binary;
+    g_fMatchCase = setup.matchCase;
+    g_fRegExp = setup.regExp;
+    g_fMatchWord = setup.word;
+    g_fFileNamesOnly = setup.namesOnly;
+    g_fCountLines = 0;
+    std::string pattern = setup.pattern;
+    if (!setup.matchCase)
+        for (char &ch : pattern)
+            ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern.c_str(), &g_chFirst, setup.regExp);
+    if (widen && !setup.matchCase)
+        WidenPatternForCase(g_aiPattern);
+}
+
+class ScannerModel : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::string templ = testing::TempDir() + "fyndle-model-XXXXXX";
+        ASSERT_NE(mkdtemp(templ.data()), nullptr);
+        dir_ = templ;
+        dirFd_ = open(dir_.c_str(), O_RDONLY | O_DIRECTORY);
+        ASSERT_GE(dirFd_, 0);
+    }
+    void TearDown() override
+    {
+        unlinkat(dirFd_, "f.txt", 0);
+        close(dirFd_);
+        rmdir(dir_.c_str());
+    }
+
+    void expectSame(const SearchSetup &setup, const std::string &content)
+    {
+        int fd = openat(dirFd_, "f.txt", O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(write(fd, content.data(), content.size()), static_cast<ssize_t>(content.size()));
+        close(fd);
+        const std::string path = dir_ + "/f.txt";
+        compileFor(setup, false);
+        if (g_cPattern == 0)
+            return;
+        std::string want = modelFile(content, path);
+        compileFor(setup, true);
+        StdoutCapture capture;
+        ScanFile(dirFd_, "f.txt", path.c_str());
+        std::string got = capture.take();
+        ASSERT_EQ(got, want) << "pattern '" << setup.pattern << "' r" << setup.regExp << " b" << setup.binary
+                             << " c" << setup.matchCase << " w" << setup.word << " f" << setup.namesOnly
+                             << " size " << content.size();
+    }
+
+    std::string dir_;
+    int dirFd_ = -1;
+};
+
+std::string randomText(std::mt19937 &rng, size_t size, const std::string &alphabet)
+{
+    std::string text(size, ' ');
+    std::uniform_int_distribution<size_t> pick(0, alphabet.size() - 1);
+    for (char &ch : text)
+        ch = alphabet[pick(rng)];
+    return text;
+}
+
+TEST_F(ScannerModel, LongFilesWithCutsCarriesAndFolding)
+{
+    std::mt19937 rng(20261122);
+    // Few letters so that matches and near-matches are frequent; the newline
+    // weight decides between short lines and lines longer than a window.
+    const std::string shortLines = "abAB_ \n\n\r\x01\xe9";
+    const std::string longLines = "abcABC_-.";
+    const char *plainPatterns[] = {"ab", "a", "Ab", "bA", "ab_", "\n", "aaa", "b b"};
+    const char *regExpPatterns[] = {"a.b", "ab*", "[ab]b", "^ab", "ab$", "[^a]b", "a\\~bB", "b+a", ".*a",
+                                    "[a-b]*b", "a$b", "\\(ab", "[ab]+", "^", "$"};
+    for (int round = 0; round < 160; ++round) {
+        SearchSetup setup{};
+        setup.regExp = round % 2 == 1;
+        setup.binary = (round / 2) % 2 == 1;
+        setup.matchCase = (round / 4) % 3 == 0;
+        setup.word = (round / 12) % 2 == 1;
+        setup.namesOnly = round % 7 == 0;
+        setup.pattern = setup.regExp ? regExpPatterns[rng() % std::size(regExpPatterns)]
+                                     : plainPatterns[rng() % std::size(plainPatterns)];
+        size_t size = 1 + rng() % 30000;
+        std::string content = randomText(rng, size, round % 5 == 4 ? longLines : shortLines);
+        expectSame(setup, content);
+    }
+}
+
+TEST_F(ScannerModel, CarriedFoldedBytesPrintFolded)
+{
+    // A line longer than a window with a candidate at the window's end: the
+    // carried bytes were folded by the window that searched them.
+    std::string content = std::string(5117, 'x') + "ABCABD\n";
+    expectSame(SearchSetup{"abd", false, false, false, false, false}, content);
+    expectSame(SearchSetup{"abd", false, true, false, false, false}, content);
+}
+
+TEST_F(ScannerModel, StuckWindowsMoveOnByOneByte)
+{
+    // An attempt from the window's first byte that runs off its end consumes
+    // nothing: the window moves on by one byte without the offset.
+    std::string content = std::string(12000, 'a') + "q\nxaq\n";
+    expectSame(SearchSetup{"[^q]*q", true, true, false, false, false}, content);
+    expectSame(SearchSetup{"[^q]*q", true, false, false, false, false}, content);
+}
+
+} // namespace
