@@ -121,7 +121,8 @@ struct CopySink {
         if (segment > room() || repLen > room() - segment)
             return false;
         std::memcpy(dst + written, src + from, segment);
-        std::memcpy(dst + written + segment, rep, repLen);
+        if (repLen > 0)
+            std::memcpy(dst + written + segment, rep, repLen);
         written += segment + repLen;
         if (written < dstSize)
             dst[written] = '\0';
