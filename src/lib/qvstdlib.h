@@ -25,7 +25,8 @@ extern "C" {
 
 /* r = 0: null. c = 0: r null entries. Otherwise every row is allocated (its
 ** contents undefined); if one fails, everything obtained is released and
-** null returned. Release with TabFreePlain(table, r, c). */
+** null returned; a c * size beyond 64 bits is refused (null). Release with
+** TabFreePlain(table, r, c). */
 void **TabAllocPlain(uint64_t r, uint64_t c, uint64_t size);
 
 /* Releases entries 0..r-1 (null entries are harmless), then the array. With

@@ -3,7 +3,8 @@
 **
 ** A plain table is a bare array of r pointers with no header; each entry
 ** owns its own malloc'd row of c * size bytes, or is null when c is 0. The
-** caller keeps r and c and hands them back on release.
+** caller keeps r and c and hands them back on release. Row sizes whose
+** c * size product overflows 64 bits are refused.
 */
 #include "qvstdlib.h"
 
@@ -18,10 +19,14 @@ extern "C" void **TabAllocPlain(uint64_t r, uint64_t c, uint64_t size)
     if (c == 0)
         return static_cast<void **>(calloc(r, sizeof(void *)));
 
+    // A row size beyond 64 bits could never be met; refusing it keeps a
+    // wrapped, too small row from being handed out.
+    if (size > UINT64_MAX / c)
+        return nullptr;
+    const uint64_t rowBytes = c * size;
     void **table = static_cast<void **>(malloc(r * sizeof(void *)));
     if (table == nullptr)
         return nullptr;
-    const uint64_t rowBytes = c * size; // unsigned product, wraps by design
     for (uint64_t row = 0; row < r; row++) {
         table[row] = malloc(rowBytes);
         if (table[row] == nullptr) {

@@ -50,6 +50,8 @@ TEST(PlainTable, HugeRequestFailsCleanly)
     EXPECT_EQ(TabAllocPlain(UINT64_MAX / 4, 1, 1), nullptr);
     // Rows of 2^62 bytes fail at the first row: the array is released again.
     EXPECT_EQ(TabAllocPlain(2, uint64_t(1) << 31, uint64_t(1) << 31), nullptr);
+    // 2^33 * 2^31 wraps to 0 in 64 bits: refused, not made of empty rows.
+    EXPECT_EQ(TabAllocPlain(2, uint64_t(1) << 33, uint64_t(1) << 31), nullptr);
 }
 
 TEST(PlainTable, FreeWithZeroColumnsKeepsEntries)
