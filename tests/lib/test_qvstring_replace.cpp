@@ -189,6 +189,39 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
     }
 }
 
+// With dst far larger than needed, the copy still stays within the size
+// that the size call reports plus one.
+TEST(StrCpyRep, AgreesWithSizeOverManyCombinations)
+{
+    const char *texts[] = {"", "a", "aa\n", "\nAa\r\na", "a a\na", "Aaa\n\naA", "\n\n"};
+    const char *pats[] = {"", "a", "A", "aa", "a\n", "\n"};
+    const char *reps[] = {nullptr, "b", "bbb"};
+    for (const char *text : texts)
+        for (const char *pat : pats)
+            for (const char *rep : reps)
+                for (unsigned lineMode = 0; lineMode < 4; ++lineMode)
+                    for (int maxCount : {-1, 1, 2, 5})
+                        for (int caseSensitive : {0, 1}) {
+                            const size_t textLen = std::strlen(text);
+                            size_t newLen = 0;
+                            const size_t sized = StrCpyRepSize(text, textLen, rep, pat, maxCount, &newLen,
+                                                               caseSensitive, lineMode);
+                            std::vector<char> dst(newLen + 64, kSentinel);
+                            std::string src = text;
+                            const size_t copied = StrCpyRep(dst.data(), dst.size(), src.data(), textLen, rep,
+                                                            pat, maxCount, caseSensitive, lineMode);
+                            SCOPED_TRACE(std::string(text) + " / " + pat);
+                            for (size_t at = newLen + 1; at < dst.size(); ++at)
+                                ASSERT_EQ(dst[at], kSentinel);
+                            if (*pat != '\0') {
+                                EXPECT_EQ(copied, sized);
+                                EXPECT_EQ(std::strlen(dst.data()), newLen);
+                            } else {
+                                EXPECT_LE(copied, sized);
+                            }
+                        }
+}
+
 TEST(StrCpyRep, EmptyPatternNeedsLineModeRepAndText)
 {
     size_t newLen = 99;
