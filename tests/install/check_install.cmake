@@ -4,7 +4,7 @@
 #
 #   BUILD_DIR      the build folder to install          CONFIG  its configuration
 #   WORK_DIR       scratch folder, removed at the end   SOURCE_DIR  tests/install
-#   C_COMPILER, CXX_COMPILER, GENERATOR, MAKE_PROGRAM, PKG_CONFIG
+#   C_COMPILER, CXX_COMPILER, GENERATOR, MAKE_PROGRAM, PKG_CONFIG, READELF
 #   BINDIR, LIBDIR, MANDIR, INCLUDEDIR, CMAKEDIR, PKGCONFIGDIR  (relative)
 #   VERSION, SOVERSION
 #
@@ -50,7 +50,9 @@ set(config_args "")
 if(CONFIG)
   set(config_args --config "${CONFIG}")
 endif()
-run("cmake --install" "${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}" ${config_args})
+# (A DESTDIR in the environment would move everything elsewhere.)
+run("cmake --install" "${CMAKE_COMMAND}" -E env --unset=DESTDIR
+    "${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}" ${config_args})
 
 expect_file("${BINDIR}/fyndle")
 expect_file("${MANDIR}/man1/fyndle.1.gz")
@@ -69,11 +71,12 @@ if(NOT IS_SYMLINK "${prefix}/${LIBDIR}/libqv.so")
   fail("${LIBDIR}/libqv.so is not the link to the versioned library")
 endif()
 
-# The installed tool runs from its new place (no path back into the build).
+# The installed tool runs from its new place and prints its banner and usage.
 execute_process(COMMAND "${prefix}/${BINDIR}/fyndle"
                 RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-if(NOT rc EQUAL 0)
-  fail("installed fyndle without arguments exits with ${rc}\n${out}\n${err}")
+string(FIND "${out}" "fyndle version ${VERSION}" at)
+if(NOT rc EQUAL 0 OR at EQUAL -1)
+  fail("installed fyndle without arguments: exit code ${rc}, no banner\n${out}\n${err}")
 endif()
 
 # ---- C through pkg-config ---------------------------------------------------
@@ -104,7 +107,7 @@ run("C consumer (static), compile and link"
     -o "${WORK_DIR}/c_consumer_static" ${pc_static_libs})
 
 # The shared build must really use the installed libqv.so.<major>.
-run("readelf" readelf -d "${WORK_DIR}/c_consumer_shared")
+run("readelf" "${READELF}" -d "${WORK_DIR}/c_consumer_shared")
 if(NOT run_output MATCHES "NEEDED[^\n]*\\[libqv\\.so\\.${SOVERSION}\\]")
   fail("c_consumer_shared does not need libqv.so.${SOVERSION}:\n${run_output}")
 endif()
@@ -127,10 +130,15 @@ run("consumer project, configure"
     "-DCMAKE_PREFIX_PATH=${prefix}"
     "-DQV_EXPECTED_PREFIX=${prefix}"
     "-DQV_EXPECTED_VERSION=${VERSION}")
-run("consumer project, build" "${CMAKE_COMMAND}" --build "${WORK_DIR}/cxx-build" --parallel 1)
+run("consumer project, build"
+    "${CMAKE_COMMAND}" --build "${WORK_DIR}/cxx-build" --config Release --parallel 1)
 # CMake gives the programs a build RPATH to the prefix's library folder.
 foreach(program consumer_static consumer_shared consumer_c_static)
-  run("${program}" "${WORK_DIR}/cxx-build/${program}")
+  set(exe "${WORK_DIR}/cxx-build/${program}")
+  if(NOT EXISTS "${exe}")
+    set(exe "${WORK_DIR}/cxx-build/Release/${program}")   # multi-config generators
+  endif()
+  run("${program}" "${exe}")
 endforeach()
 
 file(REMOVE_RECURSE "${WORK_DIR}")
