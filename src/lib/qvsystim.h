@@ -55,6 +55,56 @@ int DoubleIsEqual(double x, double y);
 
 /* ---- Julian-day calendar --------------------------------------------- */
 
+/* Dates are year, month, day with no year zero (year -1 precedes year 1);
+   the Julian calendar is used up to the switch of October 1582 and the
+   Gregorian one after it. A day number (JDN) counts whole days, 2000-01-01
+   being 2451545; a time of day is a fraction of a day in hundredths of a
+   second. Weekdays run from 1 = Sunday to 7 = Saturday. Absurdly large
+   arguments never trap: the arithmetic then wraps like 32-bit ints. */
+
+/* Day number of year-month-day, or -1 when year is 0, month < 1 or
+   day < 1. A month above 12 or a day past the month's end is used as it
+   stands. Dates of 1582 before October 15 from January 1 on are partly
+   counted as Gregorian and so do not convert back to themselves. */
+int GetJulianDay(int year, int month, int day);
+
+/* Fraction of a day of the time hour:minute:second.hundredths; the
+   hundredths of the day are counted in a 32-bit int. Nothing is range
+   checked. */
+double GetJulianTime(int hour, int minute, int second, int hundredths);
+
+/* Stores the calendar date of day number jdn. Null pointers are skipped.
+   Far from the present (beyond about year 40000) the result loses days to
+   single-precision rounding. */
+void GetDateFromJulian(int jdn, int *year, int *month, int *day);
+
+/* Splits a fraction of a day, rounded to the nearest hundredth of a
+   second, into hour, minute, second and hundredths. Hours are not reduced
+   modulo 24 (a fraction of 1.0 gives hour 24). Null pointers are skipped. */
+void GetTimeFromJulian(int *hour, int *minute, int *second, int *hundredths,
+                       double fraction);
+
+/* Weekday 1..7 of a date; an invalid date (day number -1) gives 1. */
+int GetDayOfWeek(int year, int month, int day);
+
+/* Weekday of day number jdn: 1..7 for every jdn >= -1. */
+int GetDayOfWeekFromJulian(int jdn);
+
+/* Day number of the n-th weekday (1..7) of the month, n 1..5 counting from
+   the month's start, -1..-5 from its end; 0 when n is 0 or outside -5..5,
+   or when the month has no such day. */
+int GetDayOfMonth(int year, int month, int weekday, int n);
+
+/* Day number of the Monday that starts ISO week `week` (0..53) of year;
+   week 0 is the Monday before week 1. 0 when week is negative or above
+   53. */
+int GetWeekOfYear(int year, int week);
+
+/* Local date and time of a clock value (seconds since 1970-01-01 00:00
+   UTC) as day number plus fraction of the day, the day counted from local
+   midnight. 0.0 when the value cannot be broken down into a local time. */
+double TimeToJulian(double t);
+
 /* ---- Date of Easter -------------------------------------------------- */
 
 #ifdef __cplusplus
