@@ -53,6 +53,56 @@ int DoubleIsEqual(double x, double y);
 
 /* ---- Clock and time text --------------------------------------------- */
 
+/* A clock value is the wall clock in seconds since 1970-01-01 00:00 UTC as
+   a double; spans are measured on a monotonic clock in hundredths of a
+   second. Dates and times of day are local time. The text functions write
+   into the caller's buffer, always terminated when its size is at least 1,
+   and return it; a null buffer or a size of 0 leaves everything as it is. */
+
+/* Monotonic clock reading in hundredths of a second. */
+double ClockGetDblHsec(void);
+
+/* Wall clock value now, with microseconds. */
+double TimeGetDbl(void);
+
+/* Clock value of the local time year-month-day hour:minute:second, read as
+   standard time even when summer time is in effect on that date (so a
+   summer date comes out one hour later than its wall time); out-of-range
+   fields are normalised. -1.0 when it cannot be represented. */
+double DateToTime(int year, int month, int day, int hour, int minute,
+                  int second);
+
+/* Stores the local date and time of the clock value t, truncated to whole
+   seconds; all six are 0 when t cannot be converted. Null pointers are
+   skipped. */
+void TimeToDate(int *year, int *month, int *day, int *hour, int *minute,
+                int *second, double t);
+
+/* Today's local date as "dd-mm-yyyy", the day padded with a blank. */
+char *SDateA(char *buf, size_t size);
+wchar_t *SDate(wchar_t *buf, size_t size);
+
+/* The local time now as "hh:mm:ss", the hour padded with a blank. */
+char *STimeA(char *buf, size_t size);
+wchar_t *STime(wchar_t *buf, size_t size);
+
+/* Local date and time of the clock value t as "yyyy-mm-dd hh:mm:ss" (hour
+   padded with a blank), the date alone at exactly midnight, "0000-00-00"
+   when t cannot be converted. The narrow buffer must hold 20 bytes, the
+   wide one 1024 characters; the text is cut to fit them. */
+char *STimeStrA(char *buf, double t);
+wchar_t *STimeStr(wchar_t *buf, double t);
+
+/* The span between two monotonic readings a and b (hundredths, either
+   order) as "s.hh" under a minute, "m:ss[.hh]" under an hour, else
+   "h:mm:ss[.hh]"; the hundredths are left out of the longer forms when
+   zero. A span that is not a number counts as 0; one of 2^64 seconds or
+   more counts as 2^64 - 1 seconds. */
+char *STimeSpanA(char *buf, size_t size, double a, double b);
+
+/* The span from the monotonic reading start to now, as STimeSpanA. */
+char *SClockSpanA(char *buf, size_t size, double start);
+
 /* ---- Julian-day calendar --------------------------------------------- */
 
 /* Dates are year, month, day with no year zero (year -1 precedes year 1);
@@ -106,6 +156,20 @@ int GetWeekOfYear(int year, int week);
 double TimeToJulian(double t);
 
 /* ---- Date of Easter -------------------------------------------------- */
+
+/* Easter Sunday of year: the Gregorian rule when year >= firstGregorian,
+   the Julian rule (giving a Julian-calendar date) otherwise. Stores month
+   (3 or 4) and day and returns the day. Null pointers are skipped. Meant
+   for positive years under the Gregorian rule; the Julian rule also takes
+   negative years. */
+int GetDateOfEaster_jg(int year, int firstGregorian, int *month, int *day);
+
+/* As GetDateOfEaster_jg with the Gregorian rule from 1583 on. */
+int GetDateOfEaster(int year, int *month, int *day);
+
+/* Day number of Easter Sunday of year (rule as GetDateOfEaster), or -1
+   for year 0. */
+int GetEaster(int year);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,275 @@
+/*
+** qvsystim_clock: clock readers and the texts made of dates, times and
+** spans. A clock value is a double counting seconds since 1970-01-01 00:00
+** UTC; a monotonic reading is a double counting hundredths of a second.
+** Local time comes from localtime and mktime, so it follows TZ as the C
+** library sees it. Texts go into the caller's buffer and are always
+** terminated when the size allows one character.
+*/
+#include "qvsystim.h"
+
+#include <cmath>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr double kDayPerHsec = 1.1574074074074074e-07;
+constexpr size_t kNarrowStampSize = 20;    // "yyyy-mm-dd hh:mm:ss" + NUL
+constexpr size_t kWideStampSize = 1024;
+constexpr double kTwoTo63 = 9223372036854775808.0;
+constexpr double kTwoTo64 = 18446744073709551616.0;
+
+// Breaks a clock value down into local time. Values a time_t cannot hold
+// (and NaN) fail here rather than in an undefined conversion.
+bool localTimeOf(double t, struct tm *out)
+{
+    if (!(t > -kTwoTo63 && t < kTwoTo63))
+        return false;
+    const time_t whole = static_cast<time_t>(t);
+    const struct tm *broken = localtime(&whole);
+    if (!broken)
+        return false;
+    *out = *broken;
+    return true;
+}
+
+bool localTimeNow(struct tm *out)
+{
+    return localTimeOf(static_cast<double>(time(nullptr)), out);
+}
+
+// tm_year + 1900 with the wrap-around of 32-bit arithmetic.
+int fullYear(const struct tm &broken)
+{
+    return static_cast<int>(static_cast<uint32_t>(int64_t{broken.tm_year} + 1900));
+}
+
+// Prints at the end of the text already in buf, within size.
+void appendf(char *buf, size_t size, const char *format, ...)
+{
+    const size_t used = strlen(buf);
+    if (used + 1 >= size)
+        return;
+    va_list args;
+    va_start(args, format);
+    vsnprintf(buf + used, size - used, format, args);
+    va_end(args);
+}
+
+void appendw(wchar_t *buf, size_t size, const wchar_t *format, ...)
+{
+    const size_t used = wcslen(buf);
+    if (used + 1 >= size)
+        return;
+    va_list args;
+    va_start(args, format);
+    // On overflow the wide printer reports an error and may leave the
+    // text unterminated, so terminate it here.
+    if (vswprintf(buf + used, size - used, format, args) < 0)
+        buf[size - 1] = L'\0';
+    va_end(args);
+}
+
+}  // namespace
+
+extern "C" {
+
+double ClockGetDblHsec(void)
+{
+    struct timespec now;
+    if (syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &now) == 0)
+        return (now.tv_nsec * 1e-9 + now.tv_sec) * 100.0;
+    struct timeval wall;
+    if (gettimeofday(&wall, nullptr) == 0)
+        return (wall.tv_usec * 1e-6 + wall.tv_sec) * 100.0;
+    return static_cast<double>(time(nullptr)) * 100.0;
+}
+
+double TimeGetDbl(void)
+{
+    struct timeval wall;
+    if (gettimeofday(&wall, nullptr) == 0)
+        return wall.tv_usec * 1e-6 + wall.tv_sec;
+    return static_cast<double>(time(nullptr));
+}
+
+double DateToTime(int year, int month, int day, int hour, int minute, int second)
+{
+    struct tm broken;
+    memset(&broken, 0, sizeof broken);
+    broken.tm_year = static_cast<int>(static_cast<uint32_t>(int64_t{year} - 1900));
+    broken.tm_mon = static_cast<int>(static_cast<uint32_t>(int64_t{month} - 1));
+    broken.tm_mday = day;
+    broken.tm_hour = hour;
+    broken.tm_min = minute;
+    broken.tm_sec = second;
+    // Standard time on purpose: stored values were made this way.
+    broken.tm_isdst = 0;
+    return static_cast<double>(mktime(&broken));
+}
+
+void TimeToDate(int *year, int *month, int *day, int *hour, int *minute,
+                int *second, double t)
+{
+    struct tm broken;
+    const bool ok = localTimeOf(t, &broken);
+    if (year)
+        *year = ok ? fullYear(broken) : 0;
+    if (month)
+        *month = ok ? broken.tm_mon + 1 : 0;
+    if (day)
+        *day = ok ? broken.tm_mday : 0;
+    if (hour)
+        *hour = ok ? broken.tm_hour : 0;
+    if (minute)
+        *minute = ok ? broken.tm_min : 0;
+    if (second)
+        *second = ok ? broken.tm_sec : 0;
+}
+
+double TimeToJulian(double t)
+{
+    struct tm broken;
+    if (!localTimeOf(t, &broken))
+        return 0.0;
+    const int jdn = GetJulianDay(fullYear(broken), broken.tm_mon + 1, broken.tm_mday);
+    const int hsec = ((broken.tm_hour * 60 + broken.tm_min) * 60 + broken.tm_sec) * 100;
+    return jdn + hsec * kDayPerHsec;
+}
+
+char *SDateA(char *buf, size_t size)
+{
+    if (!buf || size < 1)
+        return buf;
+    buf[0] = '\0';
+    struct tm now;
+    if (localTimeNow(&now))
+        snprintf(buf, size, "%2u-%02u-%4u", static_cast<unsigned>(now.tm_mday),
+                 static_cast<unsigned>(now.tm_mon + 1),
+                 static_cast<unsigned>(fullYear(now)));
+    return buf;
+}
+
+wchar_t *SDate(wchar_t *buf, size_t size)
+{
+    if (!buf || size < 1)
+        return buf;
+    buf[0] = L'\0';
+    struct tm now;
+    if (localTimeNow(&now))
+        appendw(buf, size, L"%2u-%02u-%4u", static_cast<unsigned>(now.tm_mday),
+                static_cast<unsigned>(now.tm_mon + 1),
+                static_cast<unsigned>(fullYear(now)));
+    return buf;
+}
+
+char *STimeA(char *buf, size_t size)
+{
+    if (!buf || size < 1)
+        return buf;
+    buf[0] = '\0';
+    struct tm now;
+    if (localTimeNow(&now))
+        snprintf(buf, size, "%2d:%02d:%02d", now.tm_hour, now.tm_min, now.tm_sec);
+    return buf;
+}
+
+wchar_t *STime(wchar_t *buf, size_t size)
+{
+    if (!buf || size < 1)
+        return buf;
+    buf[0] = L'\0';
+    struct tm now;
+    if (localTimeNow(&now))
+        appendw(buf, size, L"%2d:%02d:%02d", now.tm_hour, now.tm_min, now.tm_sec);
+    return buf;
+}
+
+char *STimeStrA(char *buf, double t)
+{
+    if (!buf)
+        return buf;
+    buf[0] = '\0';
+    struct tm broken;
+    if (!localTimeOf(t, &broken)) {
+        appendf(buf, kNarrowStampSize, "0000-00-00");
+        return buf;
+    }
+    appendf(buf, kNarrowStampSize, "%4u-%02u-%02u", static_cast<unsigned>(fullYear(broken)),
+            static_cast<unsigned>(broken.tm_mon + 1), static_cast<unsigned>(broken.tm_mday));
+    if (broken.tm_hour || broken.tm_min || broken.tm_sec)
+        appendf(buf, kNarrowStampSize, " %2d:%02d:%02d", broken.tm_hour, broken.tm_min,
+                broken.tm_sec);
+    return buf;
+}
+
+wchar_t *STimeStr(wchar_t *buf, double t)
+{
+    if (!buf)
+        return buf;
+    buf[0] = L'\0';
+    struct tm broken;
+    if (!localTimeOf(t, &broken)) {
+        appendw(buf, kWideStampSize, L"0000-00-00");
+        return buf;
+    }
+    appendw(buf, kWideStampSize, L"%4u-%02u-%02u", static_cast<unsigned>(fullYear(broken)),
+            static_cast<unsigned>(broken.tm_mon + 1), static_cast<unsigned>(broken.tm_mday));
+    if (broken.tm_hour || broken.tm_min || broken.tm_sec)
+        appendw(buf, kWideStampSize, L" %2d:%02d:%02d", broken.tm_hour, broken.tm_min,
+                broken.tm_sec);
+    return buf;
+}
+
+char *STimeSpanA(char *buf, size_t size, double a, double b)
+{
+    if (!buf || size < 1)
+        return buf;
+    buf[0] = '\0';
+    const double span = std::fabs(a - b);
+    const double wholeSeconds = 0.01 * span;
+    uint64_t seconds = 0;
+    int hundredths = 0;
+    if (wholeSeconds >= kTwoTo64) {
+        seconds = UINT64_MAX;
+    } else if (wholeSeconds >= 0.0) {
+        seconds = static_cast<uint64_t>(wholeSeconds);
+        // Rounding in the product can leave this just outside 0..99; it is
+        // kept as computed, but never beyond what an int holds.
+        const double left = span - 100.0 * static_cast<double>(seconds);
+        if (left > -2147483648.0 && left < 2147483648.0)
+            hundredths = static_cast<int>(left);
+    }
+    const int sec = static_cast<int>(seconds % 60);
+    const uint64_t hours = seconds / 3600;
+    const int min = static_cast<int>(seconds / 60 - 60 * hours);
+    if (seconds < 3600 && min == 0) {
+        appendf(buf, size, "%2d", sec);
+        appendf(buf, size, ".%02d", hundredths);
+        return buf;
+    }
+    if (seconds < 3600)
+        appendf(buf, size, "%2d:", min);
+    else {
+        appendf(buf, size, "%2llu:", static_cast<unsigned long long>(hours));
+        appendf(buf, size, "%02d:", min);
+    }
+    appendf(buf, size, "%02d", sec);
+    if (hundredths != 0)
+        appendf(buf, size, ".%02d", hundredths);
+    return buf;
+}
+
+char *SClockSpanA(char *buf, size_t size, double start)
+{
+    return STimeSpanA(buf, size, ClockGetDblHsec(), start);
+}
+
+}  // extern "C"
