@@ -1,0 +1,87 @@
+// Copying search and replace: StrCpyRepSize sizes, StrCpyRep writes.
+//
+// Input: a settings byte (bit 0 case-sensitive, bits 1-2 line mode, bit 3
+// a null replacement), a byte for the replacement budget (-2 to 9), two
+// bytes that choose a short destination size, then the pattern, the
+// replacement and the text, separated by zero bytes. Texts and
+// destinations are blocks of exactly their size.
+//
+// Properties:
+// - with the size that StrCpyRepSize reports plus one, StrCpyRep writes
+//   nothing beyond it (AddressSanitizer), leaves its source alone and
+//   makes the same number of replacements; for a non-empty pattern the
+//   result is exactly the reported length, terminated;
+// - a budget of 0 copies the text unchanged;
+// - with an empty pattern the reported length is an upper bound;
+// - a destination shorter than that is never overrun either;
+// - a null replacement sizes as an empty one.
+#include <string>
+
+#include "fuzz_input.h"
+#include "qvstring.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    FuzzInput input(data, size);
+    const uint8_t settings = input.byte();
+    const int caseSensitive = settings & 1;
+    const unsigned lineMode = (settings >> 1) & 3;
+    const bool nullRep = (settings >> 3) & 1;
+    const int maxCount = static_cast<int>(input.byte() % 12) - 2;
+    const size_t shortHint = input.bits(2);
+
+    size_t patLen = 0, repLen = 0, textLen = 0;
+    std::unique_ptr<char[]> pat = exactText(input.until(0), &patLen);
+    std::unique_ptr<char[]> repBlock = exactText(input.until(0), &repLen);
+    std::unique_ptr<char[]> text = exactText(input.until(0), &textLen);
+    const char *rep = nullRep ? nullptr : repBlock.get();
+    const std::string original(text.get(), textLen);
+
+    size_t newLen = 0;
+    const size_t counted = StrCpyRepSize(text.get(), textLen, rep, pat.get(), maxCount, &newLen, caseSensitive, lineMode);
+    if (nullRep) {
+        size_t emptyLen = 0;
+        static const char kEmpty[] = "";
+        FUZZ_CHECK(StrCpyRepSize(text.get(), textLen, kEmpty, pat.get(), maxCount, &emptyLen, caseSensitive,
+                                 lineMode) == counted);
+        FUZZ_CHECK(emptyLen == newLen);
+    }
+    if (maxCount == 0)
+        FUZZ_CHECK(counted == 0 && newLen == textLen);
+    if (maxCount > 0)
+        FUZZ_CHECK(counted <= static_cast<size_t>(maxCount));
+    // Sizes stay sane: a result cannot be longer than every byte replaced.
+    FUZZ_CHECK(newLen <= textLen + (counted + 1) * (repLen + 1));
+
+    const size_t dstSize = newLen + 1;
+    std::unique_ptr<char[]> dst(new char[dstSize]);
+    std::memset(dst.get(), 0x55, dstSize);
+    const size_t made = StrCpyRep(dst.get(), dstSize, text.get(), textLen, rep, pat.get(), maxCount, caseSensitive,
+                                  lineMode);
+    FUZZ_CHECK(std::string(text.get(), textLen) == original);
+    FUZZ_CHECK(text[textLen] == 0);
+    if (maxCount == 0) {
+        FUZZ_CHECK(made == 0);
+        FUZZ_CHECK(std::memchr(dst.get(), 0, dstSize) != nullptr);
+        FUZZ_CHECK(original == dst.get());
+    } else if (patLen > 0) {
+        FUZZ_CHECK(made == counted);
+        if (textLen > 0 || made > 0) {
+            const void *end = std::memchr(dst.get(), 0, dstSize);
+            FUZZ_CHECK(end == dst.get() + newLen);
+        }
+    } else {
+        FUZZ_CHECK(made <= counted);
+        if (made > 0)
+            FUZZ_CHECK(std::memchr(dst.get(), 0, dstSize) != nullptr);
+    }
+
+    // A destination too short for the result: cut, but never overrun.
+    const size_t shortSize = 1 + shortHint % dstSize;
+    std::unique_ptr<char[]> shortDst(new char[shortSize]);
+    const size_t shortMade = StrCpyRep(shortDst.get(), shortSize, text.get(), textLen, rep, pat.get(), maxCount,
+                                       caseSensitive, lineMode);
+    FUZZ_CHECK(shortMade <= made || patLen == 0);
+    FUZZ_CHECK(std::string(text.get(), textLen) == original);
+    return 0;
+}
