@@ -218,6 +218,36 @@ char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, i
 
 /* ---- Hex doubles and date stamps ------------------------------------- */
 
+/* The double whose 64-bit pattern the hex digits of text spell, most
+** significant first ("3FF0000000000000" is 1.0), whatever the byte order.
+** Only the first 16 characters count (a longer text is read no further);
+** a shorter text is padded with leading zeros, so "" and null give 0.0.
+** There is no validation: a character other than a digit is worth its
+** lower-case code minus 87 ('g' is 16) and spills into the next digit. */
+double DHexToDouble(const char *text);
+
+/* Prints the date-and-time number x (Julian day number plus fraction of the
+** day; below 1 a time of day alone) into s of size bytes as "2000-01-01",
+** with withDayName "2000-01-01 Sat", then for a fraction above 0 a 'T' (or
+** with spaceSeparator a blank) and "hh:mm"; with midnightTime a whole day
+** gets "T00:00". secondsMode 0 adds ":ss" when seconds or hundredths are
+** not 0, 1 always adds it, others never; every secondsMode >= 0 adds ".cc"
+** for hundredths above 0 ("12:30.50" with secondsMode 2). Hours are not
+** reduced (a fraction that rounds to a whole day gives "24:00"). 0.0 gives
+** "00:00" ("00:00:00" with secondsMode 1); a negative time of day alone
+** gives ""; NaN, infinities and day numbers beyond the int range give ".".
+** The text is cut to size; 40 bytes hold any result. A null s or a size
+** of 0 stores nothing. Returns s. */
+char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator,
+                   int secondsMode, double x);
+
+/* As Dbl2DateStrA, widened into ws. A text longer than size characters
+** leaves ws untouched; otherwise the text and its terminator are stored, so
+** ws must hold size + 1 characters. A null ws or a size of 0 stores
+** nothing. Returns ws. */
+wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime,
+                     int spaceSeparator, int secondsMode, double x);
+
 #ifdef __cplusplus
 }
 #endif

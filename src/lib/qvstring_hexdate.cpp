@@ -1,0 +1,146 @@
+/*
+** qvstring_hexdate: doubles read back from their hex bit pattern, and
+** date-and-time numbers printed as date stamps.
+**
+** A hex pattern is 16 digits, most significant byte first; the double is
+** assembled as a 64-bit integer and reinterpreted, so the machine's byte
+** order never matters. A date-and-time number is a Julian day number plus
+** the time of day as a fraction of a day; the calendar is the one of the
+** qvsystim unit. Stamps are built left to right, each piece printed at the
+** end of the text so far and cut to the caller's size.
+*/
+#include "qvstring.h"
+#include "qvsystim.h"
+
+#include <bit>
+#include <cctype>
+#include <climits>
+#include <cmath>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr size_t kHexDigits = 16;
+constexpr size_t kStampSize = 40;
+constexpr const char *kDayNames[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+
+int hexDigitValue(char ch)
+{
+    const unsigned char byte = static_cast<unsigned char>(ch);
+    if (std::isdigit(byte))
+        return byte - '0';
+    return std::tolower(byte) - 87;
+}
+
+__attribute__((format(printf, 3, 4))) void append(char *s, size_t size, const char *format, ...)
+{
+    const size_t len = std::strlen(s);
+    if (len + 1 >= size)
+        return;
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(s + len, size - len, format, args);
+    va_end(args);
+}
+
+void store(char *s, size_t size, const char *text)
+{
+    s[0] = '\0';
+    append(s, size, "%s", text);
+}
+
+const char *dayName(int year, int month, int dayOfMonth)
+{
+    const int weekday = GetDayOfWeek(year, month, dayOfMonth);
+    return weekday >= 1 && weekday <= 7 ? kDayNames[weekday - 1] : "???";
+}
+
+} // namespace
+
+extern "C" {
+
+double DHexToDouble(const char *text)
+{
+    char field[kHexDigits + 1] = "0000000000000000";
+    const size_t len = text ? strnlen(text, kHexDigits) : 0;
+    if (len > 0)
+        std::memcpy(field + kHexDigits - len, text, len);
+    uint64_t bits = 0;
+    for (size_t pair = 0; pair < kHexDigits; pair += 2) {
+        const int byte = 16 * hexDigitValue(field[pair]) + hexDigitValue(field[pair + 1]);
+        bits = (bits << 8) | static_cast<uint8_t>(byte);
+    }
+    return std::bit_cast<double>(bits);
+}
+
+char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator,
+                   int secondsMode, double x)
+{
+    if (!s || size == 0)
+        return s;
+    // A day number must fit the calendar's int before it can be converted.
+    if (FIsInfOrNaN(x) || std::trunc(x) < INT_MIN || std::trunc(x) > INT_MAX) {
+        store(s, size, ".");
+        return s;
+    }
+    if (x == 0.0) {
+        store(s, size, secondsMode == 1 ? "00:00:00" : "00:00");
+        return s;
+    }
+    s[0] = '\0';
+    const int day = static_cast<int>(x);
+    double fraction = x;
+    if (day != 0) {
+        int year = 0;
+        int month = 0;
+        int dayOfMonth = 0;
+        GetDateFromJulian(day, &year, &month, &dayOfMonth);
+        if (withDayName)
+            append(s, size, "%d-%02d-%02d %s", year, month, dayOfMonth,
+                   dayName(year, month, dayOfMonth));
+        else
+            append(s, size, "%d-%02d-%02d", year, month, dayOfMonth);
+        fraction = x - day;
+        if (midnightTime && fraction == 0.0) {
+            const char *separator = spaceSeparator ? " " : "T";
+            append(s, size, "%s%s", separator, secondsMode == 1 ? "00:00:00" : "00:00");
+        }
+        if (!(fraction > 0.0))
+            return s;
+    } else if (!(x > 0.0)) {
+        return s;
+    }
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int hundredths = 0;
+    GetTimeFromJulian(&hour, &minute, &second, &hundredths, fraction);
+    if (s[0] != '\0')
+        append(s, size, "%c", spaceSeparator ? ' ' : 'T');
+    append(s, size, "%02d:%02d", hour, minute);
+    if (secondsMode == 1 || (secondsMode == 0 && (second > 0 || hundredths > 0)))
+        append(s, size, ":%02d", second);
+    if (secondsMode >= 0 && hundredths > 0)
+        append(s, size, ".%02d", hundredths);
+    return s;
+}
+
+wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime,
+                     int spaceSeparator, int secondsMode, double x)
+{
+    if (!ws || size == 0)
+        return ws;
+    char narrow[kStampSize];
+    Dbl2DateStrA(narrow, sizeof narrow, withDayName, midnightTime, spaceSeparator, secondsMode, x);
+    const size_t len = std::strlen(narrow);
+    if (len > size)
+        return ws;
+    for (size_t at = 0; at <= len; ++at)
+        ws[at] = static_cast<wchar_t>(static_cast<unsigned char>(narrow[at]));
+    return ws;
+}
+
+} // extern "C"
