@@ -114,8 +114,8 @@ char *SClockSpanA(char *buf, size_t size, double start);
 
 /* Day number of year-month-day, or -1 when year is 0, month < 1 or
    day < 1. A month above 12 or a day past the month's end is used as it
-   stands. Dates of 1582 before October 15 from January 1 on are partly
-   counted as Gregorian and so do not convert back to themselves. */
+   stands. The dates 1582-01-01 to 1582-02-28 and 1582-09-15 to 1582-10-14
+   are counted as Gregorian and so do not convert back to themselves. */
 int GetJulianDay(int year, int month, int day);
 
 /* Fraction of a day of the time hour:minute:second.hundredths; the
@@ -124,8 +124,9 @@ int GetJulianDay(int year, int month, int day);
 double GetJulianTime(int hour, int minute, int second, int hundredths);
 
 /* Stores the calendar date of day number jdn. Null pointers are skipped.
-   Far from the present (beyond about year 40000) the result loses days to
-   single-precision rounding. */
+   Single-precision steps name March 1 of some Gregorian century years that
+   are not leap years (2300, 2700, 3100, ...) February 29, and from about
+   year 46500 on they lose days. */
 void GetDateFromJulian(int jdn, int *year, int *month, int *day);
 
 /* Splits a fraction of a day, rounded to the nearest hundredth of a
