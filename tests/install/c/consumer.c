@@ -56,6 +56,29 @@ int main(void)
     free(copy);
     free(wide);
 
+    /* qvstdlib: a matrix in one block. */
+    {
+        double **m = MatAllocBlock(3, 4);
+        check(m != NULL, "MatAllocBlock");
+        if (m != NULL) {
+            MatZero(m, 3, 4);
+            MatI(m, 3);
+            m[2][3] = 7.5;
+            check(m[0][0] == 1.0 && m[1][1] == 1.0 && m[0][1] == 0.0 && m[2][3] == 7.5,
+                  "MatZero, MatI and element access");
+            MatFreeBlock(m);
+        }
+    }
+
+    /* qvstring: a double in a fixed width. */
+    {
+        char number[16];
+        StrPrintDouble(number, sizeof number, 8, 6, 0, 0, 3.14159265);
+        check(strcmp(number, "3.14159") == 0, "StrPrintDouble");
+        StrPrintDouble(number, sizeof number, 8, 6, 0, 0, DNaN());
+        check(strcmp(number, ".NaN") == 0, "StrPrintDouble of NaN");
+    }
+
     /* qvsystem: file-name parts point into their argument. */
     {
         const char *path = "/usr/share/doc/readme.txt";
@@ -67,6 +90,11 @@ int main(void)
     check(FIsNaN(DNaN()) == 1, "FIsNaN(DNaN())");
     check(FIsNaN(1.0) == 0, "FIsNaN(1.0)");
     check(GetJulianDay(2000, 1, 1) == 2451545, "GetJulianDay(2000, 1, 1)");
+    {
+        int month = 0, day = 0;
+        GetDateOfEaster(2024, &month, &day);
+        check(month == 3 && day == 31, "GetDateOfEaster(2024)");
+    }
 
     if (s_cFailures == 0)
         printf("qv consumer (C): all results right\n");

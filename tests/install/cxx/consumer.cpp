@@ -47,6 +47,24 @@ int main()
     check(rows != nullptr && rows[0] != nullptr && rows[2] != nullptr, "TabAllocPlain");
     TabFreePlain(rows, 3, 4);
 
+    // qvstdlib: a matrix in one block, duplicated
+    double **m = MatAllocBlock(2, 2);
+    check(m != nullptr, "MatAllocBlock");
+    MatI(m, 2);
+    m[0][1] = -3.0;
+    double **copy = MatDup(m, 2, 2);
+    check(copy != nullptr && copy[0][0] == 1.0 && copy[0][1] == -3.0 && copy[1][1] == 1.0,
+          "MatDup of an identity");
+    MatFreeBlock(copy);
+    MatFreeBlock(m);
+
+    // qvstring: a date stamp and a double in a fixed width
+    char text[40];
+    Dbl2DateStrA(text, sizeof text, 1, 0, 1, 0, 2451545 + GetJulianTime(12, 30, 0, 0));
+    check(std::string(text) == "2000-01-01 Sat 12:30", "Dbl2DateStrA");
+    StrPrintDouble(text, sizeof text, 8, 6, 0, 0, 3.14159265);
+    check(std::string(text) == "3.14159", "StrPrintDouble");
+
     // qvsystem
     check(std::string(SFileBaseA("dir/sub\\name.ext")) == "name.ext", "SFileBaseA");
     check(std::string(SFileExtA("dir/name.tar.gz")) == ".gz", "SFileExtA");
@@ -55,6 +73,7 @@ int main()
     check(FIsNaN(DNaN()) == 1, "FIsNaN(DNaN())");
     check(DoubleIsEqual(DNaN(), DNaN()) == 1, "DoubleIsEqual of two NaNs");
     check(GetJulianDay(2000, 1, 1) == 2451545, "GetJulianDay(2000, 1, 1)");
+    check(GetDayOfWeek(2000, 1, 1) == 7, "GetDayOfWeek(2000, 1, 1) is a Saturday");
 
     if (g_cFailures == 0)
         std::printf("qv consumer (C++, %s): all results right\n", QV_CONSUMER_KIND);
