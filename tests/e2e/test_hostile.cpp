@@ -76,6 +76,22 @@ void removeBelow(int dirFd, const char *name)
     }
 }
 
+// Removes a folder tree below the root of a TempTree when it goes out of
+// scope, also when a test stops early: the standard library's removal,
+// which TempTree uses, gives up on paths longer than the system's limit.
+struct DeepRemover {
+    std::string root;
+    std::string name;
+    ~DeepRemover()
+    {
+        int rootFd = open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (rootFd >= 0) {
+            removeBelow(rootFd, name.c_str());
+            close(rootFd);
+        }
+    }
+};
+
 bool runningAsRoot()
 {
     return geteuid() == 0;
@@ -87,6 +103,7 @@ TEST(Hostile, FolderPathLongerThan4096BytesIsSearchedAndPrintedWhole)
 {
     TempTree tree;
     tree.folder("deep");
+    const DeepRemover remover{tree.root(), "deep"};
     const std::string component(200, 'd');
     int fd = open(tree.path("deep").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ASSERT_GE(fd, 0);
@@ -115,12 +132,6 @@ TEST(Hostile, FolderPathLongerThan4096BytesIsSearchedAndPrintedWhole)
     RunResult counted = runFyndle({"-l", "-s", tree.root()});
     EXPECT_EQ(counted.exitCode, 0);
     EXPECT_EQ(counted.out, kBanner + "2 lines counted in 1 file.\n");
-
-    // The standard library's removal gives up on paths this long.
-    int rootFd = open(tree.root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    ASSERT_GE(rootFd, 0);
-    removeBelow(rootFd, "deep");
-    close(rootFd);
 }
 
 // ---- Files above 2 GiB ----------------------------------------------------
