@@ -77,7 +77,7 @@ Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
 bool wordByte(unsigned char byte) { return byte == '_' || std::isalnum(byte); }
 bool delimiter(unsigned char byte) { return byte == 0 || byte == '\n' || byte == '\r'; }
 
-int modelGrep(const char *name, const unsigned char *buf, int len, int64_t *offset, int64_t *line,
+int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *offset, int64_t *line,
               const unsigned char *print, bool word, std::string &out)
 {
     if (len < 1)
@@ -188,7 +188,7 @@ std::string modelFile(const std::string &content, const std::string &path)
                 buf[i] = static_cast<unsigned char>(std::tolower(buf[i]));
         }
         int64_t before = offset;
-        total += modelGrep(g_fFileNamesOnly ? nullptr : path.c_str(), buf, searched, &offset, &line,
+        total += modelSearch(g_fFileNamesOnly ? nullptr : path.c_str(), buf, searched, &offset, &line,
                            g_fMatchCase ? buf : copy, g_fMatchWord, out);
         int64_t consumed = offset - before;
         int64_t leftover = std::max<int64_t>(0, searched - consumed - (consumed == 0));
