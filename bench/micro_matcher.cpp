@@ -17,12 +17,12 @@ namespace {
 // A few kinds of lines found in system headers: comments in English,
 // declarations, macros, structures, blank lines.
 const char *const kSampleLines[] = {
-    "/* Copyright (C) 1991-2023 Free Software Foundation, Inc.\n",
-    "   This file is part of the GNU C Library.\n",
+    "/* Definitions of the basic system types.\n",
+    "   This header is included by most of the others.\n",
     "\n",
-    "   The GNU C Library is free software; you can redistribute it and/or\n",
-    "   modify it under the terms of the GNU Lesser General Public\n",
-    "   License as published by the Free Software Foundation. */\n",
+    "   Every type here has a fixed size on a given machine; the\n",
+    "   names that end in _t are the ones programs should use, and\n",
+    "   the names that begin with two underscores are internal. */\n",
     "\n",
     "#ifndef _SYS_TYPES_H\n",
     "#define _SYS_TYPES_H\t1\n",
