@@ -37,7 +37,7 @@ for arg in "$@"; do
     --quick) runs=3 ;;
     --no-big) big=0 ;;
     --micro) micro=1 ;;
-    -h|--help) sed -n '2,24p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h|--help) sed -n '2,23p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "unknown argument: $arg (see --help)"; exit 2 ;;
   esac
 done
