@@ -7,6 +7,15 @@
 // An attempt that runs into the end of the window stops the search of the
 // window: the caller carries the rest into the next one, where the attempt
 // is made again with more text.
+//
+// Two shortcuts give the same results with less work. A pattern whose
+// elements all take exactly one byte is looked for by its rarest byte: every
+// attempt that starts far enough from the window's end either matches whole
+// or fails, so the ones that cannot have that byte in place are skipped (the
+// newlines a first-byte scan would have passed are counted lazily all the
+// same). Otherwise a pattern without a first byte whose first element takes
+// one byte skips the bytes that element refuses, since an attempt there
+// fails at once.
 #include "matcher.h"
 
 #include <cctype>
@@ -19,6 +28,124 @@
 namespace {
 
 enum class Outcome { Success, Fail, RanOut };
+
+// How often a byte stands in typical source text and prose, most frequent
+// first; bytes not listed count as the rarest.
+constexpr const char kByteFrequency[] =
+    " etnirsaoc_ldu\nphfm\t*;(),/bg=ykvx.-w0_1TE2S3#ANRIDLCOPMF4U8BGXH6K5\"{}<>79[]'&+:|!WVYQJZjqz%?\\^~@$`";
+
+constexpr int byteRank(unsigned char byte)
+{
+    for (int i = 0; kByteFrequency[i] != 0; ++i)
+        if (static_cast<unsigned char>(kByteFrequency[i]) == byte)
+            return i;
+    return 255;
+}
+
+// What the pattern allows the search to skip. Made again whenever the
+// compiled pattern or the case switch changes.
+struct Plan {
+    // The pattern it was made for.
+    uint32_t table[256];
+    uint32_t flags[kMaxElements + 1];
+    int count;
+    unsigned char first;
+    unsigned char matchCase;
+
+    bool literal;             // every element takes exactly one byte
+    uint32_t negated;         // bit k: element k accepts what its table bit refuses
+    int rareElement;          // the element whose bytes are scanned for
+    unsigned char rareA, rareB;
+    bool skipFirst;           // no first byte, element 0 takes exactly one byte
+    int firstValues;          // bytes element 0 accepts, when that is 1 or 2
+    unsigned char firstA, firstB;
+    bool firstAccepts[256];   // element 0 accepts the byte (negation applied)
+};
+
+Plan s_plan;
+bool s_planned;
+
+// The values element k accepts, up to three of them, and how many there are.
+int acceptedValues(int element, unsigned char values[3])
+{
+    int found = 0;
+    for (int byte = 0; byte < 256; ++byte)
+        if ((g_aiPattern[byte] >> element) & 1u) {
+            if (found < 3)
+                values[found] = static_cast<unsigned char>(byte);
+            ++found;
+        }
+    return found;
+}
+
+const Plan &currentPlan()
+{
+    Plan &plan = s_plan;
+    if (s_planned && plan.count == g_cPattern && plan.first == g_chFirst && plan.matchCase == g_fMatchCase &&
+        std::memcmp(plan.table, g_aiPattern, sizeof plan.table) == 0 &&
+        std::memcmp(plan.flags, g_aiPatCount, sizeof plan.flags) == 0)
+        return plan;
+    std::memcpy(plan.table, g_aiPattern, sizeof plan.table);
+    std::memcpy(plan.flags, g_aiPatCount, sizeof plan.flags);
+    plan.count = g_cPattern;
+    plan.first = g_chFirst;
+    plan.matchCase = g_fMatchCase;
+    s_planned = true;
+
+    // Every element must take exactly one byte; the rarest element that
+    // accepts only one or two values is the one scanned for.
+    unsigned char values[3];
+    plan.literal = g_cPattern > 0;
+    plan.negated = 0;
+    int rarest = -1;
+    for (int k = 0; k < g_cPattern && plan.literal; ++k) {
+        const uint32_t flags = g_aiPatCount[k];
+        if ((flags & ~kFlagNegated) != kFlagSingle) {
+            plan.literal = false;
+            break;
+        }
+        if (flags & kFlagNegated) {
+            plan.negated |= 1u << k;
+            continue;
+        }
+        int found = acceptedValues(k, values);
+        if (found < 1 || found > 2)
+            continue;
+        unsigned char other = found == 2 ? values[1] : values[0];
+        // A pair of values is as frequent as its more frequent member.
+        int rank = byteRank(values[0]) < byteRank(other) ? byteRank(values[0]) : byteRank(other);
+        if (rank > rarest) {
+            rarest = rank;
+            plan.rareElement = k;
+            plan.rareA = values[0];
+            plan.rareB = other;
+        }
+    }
+    if (rarest < 0)
+        plan.literal = false;
+
+    const uint32_t flags0 = g_aiPatCount[0];
+    plan.skipFirst = g_chFirst == 0 && g_cPattern > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
+    for (int byte = 0; byte < 256; ++byte)
+        plan.firstAccepts[byte] = (((g_aiPattern[byte] & 1u) != 0) != ((flags0 & kFlagNegated) != 0));
+    plan.firstValues = 0;
+    if (plan.skipFirst) {
+        int found = 0;
+        for (int byte = 0; byte < 256; ++byte)
+            if (plan.firstAccepts[byte]) {
+                if (found < 2)
+                    (found == 0 ? plan.firstA : plan.firstB) = static_cast<unsigned char>(byte);
+                ++found;
+            }
+        if (found == 1)
+            plan.firstB = plan.firstA;
+        plan.firstValues = found <= 2 ? found : 0;
+    }
+    return plan;
+}
+
+// Elements that the last attempt may have given a count (all at first).
+int s_countsUsed = kMaxElements + 1;
 
 // Runs elements from `element` on, from text[pos]. On success *end is one
 // past the last byte examined.
@@ -34,6 +161,8 @@ Outcome attempt(const unsigned char *text, int64_t len, int64_t pos, int element
             accepted = !accepted;
         int32_t &matched = g_aiMatchCount[element];
         matched = accepted ? matched + 1 : -matched;
+        if (element >= s_countsUsed)
+            s_countsUsed = element + 1;
 
         bool consumed = accepted;
         if (flags & kFlagStar) {
@@ -63,6 +192,35 @@ Outcome attempt(const unsigned char *text, int64_t len, int64_t pos, int element
     }
 }
 
+// For a pattern of one-byte elements: moves *pos to the next start from which
+// the whole pattern matches and returns true; or, when no such start lies
+// far enough from the window's end to be decided here, moves *pos to the
+// first start that the ordinary scan must try and returns false. Attempts
+// at the starts passed over would fail without running off the window.
+bool findLiteral(const Plan &plan, const unsigned char *text, int64_t len, int64_t *pos)
+{
+    const int64_t elements = plan.count;
+    const int64_t decided = len - elements;  // attempts from before here cannot run off
+    const int64_t rare = plan.rareElement;
+    while (*pos < decided) {
+        int64_t candidate = *pos + static_cast<int64_t>(FindEitherByte(text + *pos + rare,
+                                                                      static_cast<size_t>(decided - *pos),
+                                                                      plan.rareA, plan.rareB));
+        if (candidate >= decided)
+            break;
+        int64_t k = 0;
+        while (k < elements && (((plan.table[text[candidate + k]] ^ plan.negated) >> k) & 1u))
+            ++k;
+        *pos = candidate;
+        if (k == elements)
+            return true;
+        ++*pos;
+    }
+    if (*pos < decided)
+        *pos = decided;
+    return false;
+}
+
 bool isWordByte(unsigned char byte)
 {
     return byte == '_' || std::isalnum(byte);
@@ -75,7 +233,9 @@ bool isLineDelimiter(unsigned char byte)
 
 void resetCounts()
 {
-    std::memset(g_aiMatchCount, 0, sizeof(g_aiMatchCount[0]) * static_cast<size_t>(g_cPattern));
+    for (int k = 0; k < s_countsUsed; ++k)
+        g_aiMatchCount[k] = 0;
+    s_countsUsed = 1;
 }
 
 } // namespace
@@ -93,6 +253,7 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
     const unsigned char firstOther =
         (!g_fMatchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
 
+    const Plan &plan = currentPlan();
     int reports = 0;
     int64_t pos = 0;      // where the next attempt (or first-byte scan) begins
     int64_t counted = 0;  // with a first byte: newlines before this are in *line
@@ -101,7 +262,11 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
         int64_t start;
         int64_t end = 0;
         Outcome outcome;
-        if (first != 0) {
+        if (plan.literal && findLiteral(plan, text, len, &pos)) {
+            start = pos;
+            end = pos + g_cPattern;
+            outcome = Outcome::Success;
+        } else if (first != 0) {
             start = pos + static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
             if (start >= len) {
                 *line += CountNewlines(text + counted, static_cast<size_t>(len - counted));
@@ -117,6 +282,16 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
                 outcome = attempt(text, len, start + 1, 1, &end);
             }
         } else {
+            if (plan.skipFirst && pos < len - 1) {
+                // Attempts at refused bytes fail at once; only one at the
+                // window's last byte would run off, so that one is made.
+                if (plan.firstValues > 0)
+                    pos += static_cast<int64_t>(
+                        FindEitherByte(text + pos, static_cast<size_t>(len - 1 - pos), plan.firstA, plan.firstB));
+                else
+                    while (pos < len - 1 && !plan.firstAccepts[text[pos]])
+                        ++pos;
+            }
             if (pos >= len) {
                 stop = len;
                 break;
