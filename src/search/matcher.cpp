@@ -166,8 +166,20 @@ Outcome attempt(const unsigned char *text, int64_t len, int64_t pos, int element
 
         bool consumed = accepted;
         if (flags & kFlagStar) {
-            if (!accepted)
-                ++element;
+            if (accepted) {
+                // Take the whole run of accepted bytes at once.
+                const uint32_t bit = 1u << element;
+                const uint32_t flip = (flags & kFlagNegated) ? bit : 0u;
+                int64_t run = pos + 1;
+                while (run < len && ((g_aiPattern[text[run]] ^ flip) & bit))
+                    ++run;
+                if (run >= len)
+                    return Outcome::RanOut;
+                matched += static_cast<int32_t>(run - pos - 1);
+                pos = run;
+                continue;
+            }
+            ++element;
         } else if (flags & kFlagPlus) {
             if (!accepted) {
                 // Going on needs the next element to have accepted bytes in
