@@ -38,6 +38,11 @@ const char sUsage[] =
 // The longest pattern kept; a longer one is cut to this many bytes.
 constexpr size_t kPatternMax = 31;
 
+// Copies of the folder and mask arguments. They live as long as the process,
+// like the pattern, and are never freed.
+char *s_sDirectory;
+char *s_sMasks;
+
 // printf of a null text, as the C library shows it.
 const char *shown(const char *text)
 {
@@ -88,8 +93,8 @@ int RunFyndle(int argc, char **argv)
         exit(0);
     }
 
-    char *directory = nullptr;
-    char *masks = nullptr;
+    char *&directory = s_sDirectory;
+    char *&masks = s_sMasks;
     int plainCount = 0;
     for (int i = 1; i < argc; ++i) {
         const char *argument = argv[i];
@@ -111,10 +116,13 @@ int RunFyndle(int argc, char **argv)
     }
 
     if (g_fCountLines) {
-        // No pattern: the plain arguments shift down one role.
-        char *folder = g_sPattern;
+        // No pattern: the plain arguments shift down one role, and a third
+        // one is ignored.
+        free(masks);
+        masks = directory;
+        directory = g_sPattern;
         g_sPattern = nullptr;
-        FRunMask(folder, directory);
+        FRunMask(directory, masks);
         return 0;
     }
     if (g_sPattern == nullptr) {
