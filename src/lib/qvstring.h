@@ -203,9 +203,11 @@ int ILexiCmp(const wchar_t **a, const wchar_t **b);
 
 /* ---- Double to text in a fixed width --------------------------------- */
 
-/* Prints x into s (size bytes, always terminated when size >= 1) in at most
-** width characters, with at most precision significant digits chosen from
-** the magnitude of x. An int that fits prints as "%d" unless keepDecimals
+/* Prints x into s (size bytes, always terminated when size >= 1), with at
+** most precision significant digits chosen from the magnitude of x so that
+** the text fits width characters. That holds with keepDecimals 0; with
+** kept decimals a value that rounds up to the next power of ten may come out
+** one character wider ("-0.000100" for -9.9999999e-5 in width 8). An int that fits prints as "%d" unless keepDecimals
 ** is set. mode 0 is plain; 1 drops the '+' of the exponent; 2 also drops the
 ** '0' before the point for 1e-4 <= |x| < 1. Exponents lose their leading
 ** zero ("1e-5"). keepDecimals 0 lets '%g' strip trailing zeros; above 0
