@@ -35,6 +35,36 @@ inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned cha
     return len;
 }
 
+// First position s in [0, count) with text[s + offsetA] equal to a1 or a2
+// and text[s + offsetB] equal to b1 or b2, or count. Reads no further than
+// text[count - 1 + max(offsetA, offsetB)].
+inline size_t FindBytePair(const unsigned char *text, size_t count, size_t offsetA, unsigned char a1,
+                           unsigned char a2, size_t offsetB, unsigned char b1, unsigned char b2)
+{
+    size_t s = 0;
+#if defined(__SSE2__)
+    const __m128i va1 = _mm_set1_epi8(static_cast<char>(a1));
+    const __m128i va2 = _mm_set1_epi8(static_cast<char>(a2));
+    const __m128i vb1 = _mm_set1_epi8(static_cast<char>(b1));
+    const __m128i vb2 = _mm_set1_epi8(static_cast<char>(b2));
+    for (; s + 16 <= count; s += 16) {
+        __m128i blockA = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + s + offsetA));
+        __m128i blockB = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + s + offsetB));
+        __m128i hitA = _mm_or_si128(_mm_cmpeq_epi8(blockA, va1), _mm_cmpeq_epi8(blockA, va2));
+        __m128i hitB = _mm_or_si128(_mm_cmpeq_epi8(blockB, vb1), _mm_cmpeq_epi8(blockB, vb2));
+        int mask = _mm_movemask_epi8(_mm_and_si128(hitA, hitB));
+        if (mask != 0)
+            return s + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+    }
+#endif
+    for (; s < count; ++s) {
+        unsigned char atA = text[s + offsetA], atB = text[s + offsetB];
+        if ((atA == a1 || atA == a2) && (atB == b1 || atB == b2))
+            return s;
+    }
+    return count;
+}
+
 // Number of newline bytes in [text, text + len).
 inline int64_t CountNewlines(const unsigned char *text, size_t len)
 {

@@ -56,6 +56,8 @@ struct Plan {
     uint32_t negated;         // bit k: element k accepts what its table bit refuses
     int rareElement;          // the element whose bytes are scanned for
     unsigned char rareA, rareB;
+    int pairElement;          // a second element checked in the same scan, or -1
+    unsigned char pairA, pairB;
     bool skipFirst;           // no first byte, element 0 takes exactly one byte
     int firstValues;          // bytes element 0 accepts, when that is 1 or 2
     unsigned char firstA, firstB;
@@ -94,10 +96,13 @@ const Plan &currentPlan()
 
     // Every element must take exactly one byte; the rarest element that
     // accepts only one or two values is the one scanned for.
+    // The two rarest elements that accept only one or two values are checked
+    // together by the scan.
     unsigned char values[3];
     plan.literal = g_cPattern > 0;
     plan.negated = 0;
-    int rarest = -1;
+    plan.pairElement = -1;
+    int rarest = -1, secondRarest = -1;
     for (int k = 0; k < g_cPattern && plan.literal; ++k) {
         const uint32_t flags = g_aiPatCount[k];
         if ((flags & ~kFlagNegated) != kFlagSingle) {
@@ -115,10 +120,19 @@ const Plan &currentPlan()
         // A pair of values is as frequent as its more frequent member.
         int rank = byteRank(values[0]) < byteRank(other) ? byteRank(values[0]) : byteRank(other);
         if (rank > rarest) {
+            secondRarest = rarest;
+            plan.pairElement = rarest < 0 ? -1 : plan.rareElement;
+            plan.pairA = plan.rareA;
+            plan.pairB = plan.rareB;
             rarest = rank;
             plan.rareElement = k;
             plan.rareA = values[0];
             plan.rareB = other;
+        } else if (rank > secondRarest) {
+            secondRarest = rank;
+            plan.pairElement = k;
+            plan.pairA = values[0];
+            plan.pairB = other;
         }
     }
     if (rarest < 0)
@@ -215,9 +229,12 @@ bool findLiteral(const Plan &plan, const unsigned char *text, int64_t len, int64
     const int64_t decided = len - elements;  // attempts from before here cannot run off
     const int64_t rare = plan.rareElement;
     while (*pos < decided) {
-        int64_t candidate = *pos + static_cast<int64_t>(FindEitherByte(text + *pos + rare,
-                                                                      static_cast<size_t>(decided - *pos),
-                                                                      plan.rareA, plan.rareB));
+        const size_t starts = static_cast<size_t>(decided - *pos);
+        size_t found = plan.pairElement < 0
+                           ? FindEitherByte(text + *pos + rare, starts, plan.rareA, plan.rareB)
+                           : FindBytePair(text + *pos, starts, static_cast<size_t>(rare), plan.rareA, plan.rareB,
+                                          static_cast<size_t>(plan.pairElement), plan.pairA, plan.pairB);
+        int64_t candidate = *pos + static_cast<int64_t>(found);
         if (candidate >= decided)
             break;
         int64_t k = 0;
