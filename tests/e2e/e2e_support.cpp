@@ -1,84 +1,87 @@
-// Runs the built binary (its path comes from the build) and captures what it
-// writes, with a time limit so that a hang fails the test instead of CI.
 #include "e2e_support.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <stdexcept>
+#include <grp.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
-namespace {
-
-void drain(int fd, std::string &into, bool *open)
+RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd, int timeoutSeconds,
+                    const std::function<void()> &holdBack, size_t heldBytes)
 {
-    char chunk[65536];
-    ssize_t got = read(fd, chunk, sizeof chunk);
-    if (got > 0)
-        into.append(chunk, static_cast<size_t>(got));
-    else if (got == 0 || errno != EINTR)
-        *open = false;
-}
-
-} // namespace
-
-RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd, int timeoutSeconds)
-{
-    int outPipe[2], errPipe[2];
-    if (pipe(outPipe) != 0 || pipe(errPipe) != 0)
+    int pipes[2][2];
+    if (pipe(pipes[0]) != 0 || pipe(pipes[1]) != 0)
         throw std::runtime_error("pipe failed");
     pid_t child = fork();
     if (child == 0) {
-        dup2(outPipe[1], 1);
-        dup2(errPipe[1], 2);
-        close(outPipe[0]);
-        close(errPipe[0]);
-        int devNull = open("/dev/null", O_RDONLY);
-        dup2(devNull, 0);
+        dup2(pipes[0][1], 1);
+        dup2(pipes[1][1], 2);
+        close(pipes[0][0]);
+        close(pipes[1][0]);
+        dup2(open("/dev/null", O_RDONLY), 0);
         if (!cwd.empty() && chdir(cwd.c_str()) != 0)
             _exit(126);
-        std::vector<char *> argv;
-        argv.push_back(const_cast<char *>(FYNDLE_BINARY));
+        if (g_runAsUser >= 0 && (setgroups(0, nullptr) != 0 || setgid(g_runAsUser) != 0 || setuid(g_runAsUser) != 0))
+            _exit(125);
+        std::vector<char *> argv{const_cast<char *>(FYNDLE_BINARY)};
         for (const std::string &arg : args)
             argv.push_back(const_cast<char *>(arg.c_str()));
         argv.push_back(nullptr);
         execv(FYNDLE_BINARY, argv.data());
         _exit(127);
     }
-    close(outPipe[1]);
-    close(errPipe[1]);
+    close(pipes[0][1]);
+    close(pipes[1][1]);
     RunResult result;
-    bool outOpen = true, errOpen = true;
-    timespec startTime;
-    clock_gettime(CLOCK_MONOTONIC, &startTime);
-    while (outOpen || errOpen) {
-        pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
-        int ready = poll(fds, 2, 200);
-        if (ready > 0) {
-            if (outOpen && (fds[0].revents & (POLLIN | POLLHUP)))
-                drain(outPipe[0], result.out, &outOpen);
-            if (errOpen && (fds[1].revents & (POLLIN | POLLHUP)))
-                drain(errPipe[0], result.err, &errOpen);
+    std::string *into[2] = {&result.out, &result.err};
+    bool open[2] = {true, true}, held = static_cast<bool>(holdBack);
+    timespec start, now;
+    clock_gettime(CLOCK_MONOTONIC, &start);
+    while (open[0] || open[1]) {
+        pollfd fds[2] = {{pipes[0][0], POLLIN, 0}, {pipes[1][0], POLLIN, 0}};
+        if (poll(fds, 2, 200) > 0) {
+            int waiting = 0;
+            if (held && (ioctl(pipes[0][0], FIONREAD, &waiting) != 0 || static_cast<size_t>(waiting) > heldBytes ||
+                         (fds[0].revents & POLLHUP))) {
+                holdBack();
+                held = false;
+            }
+            for (int i = held ? 1 : 0; i < 2; ++i) {
+                if (!open[i] || !(fds[i].revents & (POLLIN | POLLHUP)))
+                    continue;
+                char chunk[65536];
+                ssize_t got = read(pipes[i][0], chunk, sizeof chunk);
+                if (got > 0)
+                    into[i]->append(chunk, static_cast<size_t>(got));
+                else if (got == 0 || errno != EINTR)
+                    open[i] = false;
+            }
+            if (held) {
+                const timespec pause{0, 10 * 1000 * 1000};
+                nanosleep(&pause, nullptr);
+            }
         }
-        timespec now;
         clock_gettime(CLOCK_MONOTONIC, &now);
-        if (now.tv_sec - startTime.tv_sec > timeoutSeconds) {
+        if (now.tv_sec - start.tv_sec > timeoutSeconds) {
             kill(child, SIGKILL);
             result.err += "[killed: time limit]";
             break;
         }
     }
-    close(outPipe[0]);
-    close(errPipe[0]);
+    close(pipes[0][0]);
+    close(pipes[1][0]);
     int status = 0;
     waitpid(child, &status, 0);
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -90,20 +93,20 @@ TempTree::TempTree()
     std::string pattern = (fs::temp_directory_path() / "fyndle-e2e-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("mkdtemp failed");
-    // Resolve links (a linked /tmp) so that paths compare with what fyndle prints.
-    root_ = fs::canonical(pattern).string();
+    root_ = fs::canonical(pattern).string();  // as fyndle prints it, through a linked /tmp
 }
 
 TempTree::~TempTree()
 {
     std::error_code ignored;
-    // Give back any permissions a test took away, then remove everything.
+    // Give back the permissions a test took away, then remove everything.
     for (auto it = fs::recursive_directory_iterator(root_, fs::directory_options::skip_permission_denied, ignored);
-         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
+         it != fs::recursive_directory_iterator(); it.increment(ignored))
         if (it->is_directory(ignored) && !it->is_symlink(ignored))
             fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-    }
     fs::remove_all(root_, ignored);
+    if (fs::exists(root_, ignored))  // paths beyond the system's limit
+        (void)!std::system(("rm -rf '" + root_ + "'").c_str());
 }
 
 void TempTree::file(const std::string &rel, const std::string &content) const
@@ -116,7 +119,34 @@ void TempTree::file(const std::string &rel, const std::string &content) const
         throw std::runtime_error("cannot write " + full.string());
 }
 
-void TempTree::folder(const std::string &rel) const
+std::vector<std::string> listed(const std::string &folder, unsigned char type)
 {
-    fs::create_directories(path(rel));
+    std::vector<std::string> names;
+    DIR *dir = opendir(folder.c_str());
+    while (const dirent *entry = dir ? readdir(dir) : nullptr)
+        if (entry->d_name[0] != '.' && (type == 0 || entry->d_type == type))
+            names.emplace_back(entry->d_name);
+    if (dir)
+        closedir(dir);
+    return names;
+}
+
+std::string expand(std::string text, const TempTree &tree)
+{
+    for (size_t at = text.find('@'); at != std::string::npos; at = text.find('@', at + tree.root().size()))
+        text.replace(at, 1, tree.root());
+    return text;
+}
+
+void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode,
+           int timeoutSeconds)
+{
+    SCOPED_TRACE(testing::PrintToString(args));
+    std::vector<std::string> expanded;
+    for (const std::string &arg : args)
+        expanded.push_back(expand(arg, tree));
+    RunResult r = runFyndle(expanded, "", timeoutSeconds);
+    EXPECT_EQ(r.exitCode, exitCode);
+    EXPECT_EQ(r.out, kBanner + expand(want, tree));
+    EXPECT_EQ(r.err, "");
 }

@@ -1,18 +1,23 @@
 // Helpers for the end-to-end tests: run the built fyndle, make folder trees.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 struct RunResult {
-    int exitCode = -1;  // the exit code, or -1 when the process did not exit normally
-    std::string out;    // everything written to standard output
-    std::string err;    // everything written to standard error
+    int exitCode = -1;  // -1 when the process did not exit normally
+    std::string out, err;
 };
 
-// Runs the fyndle binary with args (argv[1..]) in the folder cwd (empty: the
-// test's own), standard input closed. Gives up after timeoutSeconds.
-RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd = "", int timeoutSeconds = 60);
+// Runs fyndle with args in cwd (empty: ours), standard input closed, killed
+// after timeoutSeconds. With holdBack set, standard output is left unread
+// until more than heldBytes wait in its pipe; holdBack then runs once.
+RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd = "", int timeoutSeconds = 60,
+                    const std::function<void()> &holdBack = {}, size_t heldBytes = 0);
+
+// When not negative, runFyndle runs the binary as this user and group.
+inline int g_runAsUser = -1;
 
 // A temporary folder that removes itself with everything in it.
 class TempTree {
@@ -21,18 +26,35 @@ public:
     ~TempTree();
     TempTree(const TempTree &) = delete;
     TempTree &operator=(const TempTree &) = delete;
-
     const std::string &root() const { return root_; }
-    // Path of rel below the root.
     std::string path(const std::string &rel) const { return rel.empty() ? root_ : root_ + "/" + rel; }
     // Writes a file (and its missing folders) with the given bytes.
     void file(const std::string &rel, const std::string &content) const;
-    // Makes a folder (and its missing parents).
-    void folder(const std::string &rel) const;
 
 private:
     std::string root_;
 };
 
-// The banner line every run prints first.
+// The visible entries of a folder in the order it lists them (0: any type).
+std::vector<std::string> listed(const std::string &folder, unsigned char type = 0);
+
+// Replaces every '@' with the tree's root.
+std::string expand(std::string text, const TempTree &tree);
+
+// Runs fyndle with args ('@' for the root) and expects the exit code and
+// the whole output: the banner, then want ('@' for the root).
+void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode = 0,
+           int timeoutSeconds = 60);
+
 inline const std::string kBanner = "\nfyndle version 1.20 Copyright (c) 2026 the fyndle developers\n";
+
+inline std::string searching(const std::string &pattern)
+{
+    return "Searching for \"" + pattern + "\"\n";
+}
+
+inline std::string summary(int count, int files, int tried)
+{
+    auto n = [](int v, const char *word) { return std::to_string(v) + word + (v == 1 ? "" : "s"); };
+    return n(count, " occurrence") + " found in " + n(files, " file") + " (" + n(tried, " file") + " searched).\n";
+}
