@@ -47,14 +47,23 @@ inline size_t FindBytePair(const unsigned char *text, size_t count, size_t offse
     const __m128i va2 = _mm_set1_epi8(static_cast<char>(a2));
     const __m128i vb1 = _mm_set1_epi8(static_cast<char>(b1));
     const __m128i vb2 = _mm_set1_epi8(static_cast<char>(b2));
-    for (; s + 16 <= count; s += 16) {
-        __m128i blockA = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + s + offsetA));
-        __m128i blockB = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + s + offsetB));
+    const auto hits = [&](size_t start) {
+        __m128i blockA = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + start + offsetA));
+        __m128i blockB = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + start + offsetB));
         __m128i hitA = _mm_or_si128(_mm_cmpeq_epi8(blockA, va1), _mm_cmpeq_epi8(blockA, va2));
         __m128i hitB = _mm_or_si128(_mm_cmpeq_epi8(blockB, vb1), _mm_cmpeq_epi8(blockB, vb2));
-        int mask = _mm_movemask_epi8(_mm_and_si128(hitA, hitB));
+        return static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(hitA, hitB)));
+    };
+    // Two blocks a round, one branch for both.
+    for (; s + 32 <= count; s += 32) {
+        unsigned mask = hits(s) | (hits(s + 16) << 16);
         if (mask != 0)
-            return s + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+            return s + static_cast<size_t>(__builtin_ctz(mask));
+    }
+    for (; s + 16 <= count; s += 16) {
+        unsigned mask = hits(s);
+        if (mask != 0)
+            return s + static_cast<size_t>(__builtin_ctz(mask));
     }
 #endif
     for (; s < count; ++s) {
@@ -72,17 +81,25 @@ inline int64_t CountNewlines(const unsigned char *text, size_t len)
     size_t i = 0;
 #if defined(__SSE2__)
     const __m128i newline = _mm_set1_epi8('\n');
+    const auto at = [text](size_t offset) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + offset));
+    };
     while (i + 16 <= len) {
-        // Byte counters may run 255 blocks before they must be summed.
-        size_t blocks = (len - i) / 16;
-        if (blocks > 255)
-            blocks = 255;
-        __m128i sums = _mm_setzero_si128();
-        for (size_t k = 0; k < blocks; ++k, i += 16) {
-            __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + i));
-            sums = _mm_sub_epi8(sums, _mm_cmpeq_epi8(block, newline));
+        // Byte counters may run 255 rounds before they must be summed; two
+        // of them, so that the additions do not wait on each other.
+        size_t rounds = (len - i) / 32;
+        if (rounds > 255)
+            rounds = 255;
+        __m128i sums = _mm_setzero_si128(), more = _mm_setzero_si128();
+        for (size_t k = 0; k < rounds; ++k, i += 32) {
+            sums = _mm_sub_epi8(sums, _mm_cmpeq_epi8(at(i), newline));
+            more = _mm_sub_epi8(more, _mm_cmpeq_epi8(at(i + 16), newline));
         }
-        __m128i wide = _mm_sad_epu8(sums, _mm_setzero_si128());
+        if (rounds == 0) {
+            sums = _mm_sub_epi8(sums, _mm_cmpeq_epi8(at(i), newline));
+            i += 16;
+        }
+        __m128i wide = _mm_add_epi64(_mm_sad_epu8(sums, _mm_setzero_si128()), _mm_sad_epu8(more, _mm_setzero_si128()));
         count += _mm_cvtsi128_si32(wide) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(wide, wide));
     }
 #endif
