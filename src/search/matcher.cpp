@@ -9,9 +9,9 @@
 // is made again with more text.
 //
 // Two shortcuts give the same results with less work. A pattern whose
-// elements all take exactly one byte is looked for by its rarest byte: every
-// attempt that starts far enough from the window's end either matches whole
-// or fails, so the ones that cannot have that byte in place are skipped (the
+// elements all take exactly one byte is looked for by its two rarest bytes:
+// every attempt that starts far enough from the window's end either matches
+// whole or fails, so the ones without those bytes in place are skipped (the
 // newlines a first-byte scan would have passed are counted lazily all the
 // same). Otherwise a pattern without a first byte whose first element takes
 // one byte skips the bytes that element refuses, since an attempt there
@@ -32,7 +32,7 @@ enum class Outcome { Success, Fail, RanOut };
 // How often a byte stands in typical source text and prose, most frequent
 // first; bytes not listed count as the rarest.
 constexpr const char kByteFrequency[] =
-    " etnirsaoc_ldu\nphfm\t*;(),/bg=ykvx.-w0_1TE2S3#ANRIDLCOPMF4U8BGXH6K5\"{}<>79[]'&+:|!WVYQJZjqz%?\\^~@$`";
+    " etnirsaoc_ldu\nphfm\t*;(),/bg=ykvx.-w01TE2S3#ANRIDLCOPMF4U8BGXH6K5\"{}<>79[]'&+:|!WVYQJZjqz%?\\^~@$`";
 
 constexpr int byteRank(unsigned char byte)
 {
@@ -94,10 +94,8 @@ const Plan &currentPlan()
     plan.matchCase = g_fMatchCase;
     s_planned = true;
 
-    // Every element must take exactly one byte; the rarest element that
-    // accepts only one or two values is the one scanned for.
-    // The two rarest elements that accept only one or two values are checked
-    // together by the scan.
+    // Every element must take exactly one byte; the two rarest elements that
+    // accept only one or two values are checked together by the scan.
     unsigned char values[3];
     plan.literal = g_cPattern > 0;
     plan.negated = 0;
