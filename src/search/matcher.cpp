@@ -156,25 +156,24 @@ const Plan &currentPlan()
     return plan;
 }
 
-// Elements that the last attempt may have given a count (all at first).
-int s_countsUsed = kMaxElements + 1;
-
 // Runs elements from `element` on, from text[pos]. On success *end is one
-// past the last byte examined.
+// past the last byte examined. An element's count starts at 0 when the
+// attempt reaches it: elements are reached in order, so that is the same as
+// clearing them all at the start, without the work for those never reached.
 Outcome attempt(const unsigned char *text, int64_t len, int64_t pos, int element, int64_t *end)
 {
     const int count = g_cPattern;
     if (pos >= len)
         return Outcome::RanOut;
+    g_aiMatchCount[element] = 0;
     for (;;) {
+        const int previous = element;
         const uint32_t flags = g_aiPatCount[element];
         bool accepted = (g_aiPattern[text[pos]] >> element) & 1u;
         if (flags & kFlagNegated)
             accepted = !accepted;
         int32_t &matched = g_aiMatchCount[element];
         matched = accepted ? matched + 1 : -matched;
-        if (element >= s_countsUsed)
-            s_countsUsed = element + 1;
 
         bool consumed = accepted;
         if (flags & kFlagStar) {
@@ -193,13 +192,11 @@ Outcome attempt(const unsigned char *text, int64_t len, int64_t pos, int element
             }
             ++element;
         } else if (flags & kFlagPlus) {
-            if (!accepted) {
-                // Going on needs the next element to have accepted bytes in
-                // this attempt already, which it cannot have: the attempt fails.
-                ++element;
-                if (element >= count || g_aiMatchCount[element] == 0)
-                    return Outcome::Fail;
-            }
+            // Going on needs the next element to have accepted bytes in this
+            // attempt already, which it cannot have, not being reached yet:
+            // the attempt fails.
+            if (!accepted)
+                return Outcome::Fail;
         } else if (flags & kFlagOptional) {
             ++element;
         } else {
@@ -211,6 +208,8 @@ Outcome attempt(const unsigned char *text, int64_t len, int64_t pos, int element
             *end = pos + 1;
             return Outcome::Success;
         }
+        if (element != previous)
+            g_aiMatchCount[element] = 0;
         if (consumed && ++pos >= len)
             return Outcome::RanOut;
     }
@@ -258,12 +257,6 @@ bool isLineDelimiter(unsigned char byte)
     return byte == 0 || byte == '\n' || byte == '\r';
 }
 
-void resetCounts()
-{
-    for (int k = 0; k < s_countsUsed; ++k)
-        g_aiMatchCount[k] = 0;
-    s_countsUsed = 1;
-}
 
 } // namespace
 
@@ -300,7 +293,6 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
                 stop = len;
                 break;
             }
-            resetCounts();
             g_aiMatchCount[0] = 1;
             if (g_cPattern == 1) {
                 end = start + 1;
@@ -324,7 +316,6 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
                 break;
             }
             start = pos;
-            resetCounts();
             outcome = attempt(text, len, start, 0, &end);
         }
 
