@@ -38,7 +38,7 @@ extern unsigned char g_fMatchWord;       // -w: whole words only
 // The compiled pattern.
 extern uint32_t g_aiPattern[256];              // per byte value: bit k set when element k accepts it
 extern uint32_t g_aiPatCount[kMaxElements + 1];// per element: its flags; then the end marker
-extern int32_t g_aiMatchCount[kMaxElements + 1];// per element: bytes accepted in the current attempt
+extern int32_t g_aiMatchCount[kMaxElements + 1];// per element the attempt has reached: bytes it accepted
 extern int g_cPattern;                         // number of elements
 extern unsigned char g_chFirst;                // byte that element 0 must be, or 0
 extern char *g_sPattern;                       // the pattern text (heap copy)
