@@ -1,5 +1,6 @@
 // Bulk byte primitives for the matcher and the line counter: find the first
-// of two byte values, count newlines. SSE2 (part of every x86-64) where the
+// of two byte values or of a pair at two offsets, find a line's ends, count
+// newlines. SSE2 (part of every x86-64) where the
 // compiler has it, plain loops elsewhere; both give the same answers.
 #pragma once
 
@@ -72,6 +73,55 @@ inline size_t FindBytePair(const unsigned char *text, size_t count, size_t offse
             return s;
     }
     return count;
+}
+
+// A line ends at a NUL, a newline or a carriage return.
+inline bool IsLineDelimiter(unsigned char byte)
+{
+    return byte == 0 || byte == '\n' || byte == '\r';
+}
+
+#if defined(__SSE2__)
+// Bit i set when byte i of the 16 at text is a line delimiter.
+inline unsigned LineDelimiterMask(const unsigned char *text)
+{
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text));
+    const __m128i hits = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_setzero_si128()),
+                                      _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n')),
+                                                   _mm_cmpeq_epi8(block, _mm_set1_epi8('\r'))));
+    return static_cast<unsigned>(_mm_movemask_epi8(hits));
+}
+#endif
+
+// Position of the first line delimiter in [text, text + len), or len.
+inline size_t FindLineDelimiter(const unsigned char *text, size_t len)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    for (; i + 16 <= len; i += 16)
+        if (unsigned mask = LineDelimiterMask(text + i))
+            return i + static_cast<size_t>(__builtin_ctz(mask));
+#endif
+    for (; i < len; ++i)
+        if (IsLineDelimiter(text[i]))
+            return i;
+    return len;
+}
+
+// One past the last line delimiter in [text, text + len), or 0: where the
+// line holding text[len] begins.
+inline size_t FindLineStart(const unsigned char *text, size_t len)
+{
+    size_t i = len;
+#if defined(__SSE2__)
+    for (; i >= 16; i -= 16)
+        if (unsigned mask = LineDelimiterMask(text + i - 16))
+            return i - 16 + static_cast<size_t>(32 - __builtin_clz(mask));
+#endif
+    for (; i > 0; --i)
+        if (IsLineDelimiter(text[i - 1]))
+            return i;
+    return 0;
 }
 
 // Number of newline bytes in [text, text + len).

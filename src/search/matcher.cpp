@@ -13,9 +13,13 @@
 // every attempt that starts far enough from the window's end either matches
 // whole or fails, so the ones without those bytes in place are skipped (the
 // newlines a first-byte scan would have passed are counted lazily all the
-// same). Otherwise a pattern without a first byte whose first element takes
-// one byte skips the bytes that element refuses, since an attempt there
-// fails at once.
+// same). A pattern made of a first byte, a starred element and a tail of
+// one-byte elements is looked for by its tail: the star takes all it can
+// and never gives back, so an attempt succeeds only where its star run ends
+// right at an occurrence of the tail, and attempts whose star run ends far
+// enough from the window's end only match or fail. Otherwise a pattern
+// without a first byte whose first element takes one byte skips the bytes
+// that element refuses, since an attempt there fails at once.
 #include "matcher.h"
 
 #include <cctype>
@@ -28,6 +32,15 @@
 namespace {
 
 enum class Outcome { Success, Fail, RanOut };
+
+// The one or two rarest elements of a run of one-byte elements, with the one
+// or two values each accepts, for a vector scan that checks both at once.
+struct ScanPair {
+    int rare;                 // offset of the rarest element, or -1: none fit
+    unsigned char rareA, rareB;
+    int pair;                 // offset of the second, or -1
+    unsigned char pairA, pairB;
+};
 
 // How often a byte stands in typical source text and prose, most frequent
 // first; bytes not listed count as the rarest.
@@ -54,10 +67,12 @@ struct Plan {
 
     bool literal;             // every element takes exactly one byte
     uint32_t negated;         // bit k: element k accepts what its table bit refuses
-    int rareElement;          // the element whose bytes are scanned for
-    unsigned char rareA, rareB;
-    int pairElement;          // a second element checked in the same scan, or -1
-    unsigned char pairA, pairB;
+    ScanPair scan;            // literal: offsets from the match start
+
+    bool starTail;            // first byte, element 1 starred, the rest one byte each
+    uint32_t starBit;         // element 1's table bit
+    uint32_t starFlip;        // starBit when element 1 is negated, else 0
+    ScanPair tailScan;        // starTail: offsets from the tail's first byte
     bool skipFirst;           // no first byte, element 0 takes exactly one byte
     int firstValues;          // bytes element 0 accepts, when that is 1 or 2
     unsigned char firstA, firstB;
@@ -66,6 +81,7 @@ struct Plan {
 
 Plan s_plan;
 bool s_planned;
+bool s_shortcuts = true;
 
 // The values element k accepts, up to three of them, and how many there are.
 int acceptedValues(int element, unsigned char values[3])
@@ -78,6 +94,42 @@ int acceptedValues(int element, unsigned char values[3])
             ++found;
         }
     return found;
+}
+
+// Picks, among the one-byte elements from..to-1, the two rarest that accept
+// one or two values (negated ones accept too many). Offsets count from
+// element `from`.
+ScanPair chooseScanPair(int from, int to)
+{
+    ScanPair scan{-1, 0, 0, -1, 0, 0};
+    unsigned char values[3];
+    int rarest = -1, secondRarest = -1;
+    for (int k = from; k < to; ++k) {
+        if (g_aiPatCount[k] & kFlagNegated)
+            continue;
+        int found = acceptedValues(k, values);
+        if (found < 1 || found > 2)
+            continue;
+        unsigned char other = found == 2 ? values[1] : values[0];
+        // A pair of values is as frequent as its more frequent member.
+        int rank = byteRank(values[0]) < byteRank(other) ? byteRank(values[0]) : byteRank(other);
+        if (rank > rarest) {
+            secondRarest = rarest;
+            scan.pair = scan.rare;
+            scan.pairA = scan.rareA;
+            scan.pairB = scan.rareB;
+            rarest = rank;
+            scan.rare = k - from;
+            scan.rareA = values[0];
+            scan.rareB = other;
+        } else if (rank > secondRarest) {
+            secondRarest = rank;
+            scan.pair = k - from;
+            scan.pairA = values[0];
+            scan.pairB = other;
+        }
+    }
+    return scan;
 }
 
 const Plan &currentPlan()
@@ -94,47 +146,33 @@ const Plan &currentPlan()
     plan.matchCase = g_fMatchCase;
     s_planned = true;
 
-    // Every element must take exactly one byte; the two rarest elements that
-    // accept only one or two values are checked together by the scan.
-    unsigned char values[3];
+    // Every element must take exactly one byte.
     plan.literal = g_cPattern > 0;
     plan.negated = 0;
-    plan.pairElement = -1;
-    int rarest = -1, secondRarest = -1;
-    for (int k = 0; k < g_cPattern && plan.literal; ++k) {
+    for (int k = 0; k < g_cPattern; ++k) {
         const uint32_t flags = g_aiPatCount[k];
-        if ((flags & ~kFlagNegated) != kFlagSingle) {
+        if ((flags & ~kFlagNegated) != kFlagSingle)
             plan.literal = false;
-            break;
-        }
-        if (flags & kFlagNegated) {
+        if (flags & kFlagNegated)
             plan.negated |= 1u << k;
-            continue;
-        }
-        int found = acceptedValues(k, values);
-        if (found < 1 || found > 2)
-            continue;
-        unsigned char other = found == 2 ? values[1] : values[0];
-        // A pair of values is as frequent as its more frequent member.
-        int rank = byteRank(values[0]) < byteRank(other) ? byteRank(values[0]) : byteRank(other);
-        if (rank > rarest) {
-            secondRarest = rarest;
-            plan.pairElement = rarest < 0 ? -1 : plan.rareElement;
-            plan.pairA = plan.rareA;
-            plan.pairB = plan.rareB;
-            rarest = rank;
-            plan.rareElement = k;
-            plan.rareA = values[0];
-            plan.rareB = other;
-        } else if (rank > secondRarest) {
-            secondRarest = rank;
-            plan.pairElement = k;
-            plan.pairA = values[0];
-            plan.pairB = other;
-        }
     }
-    if (rarest < 0)
-        plan.literal = false;
+    if (plan.literal) {
+        plan.scan = chooseScanPair(0, g_cPattern);
+        plan.literal = plan.scan.rare >= 0;
+    }
+
+    // A first byte, a star, then at least one element of exactly one byte.
+    // The first byte alone decides element 0 (as in the ordinary scan).
+    plan.starTail = g_chFirst != 0 && g_cPattern >= 3 && g_aiPatCount[0] == kFlagSingle &&
+                    (g_aiPatCount[1] & ~kFlagNegated) == kFlagStar;
+    for (int k = 2; k < g_cPattern && plan.starTail; ++k)
+        plan.starTail = (g_aiPatCount[k] & ~kFlagNegated) == kFlagSingle;
+    if (plan.starTail) {
+        plan.starBit = 1u << 1;
+        plan.starFlip = (g_aiPatCount[1] & kFlagNegated) ? plan.starBit : 0u;
+        plan.tailScan = chooseScanPair(2, g_cPattern);
+        plan.starTail = plan.tailScan.rare >= 0;
+    }
 
     const uint32_t flags0 = g_aiPatCount[0];
     plan.skipFirst = g_chFirst == 0 && g_cPattern > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
@@ -224,13 +262,13 @@ bool findLiteral(const Plan &plan, const unsigned char *text, int64_t len, int64
 {
     const int64_t elements = plan.count;
     const int64_t decided = len - elements;  // attempts from before here cannot run off
-    const int64_t rare = plan.rareElement;
+    const ScanPair &scan = plan.scan;
     while (*pos < decided) {
         const size_t starts = static_cast<size_t>(decided - *pos);
-        size_t found = plan.pairElement < 0
-                           ? FindEitherByte(text + *pos + rare, starts, plan.rareA, plan.rareB)
-                           : FindBytePair(text + *pos, starts, static_cast<size_t>(rare), plan.rareA, plan.rareB,
-                                          static_cast<size_t>(plan.pairElement), plan.pairA, plan.pairB);
+        size_t found = scan.pair < 0
+                           ? FindEitherByte(text + *pos + scan.rare, starts, scan.rareA, scan.rareB)
+                           : FindBytePair(text + *pos, starts, static_cast<size_t>(scan.rare), scan.rareA, scan.rareB,
+                                          static_cast<size_t>(scan.pair), scan.pairA, scan.pairB);
         int64_t candidate = *pos + static_cast<int64_t>(found);
         if (candidate >= decided)
             break;
@@ -247,18 +285,88 @@ bool findLiteral(const Plan &plan, const unsigned char *text, int64_t len, int64
     return false;
 }
 
+// The first start from which an attempt of a star-tail pattern may run off
+// the window. An attempt from start s runs its star from s + 1 to the first
+// byte the star refuses, run(s), and then checks the tail there; it can only
+// run off when the tail would reach the window's last byte, i.e. when
+// run(s) >= len - tail. Since run(s) never decreases with s, those starts
+// are the ones from the returned position on.
+int64_t starTailUndecided(const Plan &plan, const unsigned char *text, int64_t len)
+{
+    const int64_t tail = plan.count - 2;
+    int64_t run = len - tail;  // starts s >= run - 1 have run(s) >= len - tail
+    while (run > 0 && ((plan.table[text[run - 1]] ^ plan.starFlip) & plan.starBit))
+        --run;
+    return run > 0 ? run - 1 : 0;
+}
+
+// For a star-tail pattern: moves *pos to the next start from which the
+// pattern matches, sets *end past the match and returns true; or, when no
+// such start lies before `undecided`, moves *pos to the first start the
+// ordinary scan must try and returns false. Every start passed over would
+// fail without running off the window.
+bool findStarTail(const Plan &plan, const unsigned char *text, int64_t len, int64_t undecided, unsigned char first,
+                  unsigned char firstOther, int64_t *pos, int64_t *end)
+{
+    const int64_t tail = plan.count - 2;
+    const uint32_t tailNegated = plan.negated >> 2;
+    const ScanPair &scan = plan.tailScan;
+    const auto inStar = [&plan](unsigned char byte) { return ((plan.table[byte] ^ plan.starFlip) & plan.starBit) != 0; };
+    // A success from s < undecided has its tail at run(s) <= len - 1 - tail.
+    const int64_t lastTail = len - 1 - tail;
+    int64_t from = *pos + 1;  // where the next tail may begin: after a first byte
+    while (*pos < undecided && from <= lastTail) {
+        const size_t places = static_cast<size_t>(lastTail - from + 1);
+        size_t found = scan.pair < 0
+                           ? FindEitherByte(text + from + scan.rare, places, scan.rareA, scan.rareB)
+                           : FindBytePair(text + from, places, static_cast<size_t>(scan.rare), scan.rareA, scan.rareB,
+                                          static_cast<size_t>(scan.pair), scan.pairA, scan.pairB);
+        const int64_t at = from + static_cast<int64_t>(found);
+        if (at > lastTail)
+            break;
+        from = at + 1;
+        int64_t k = 0;
+        while (k < tail && ((((plan.table[text[at + k]] >> 2) ^ tailNegated) >> k) & 1u))
+            ++k;
+        // The tail counts only where a star run ends, i.e. its first byte
+        // is one the star refuses; elsewhere a run may go on past it.
+        if (k < tail || inStar(text[at]))
+            continue;
+        // The starts whose run ends here: a first byte at or after the byte
+        // before the run; the lowest of them matches.
+        int64_t runStart = at;
+        while (runStart - 1 > *pos && inStar(text[runStart - 1]))
+            --runStart;
+        const int64_t lowest = runStart - 1 > *pos ? runStart - 1 : *pos;
+        const int64_t start = lowest + static_cast<int64_t>(FindEitherByte(text + lowest, static_cast<size_t>(at - lowest),
+                                                                           first, firstOther));
+        if (start < at) {
+            *pos = start;
+            *end = at + tail;
+            return true;
+        }
+        // Every start before here has its run end here or at an earlier
+        // tail already looked at: none of them matches.
+        *pos = at;
+    }
+    if (*pos < undecided)
+        *pos = undecided;
+    return false;
+}
+
 bool isWordByte(unsigned char byte)
 {
     return byte == '_' || std::isalnum(byte);
 }
 
-bool isLineDelimiter(unsigned char byte)
-{
-    return byte == 0 || byte == '\n' || byte == '\r';
-}
 
 
 } // namespace
+
+void SetMatcherShortcuts(bool on)
+{
+    s_shortcuts = on;
+}
 
 int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset, int64_t *line,
               const char *print, int matchWord)
@@ -274,6 +382,10 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
         (!g_fMatchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
 
     const Plan &plan = currentPlan();
+    const bool literal = s_shortcuts && plan.literal;
+    const bool starTail = s_shortcuts && plan.starTail;
+    const bool skipFirst = s_shortcuts && plan.skipFirst;
+    const int64_t undecided = starTail ? starTailUndecided(plan, text, len) : 0;
     int reports = 0;
     int64_t pos = 0;      // where the next attempt (or first-byte scan) begins
     int64_t counted = 0;  // with a first byte: newlines before this are in *line
@@ -282,9 +394,12 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
         int64_t start;
         int64_t end = 0;
         Outcome outcome;
-        if (plan.literal && findLiteral(plan, text, len, &pos)) {
+        if (literal && findLiteral(plan, text, len, &pos)) {
             start = pos;
             end = pos + g_cPattern;
+            outcome = Outcome::Success;
+        } else if (starTail && pos < undecided && findStarTail(plan, text, len, undecided, first, firstOther, &pos, &end)) {
+            start = pos;
             outcome = Outcome::Success;
         } else if (first != 0) {
             start = pos + static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
@@ -301,7 +416,7 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
                 outcome = attempt(text, len, start + 1, 1, &end);
             }
         } else {
-            if (plan.skipFirst && pos < len - 1) {
+            if (skipFirst && pos < len - 1) {
                 // Attempts at refused bytes fail at once; only one at the
                 // window's last byte would run off, so that one is made.
                 if (plan.firstValues > 0)
@@ -356,15 +471,10 @@ int iGrepText(const char *name, const char *textArg, int lenArg, int64_t *offset
             pos = counted = end;
             continue;
         }
-        int64_t lineStart = start + 1;
-        if (!isLineDelimiter(text[start])) {
-            lineStart = start;
-            while (lineStart > 0 && !isLineDelimiter(text[lineStart - 1]))
-                --lineStart;
-        }
-        int64_t lineEnd = lineStart;
-        while (lineEnd < len && !isLineDelimiter(text[lineEnd]))
-            ++lineEnd;
+        const int64_t lineStart =
+            IsLineDelimiter(text[start]) ? start + 1 : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(start)));
+        const int64_t lineEnd =
+            lineStart + static_cast<int64_t>(FindLineDelimiter(text + lineStart, static_cast<size_t>(len - lineStart)));
         if (name != nullptr)
             ReportLine(name, lineAtStart + 1, print + lineStart, static_cast<size_t>(lineEnd - lineStart));
         // One report per line: go on at the delimiter that ends it. Newlines

@@ -18,3 +18,8 @@
 // A len below 1 returns 0 and changes nothing.
 int iGrepText(const char *name, const char *text, int len, int64_t *offset, int64_t *line,
               const char *print, int matchWord);
+
+// Turns the matcher's shortcuts (the skipping scans) off or on; they are on
+// at start. Off, every attempt is made in order the plain way: tests and the
+// fuzzer compare the two, which must agree in everything.
+void SetMatcherShortcuts(bool on);

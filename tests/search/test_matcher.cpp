@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <iterator>
+#include <random>
 #include <string>
 
 #include "capture.h"
@@ -79,6 +81,11 @@ const Case kCases[] = {
     {"r", "[x]y", "a\nb\nxy\n", "f (1): xy\n", 1},
     {"r", "a\\~bc", "abc\naxc\n", "f (2): axc\n", 1},
     {"r", "a\\:", "aa\nab\n", "", 0},
+    // A first byte, a starred set, a tail: the star never gives back.
+    {"r", "s[a-z]*_t", "size_t ssize_t\nsys_t sizeof\nS_T\n", "f (1): size_t ssize_t\nf (2): sys_t sizeof\nf (3): S_T\n", 3},
+    {"r", "s[a-z]*t", "st sat\n", "", 0},
+    {"br", "s[a-z]*_t", "ab_t sab_t", "f (0x5): sab_t\n", 1},
+    {"r", "\"[^\"]*\"", "say \"hi\" \"\"\n", "f (1): say \"hi\" \"\"\n", 1},
 };
 
 TEST(Matcher, ReportsAndCounts)
@@ -105,6 +112,8 @@ TEST(Matcher, HowFarTheSearchGetsAndTheLineCount)
         {"r", "[a]bc", "xx\nab", 3, 0},           // no first byte: stops at the attempt
         {"r", "[^q]*q", "abcdef", 0, 0},          // from the first byte: nothing consumed
         {"", "q", "a\nb\n", 4, 2},
+        {"r", "s[a-z]*_t", "xx s_t\nyy sab", 11, 1},  // a star running off stops the window
+        {"r", "s[a-z]*_t", "xx s_t\nyy sab_", 11, 1}, // so does a tail cut by its end
     };
     for (const Stop &stop : stops) {
         Search s = runSearch(stop.options, stop.pattern, stop.text);
@@ -115,6 +124,32 @@ TEST(Matcher, HowFarTheSearchGetsAndTheLineCount)
     EXPECT_EQ(iGrepText("f", "", 0, &offset, &line, "", 0), 0);
     EXPECT_EQ(offset, 7);
     EXPECT_EQ(line, 3);
+}
+
+// The skipping scans must give exactly what the plain attempt-by-attempt
+// search gives: reports, count, bytes consumed and lines counted, also for
+// attempts that run off the window's end.
+TEST(Matcher, ShortcutsChangeNothing)
+{
+    const char *patterns[] = {"s[a-z]*_t", "s[ab]*_", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st",
+                              "s[^s]*s_", "ab_", "a\\~b_", "[ab]_s", "s.*t", "sa"};
+    const std::string alphabet = "sab_tST \n\r";
+    std::mt19937 rng(7);
+    for (int round = 0; round < 4000; ++round) {
+        std::string text(1 + rng() % 200, ' ');
+        for (char &ch : text)
+            ch = alphabet[rng() % alphabet.size()];
+        const std::string options = std::string("r") + (round % 2 ? "b" : "") + (round % 3 ? "" : "c") + (round % 5 ? "" : "w");
+        const char *pattern = patterns[rng() % std::size(patterns)];
+        SetMatcherShortcuts(false);
+        Search plain = runSearch(options, pattern, text);
+        SetMatcherShortcuts(true);
+        Search fast = runSearch(options, pattern, text);
+        ASSERT_EQ(fast.out, plain.out) << options << " '" << pattern << "' over '" << text << "'";
+        ASSERT_EQ(fast.found, plain.found) << pattern;
+        ASSERT_EQ(fast.offset, plain.offset) << options << " '" << pattern << "' over '" << text << "'";
+        ASSERT_EQ(fast.line, plain.line) << options << " '" << pattern << "' over '" << text << "'";
+    }
 }
 
 } // namespace

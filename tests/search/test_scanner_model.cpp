@@ -279,7 +279,8 @@ TEST_F(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     const std::string longLines = "abcABC_-.";
     const char *plainPatterns[] = {"ab", "a", "Ab", "bA", "ab_", "\n", "aaa", "b b"};
     const char *regExpPatterns[] = {"a.b", "ab*", "[ab]b", "^ab", "ab$", "[^a]b", "a\\~bB", "b+a", ".*a",
-                                    "[a-b]*b", "a$b", "\\(ab", "[ab]+", "^", "$", "\\~a[^b]A", "[ab][^_]b"};
+                                    "[a-b]*b", "a$b", "\\(ab", "[ab]+", "^", "$", "\\~a[^b]A", "[ab][^_]b",
+                                    "a[ab]*_b", "b[^_]*_", "a[a-c]*\\~b_"};
     for (int round = 0; round < 300; ++round) {
         SearchSetup setup{};
         setup.regExp = round % 2 == 1;
