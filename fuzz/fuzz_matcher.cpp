@@ -9,6 +9,8 @@
 // - the offset grows by at most the window's length, and never shrinks;
 // - printing changes nothing: a run with a name (reports captured) counts,
 //   consumes and counts lines exactly as a run with a null name;
+// - the skipping scans change nothing: a run with the shortcuts off gives
+//   the same reports, consumption and line count;
 // - in text mode every report is one line "f (N): ..." with N above the
 //   starting line count and never going down;
 // - a case-insensitive search (widened pattern tables over the text as it
@@ -144,6 +146,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         FUZZ_CHECK(named.printed.size() >= 8 * static_cast<size_t>(named.reports));
     else
         checkTextReports(named.printed, named.reports, startLine);
+
+    SetMatcherShortcuts(false);
+    const Outcome plain = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord);
+    SetMatcherShortcuts(true);
+    FUZZ_CHECK(plain.reports == named.reports);
+    FUZZ_CHECK(plain.offset == named.offset);
+    FUZZ_CHECK(plain.line == named.line);
+    FUZZ_CHECK(plain.printed == named.printed);
 
     if (!g_fMatchCase && len > 0) {
         std::memcpy(g_aiPattern, plainTable, sizeof plainTable);
