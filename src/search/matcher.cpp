@@ -253,6 +253,16 @@ Outcome attempt(const unsigned char *text, int64_t len, int64_t pos, int element
     }
 }
 
+// First of `places` positions p at which the scanned elements accept
+// text[p + offset], or `places`.
+size_t findScanPair(const ScanPair &scan, const unsigned char *text, size_t places)
+{
+    if (scan.pair < 0)
+        return FindEitherByte(text + scan.rare, places, scan.rareA, scan.rareB);
+    return FindBytePair(text, places, static_cast<size_t>(scan.rare), scan.rareA, scan.rareB,
+                        static_cast<size_t>(scan.pair), scan.pairA, scan.pairB);
+}
+
 // For a pattern of one-byte elements: moves *pos to the next start from which
 // the whole pattern matches and returns true; or, when no such start lies
 // far enough from the window's end to be decided here, moves *pos to the
@@ -265,10 +275,7 @@ bool findLiteral(const Plan &plan, const unsigned char *text, int64_t len, int64
     const ScanPair &scan = plan.scan;
     while (*pos < decided) {
         const size_t starts = static_cast<size_t>(decided - *pos);
-        size_t found = scan.pair < 0
-                           ? FindEitherByte(text + *pos + scan.rare, starts, scan.rareA, scan.rareB)
-                           : FindBytePair(text + *pos, starts, static_cast<size_t>(scan.rare), scan.rareA, scan.rareB,
-                                          static_cast<size_t>(scan.pair), scan.pairA, scan.pairB);
+        const size_t found = findScanPair(scan, text + *pos, starts);
         int64_t candidate = *pos + static_cast<int64_t>(found);
         if (candidate >= decided)
             break;
@@ -317,10 +324,7 @@ bool findStarTail(const Plan &plan, const unsigned char *text, int64_t len, int6
     int64_t from = *pos + 1;  // where the next tail may begin: after a first byte
     while (*pos < undecided && from <= lastTail) {
         const size_t places = static_cast<size_t>(lastTail - from + 1);
-        size_t found = scan.pair < 0
-                           ? FindEitherByte(text + from + scan.rare, places, scan.rareA, scan.rareB)
-                           : FindBytePair(text + from, places, static_cast<size_t>(scan.rare), scan.rareA, scan.rareB,
-                                          static_cast<size_t>(scan.pair), scan.pairA, scan.pairB);
+        const size_t found = findScanPair(scan, text + from, places);
         const int64_t at = from + static_cast<int64_t>(found);
         if (at > lastTail)
             break;
@@ -346,7 +350,7 @@ bool findStarTail(const Plan &plan, const unsigned char *text, int64_t len, int6
             return true;
         }
         // Every start before here has its run end here or at an earlier
-        // tail already looked at: none of them matches.
+        // place, where no tail matched: none of them matches.
         *pos = at;
     }
     if (*pos < undecided)
