@@ -97,6 +97,9 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
          searching("needle") + summary(0, 0, 1)},  // a newline before byte 4801 does not cut
         {{"-b", "-r", "[n]eedle", "@", "b.txt"}, {{"b.txt", longLine}},
          searching("[n]eedle") + "@/b.txt (0x13fd): neeDLE\n@/b.txt (0x1f40): Needle\n" + summary(2, 1, 1)},
+        // A star run into the window's end: that first byte is not tried again.
+        {{"-b", "-r", "s[a-z]*_t", "@"}, {{"a.txt", "sab_t " + std::string(5106, '-') + "sabcdefg_t s_T"}},
+         searching("s[a-z]*_t") + "@/a.txt (0): sab_t\n@/a.txt (0x1403): s_T\n" + summary(2, 1, 1)},
     };
     for (const Case &c : cases) {
         TempTree tree;
