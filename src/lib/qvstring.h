@@ -161,14 +161,19 @@ size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const ch
                      int maxCount, size_t *newLen, int caseSensitive, unsigned lineMode);
 
 /* Writes src (srcLen bytes, NUL-terminated there) with pat replaced by rep
-** into dst of dstSize bytes and returns the replacements made, walking
-** exactly as StrCpyRepSize. Give dst the new length that StrCpyRepSize
-** reports plus one: nothing is then written past that. A replacement that
-** does not fit ends the call early (dst is then undefined); with a short dst
-** the rest after the last replacement is cut to fit. maxCount 0 copies src.
-** An empty pat with lineMode 2 (1) puts rep in place of the first (last)
-** byte of each line; with an empty rep, srcLen 0 or another lineMode it
-** writes nothing and returns 0. Null dst, src or pat give 0. */
+** into dst and returns the replacements made, walking exactly as
+** StrCpyRepSize. Room: dst must hold the new length that StrCpyRepSize
+** reports plus one bytes, whatever dstSize says; no write goes past that.
+** dstSize is tested only before each segment and its replacement: one that
+** does not fit within dstSize ends the call with the count so far (dst ends
+** with the NUL written after the last replacement, or is unterminated when
+** bytes past refused candidates came after it). The NUL after each
+** replacement, those single bytes and the final rest of src with its NUL
+** are written without that test. maxCount 0 copies src whole, as strcpy
+** does, and returns 0. An empty pat with lineMode 2 (1) puts rep in place
+** of the first (last) byte of each line; with an empty rep, srcLen 0 or
+** another lineMode it writes nothing and returns 0. Null dst, src or pat
+** give 0. */
 size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep,
                  const char *pat, int maxCount, int caseSensitive, unsigned lineMode);
 
@@ -213,8 +218,12 @@ int ILexiCmp(const wchar_t **a, const wchar_t **b);
 ** zero ("1e-5"). keepDecimals 0 lets '%g' strip trailing zeros; above 0
 ** zeros are kept down to that many fraction digits. Width below 8 or
 ** precision below 1 gives "####" for anything but an int that fits; NaN
-** gives ".NaN", infinities "+.Inf" / "-.Inf". size must exceed width and be
-** at least 6 (the fixed texts); a smaller size cuts the text. Returns s. */
+** gives ".NaN", infinities "+.Inf" / "-.Inf". Room: give a size above
+** width and a buffer of at least max(size, 6) bytes. The fixed texts are
+** stored whatever size says; the '%g' and "%d" texts are cut at size - 1;
+** a text cut below width still gets its '.', whose terminator may then
+** take the byte s[size] (size 0 stores only fixed texts). Any width and precision cost a
+** few kilobytes at most. Returns s. */
 char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals,
                      double x);
 
@@ -238,15 +247,17 @@ double DHexToDouble(const char *text);
 ** reduced (a fraction that rounds to a whole day gives "24:00"). 0.0 gives
 ** "00:00" ("00:00:00" with secondsMode 1); a negative time of day alone
 ** gives ""; NaN, infinities and day numbers beyond the int range give ".".
-** The text is cut to size; 40 bytes hold any result. A null s or a size
-** of 0 stores nothing. Returns s. */
+** The text is cut to size, except the midnight time, which is appended
+** whole: with midnightTime s must hold size + 9 bytes. 40 bytes hold any
+** result. A null s or a size of 0 stores nothing. Returns s. */
 char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator,
                    int secondsMode, double x);
 
-/* As Dbl2DateStrA, widened into ws. A text longer than size characters
-** leaves ws untouched; otherwise the text and its terminator are stored, so
-** ws must hold size + 1 characters. A null ws or a size of 0 stores
-** nothing. Returns ws. */
+/* As Dbl2DateStrA into a 40-byte text, widened into ws. A text longer than
+** size characters leaves ws untouched; otherwise every byte, terminator
+** included, is widened. Room: ws must hold size + 1 characters (with size 0
+** an empty text still stores its terminator). A null ws stores nothing.
+** Returns ws. */
 wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime,
                      int spaceSeparator, int secondsMode, double x);
 

@@ -7,7 +7,8 @@
 ** order never matters. A date-and-time number is a Julian day number plus
 ** the time of day as a fraction of a day; the calendar is the one of the
 ** qvsystim unit. Stamps are built left to right, each piece printed at the
-** end of the text so far and cut to the caller's size.
+** end of the text so far and cut to the caller's size, except the midnight
+** time, which is appended whole.
 */
 #include "qvstring.h"
 #include "qvsystim.h"
@@ -105,8 +106,9 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
             append(s, size, "%d-%02d-%02d", year, month, dayOfMonth);
         fraction = x - day;
         if (midnightTime && fraction == 0.0) {
-            const char *separator = spaceSeparator ? " " : "T";
-            append(s, size, "%s%s", separator, secondsMode == 1 ? "00:00:00" : "00:00");
+            // Appended whole, whatever size says: the caller leaves room.
+            std::strcat(s, spaceSeparator ? " " : "T");
+            std::strcat(s, secondsMode == 1 ? "00:00:00" : "00:00");
         }
         if (!(fraction > 0.0))
             return s;
@@ -131,7 +133,7 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
 wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime,
                      int spaceSeparator, int secondsMode, double x)
 {
-    if (!ws || size == 0)
+    if (!ws)
         return ws;
     char narrow[kStampSize];
     Dbl2DateStrA(narrow, sizeof narrow, withDayName, midnightTime, spaceSeparator, secondsMode, x);

@@ -104,6 +104,11 @@ struct CountSink {
     void finish(size_t) {}
 };
 
+// Capacity is tested only before a segment and its replacement; the NUL
+// after each replacement, the bytes kept past refused candidates and the
+// final rest with its NUL are written unchecked. Whatever dstSize says, no
+// write goes past the full result and its NUL, the size StrCpyRepSize
+// reports plus one.
 struct CopySink {
     char *dst;
     size_t dstSize;
@@ -113,39 +118,31 @@ struct CopySink {
     size_t repLen;
     size_t written = 0;
 
-    size_t room() const { return dstSize - written; }
-
     bool replace(size_t from, size_t at)
     {
         const size_t segment = at - from;
-        if (segment > room() || repLen > room() - segment)
+        if (written > dstSize || segment > dstSize - written || repLen > dstSize - written - segment)
             return false;
         std::memcpy(dst + written, src + from, segment);
         if (repLen > 0)
             std::memcpy(dst + written + segment, rep, repLen);
         written += segment + repLen;
-        if (written < dstSize)
-            dst[written] = '\0';
+        dst[written] = '\0';
         return true;
     }
 
     bool keepByte(size_t at)
     {
-        if (room() < 1)
-            return false;
         dst[written++] = src[at];
         return true;
     }
 
-    // The rest of the source and the terminator; a dst sized from
-    // StrCpyRepSize always has room, a shorter one gets the rest cut.
+    // When nothing is left after a replacement this rewrites the NUL it
+    // already wrote; after a kept byte, or with no event at all, it is the
+    // only terminator.
     void finish(size_t from)
     {
-        if (room() == 0)
-            return;
-        size_t rest = from < srcLen ? srcLen - from : 0;
-        if (rest > room() - 1)
-            rest = room() - 1;
+        const size_t rest = from < srcLen ? srcLen - from : 0;
         std::memcpy(dst + written, src + from, rest);
         written += rest;
         dst[written] = '\0';
@@ -289,7 +286,8 @@ size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char
     const size_t repLen = rep ? std::strlen(rep) : 0;
     CopySink sink{dst, dstSize, src, srcLen, rep, repLen};
     if (maxCount == 0) {
-        // A copy as far as the terminator, which must not lie past srcLen.
+        // A whole copy as far as the terminator, whatever dstSize says; the
+        // read stops at srcLen should the terminator lie beyond it.
         sink.srcLen = strnlen(src, srcLen);
         sink.finish(0);
         return 0;

@@ -54,13 +54,32 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
         EXPECT_EQ(StrPrintDouble(buf, sizeof buf, c.width, c.precision, c.mode, c.keep, c.x), buf);
         EXPECT_STREQ(buf, c.out) << c.width << " " << c.precision << " " << c.mode << " " << c.keep << " " << c.x;
     }
-    for (double x : {DNaN(), -kInf, 4294967296.0, -1.23456789e-100, 0.25, 123456.789, 7.0, 1.5})
-        for (size_t size = 0; size < 14; ++size) { // never past size, always terminated
-            std::string buf(24, '@');
-            EXPECT_EQ(StrPrintDouble(buf.data(), size, 20, 15, 0, 0, x), buf.data());
-            EXPECT_EQ(buf.find_first_not_of('@', size), std::string::npos) << size << " " << x;
-            EXPECT_TRUE(size == 0 || std::strlen(buf.c_str()) < size) << size << " " << x;
-        }
+    // Below the room asked for: '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not;
+    // size 0 stores only a fixed text. Nothing lands past the text and its terminator.
+    const struct { size_t size; double x; const char *out; } shortSizes[] = {
+        {0,DNaN(),".NaN"}, {3,DNaN(),".NaN"}, {1,-kInf,"-.Inf"}, {0,7.0,"@"}, {1,7.0,""}, {0,0.25,"@"},
+        {1,0.25,"."}, {2,0.25,"0."}, {3,0.25,"0."}, {4,0.25,"0.2"}, {4,123456.7,"123."}, {8,123456.7,"123456."},
+        {1,4294967296.0,"."}, {5,4294967296.0,"4294."}, {12,4294967296.0,"4294967296."}, {3,-1.23456789e-100,"-1."},
+        {8,-1.23456789e-100,"-1.2345"}, {15,-1.23456789e-100,"-1.23456789e-1"}};
+    for (const auto &c : shortSizes) {
+        std::string buf(24, '@');
+        EXPECT_EQ(StrPrintDouble(buf.data(), c.size, 20, 15, 0, 0, c.x), buf.data());
+        const size_t len = std::strlen(c.out);
+        EXPECT_EQ(buf, std::string(c.out) + (c.out[0] == '@' ? std::string(23, '@') : '\0' + std::string(23 - len, '@')))
+            << c.size << " " << c.x;
+    }
+    char hashes[8] = "@@@@@@@";
+    EXPECT_EQ(std::string(StrPrintDouble(hashes, 2, 7, 6, 0, 0, 1.5), 7), std::string("####\0@@", 7));
+    // Any width and precision cost only the digits that can show: the exact expansions fit in 63 characters.
+    char exact[64];
+    for (int keep : {0, 1}) {
+        EXPECT_STREQ(StrPrintDouble(exact, sizeof exact, INT32_MAX, INT32_MAX, 0, keep, 0.1),
+                     "0.1000000000000000055511151231257827021181583404541015625");
+        EXPECT_STREQ(StrPrintDouble(exact, sizeof exact, INT32_MAX, INT32_MAX, 0, keep, 1.0 / 3),
+                     "0.333333333333333314829616256247390992939472198486328125");
+    }
+    EXPECT_STREQ(StrPrintDouble(exact, 30, INT32_MAX, INT32_MAX, 1, 1, 1.5), "1.5");
+    EXPECT_STREQ(StrPrintDouble(exact, 30, INT32_MAX, INT32_MAX, 0, 0, 1e300), "10000000000000000525047602552.");
     EXPECT_EQ(StrPrintDouble(nullptr, 10, 10, 6, 0, 0, 1.0), nullptr);
 }
 
@@ -107,13 +126,16 @@ TEST(Dbl2DateStrA, EveryFlagCombination)
         EXPECT_EQ(buf, (size ? full.substr(0, kept) + '\0' : "") + std::string(40 - kept - (size > 0), '@')) << size;
     }
     EXPECT_STREQ(Dbl2DateStrA(small, 3, 0, 0, 0, 0, std::nan("")), "."); EXPECT_EQ(Dbl2DateStrA(nullptr, 8, 0, 0, 0, 0, 1.0), nullptr);
+    char midnight[16]; // the midnight time is appended whole: size + 9 bytes
+    EXPECT_STREQ(Dbl2DateStrA(midnight, 5, 1, 1, 0, 1, kDay), "2000T00:00:00");
 }
 
 TEST(Dbl2DateStr, WidensOrLeavesUntouched)
 {
     std::wstring ws(24, L'@');
     EXPECT_EQ(Dbl2DateStr(ws.data(), 15, 0, 0, 0, 0, kDay + 0.5), ws.data()); // 16 characters: too long
-    EXPECT_EQ(Dbl2DateStr(ws.data(), 0, 1, 1, 1, 0, -0.25), ws.data()); EXPECT_EQ(ws, std::wstring(24, L'@'));
+    EXPECT_EQ(Dbl2DateStr(ws.data(), 0, 1, 1, 1, 0, -0.25), ws.data()); // the empty text's terminator, widened
+    EXPECT_EQ(ws, std::wstring(1, L'\0') + std::wstring(23, L'@'));
     EXPECT_EQ(Dbl2DateStr(ws.data(), 16, 0, 0, 0, 0, kDay + 0.5), ws.data());
     EXPECT_EQ(ws.substr(0, 18), std::wstring(L"2000-01-01T12:00\0@", 18));
     Dbl2DateStr(ws.data(), 4, 1, 1, 1, 0, -0.25); EXPECT_EQ(ws.substr(0, 2), std::wstring(L"\0000", 2));

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -217,13 +218,44 @@ TEST(StrCpyRep, AgreesWithSizeOverManyCombinations)
     }
 }
 
-TEST(StrCpyRep, ShortDestinationsNullsAndLengths)
+// Every dst size from the new length plus one down to 0. Replacement k ends at output offset ends[k] and its
+// segment starts at starts[k] (later when bytes past refused candidates came first). It is made only if it
+// ends within the size; the first that does not ends the call, leaving the bytes before its segment and, when
+// it follows a replacement directly, that replacement's NUL. When all fit, the rest and the NUL go in unchecked.
+TEST(StrCpyRep, EverySizeFollowsTheCapacityRules)
 {
-    size_t newLen = 99; char dst[16] = "~~~~~~~~~~~~~~~", src[] = "aXbXc", abc[] = "abcfoo";
-    EXPECT_EQ(StrCpyRep(dst, 0, src, 5, "YYY", "X", -1, 1, 0), 0u); EXPECT_EQ(dst[0], '~');
-    EXPECT_EQ(StrCpyRep(dst, 4, src, 5, "YYY", "X", -1, 1, 0), 1u); EXPECT_EQ(std::string(dst, 5), "aYYY~"); // no fit
-    EXPECT_EQ(StrCpyRep(dst, 7, src, 5, "YY", "X", -1, 1, 0), 2u); EXPECT_EQ(std::string(dst, 8), std::string("aYYbYY\0~", 8));
-    EXPECT_EQ(StrCpyRep(dst, 3, src, 5, "x", "l", 0, 1, 0), 0u); EXPECT_EQ(std::string(dst, 4), std::string("aX\0b", 4));
+    const struct { const char *src, *rep, *pat; int maxCount, caseSensitive; unsigned lineMode; const char *out;
+                   std::vector<size_t> ends, starts; } cases[] = {
+        {"aXbXc", "YY", "X", -1, 1, 0, "aYYbYYc", {3, 6}, {0, 3}}, {"fooXXbarXX", "-", "XX", -1, 1, 0, "foo-bar-", {4, 8}, {0, 4}},
+        {"aX\nX", "ZZ", "X", -1, 1, 2, "aX\nZZ", {5}, {2}}, {"xAxa", "bb", "a", 1, 0, 0, "xbbxa", {3}, {0}},
+        {"a\nb", "> ", "", -1, 1, 2, "> \n> ", {2, 5}, {0, 2}}, {"aXbXc", "YY", "X", 0, 1, 0, "aXbXc", {}, {}}};
+    for (const auto &c : cases) {
+        std::string src = c.src;
+        size_t newLen = 0;
+        const size_t count = StrCpyRepSize(c.src, src.size(), c.rep, c.pat, c.maxCount, &newLen, c.caseSensitive, c.lineMode);
+        ASSERT_EQ(count, c.ends.size()) << c.src;
+        for (size_t size = newLen + 1; size + 1 > 0; --size) {
+            std::string dst(newLen + 8, '~');
+            const size_t made = StrCpyRep(dst.data(), size, src.data(), src.size(), c.rep, c.pat, c.maxCount,
+                                          c.caseSensitive, c.lineMode);
+            size_t fit = 0;
+            while (fit < count && c.ends[fit] <= size)
+                ++fit;
+            std::string expected = std::string(c.out) + '\0';
+            if (fit < count) {
+                expected = std::string(c.out, c.starts[fit]);
+                if (fit > 0 && c.starts[fit] == c.ends[fit - 1])
+                    expected += '\0';
+            }
+            EXPECT_EQ(made, fit) << c.src << " size " << size;
+            EXPECT_EQ(dst, expected + std::string(dst.size() - expected.size(), '~')) << c.src << " size " << size;
+        }
+    }
+}
+
+TEST(StrCpyRep, NullsAndLengths)
+{
+    size_t newLen = 99; char dst[16] = "~~~~~~~~~~~~~~~", abc[] = "abcfoo";
     EXPECT_EQ(StrCpyRepSize(nullptr, 0, "x", "a", -1, &newLen, 1, 0) + StrCpyRepSize(abc, 6, "x", nullptr, -1, &newLen, 1, 0), 0u);
     EXPECT_EQ(StrCpyRepSize(abc, 6, "x", "foo", -1, nullptr, 1, 0), 1u);
     EXPECT_EQ(StrCpyRep(nullptr, 16, abc, 6, "x", "a", -1, 1, 0) + StrCpyRep(dst, 16, nullptr, 6, "x", "a", -1, 1, 0)
