@@ -199,8 +199,8 @@ double **CMatDup(double *const *src, int32_t r, int32_t c);
 
 /* Table block: header (word 1 the payload size), r row pointers, then r * c
 ** elements of size bytes row-major (stride size * c); allocation
-** size * c * r + r * 8 + 16 bytes exactly. r < 1, size < 0 or failure: null.
-** c < 1: null rows. Release with TabFreeBlock (null: no-op); handle is any
+** size * c * r + r * 8 + 16 bytes exactly. r < 1, size < 0, a stride or
+** element bytes beyond the 32-bit range, or failure: null. c < 1: null rows. Release with TabFreeBlock (null: no-op); handle is any
 ** row-pointer array of such a block. */
 void **TabAllocBlock(int32_t r, int32_t c, int32_t size);
 void TabFreeBlock(void *handle);

@@ -82,9 +82,13 @@ void **TabAllocBlock(int32_t r, int32_t c, int32_t size)
 {
     if (r < 1 || size < 0)
         return nullptr;
+    // Each product is checked before it feeds the next: both factors of
+    // stride * r then lie below 2^31, so neither can overflow 64 bits.
     const int64_t stride = int64_t{size} * (c < 0 ? 0 : c);
+    if (stride > INT32_MAX)
+        return nullptr;
     const int64_t valueBytes = stride * r;
-    if (stride > INT32_MAX || valueBytes > INT32_MAX)
+    if (valueBytes > INT32_MAX)
         return nullptr;
     const int64_t payload = valueBytes + int64_t{r} * int64_t{sizeof(void *)};
     void *start = malloc(static_cast<size_t>(payload + kHeaderBytes));

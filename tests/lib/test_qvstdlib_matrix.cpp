@@ -38,7 +38,8 @@ TEST(HeaderBlock, SizeWordsRowsAndRefusals)
         {'m', 3, INT32_MAX, 8, 0}, {'i', 2, 3, 4, 40}, {'i', 1, 1, 4, 12}, {'i', 3, 0, 4, 24}, {'i', 2, -4, 4, 16},
         {'i', 0, 3, 4, 0}, {'i', 65536, 16384, 4, 0}, {'t', 2, 3, 4, 40}, {'t', 2, 3, 8, 64}, {'t', 1, 1, 1, 9},
         {'t', 3, -2, 16, 24}, {'t', 2, 5, 0, 16}, {'t', 0, 3, 4, 0}, {'t', -1, 3, 4, 0}, {'t', 2, 3, -4, 0},
-        {'t', 2, 1 << 30, 4, 0}, {'t', 65536, 65536, 1, 0},
+        {'t', 2, 1 << 30, 4, 0}, {'t', 65536, 65536, 1, 0}, {'t', 1000000000, 1000000000, 1000, 0},
+        {'t', INT32_MAX, INT32_MAX, INT32_MAX, 0}, {'i', INT32_MAX, INT32_MAX, 4, 0},
     };
     for (const BlockCase &k : cases) {
         SCOPED_TRACE(testing::Message() << k.kind << ' ' << k.r << 'x' << k.c << 'x' << k.size);
@@ -68,7 +69,8 @@ TEST(SplitBlock, LayoutRefusalsAndRelease)
     m[2][3] = 7.0;
     EXPECT_TRUE(!empty[-1] && !empty[0] && !empty[1] && !empty[2]);
     MatFreeBlock0(m), MatFreeBlock0(empty); // empty: only the pointer array exists
-    EXPECT_TRUE(!MatAllocBlock0(0, 4) && !MatAllocBlock0(-2, 4) && !MatAllocBlock0(65536, 65536));
+    EXPECT_TRUE(!MatAllocBlock0(0, 4) && !MatAllocBlock0(-2, 4) && !MatAllocBlock0(65536, 65536)
+                && !MatAllocBlock0(INT32_MAX, INT32_MAX));
 }
 
 TEST(MatrixCopy, BitExactCopiesDupsAndIgnoredArguments)
