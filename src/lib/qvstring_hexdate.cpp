@@ -11,16 +11,18 @@
 ** time, which is appended whole.
 */
 #include "qvstring.h"
+#include "qvstring_internal.h"
 #include "qvsystim.h"
 
 #include <bit>
 #include <cctype>
 #include <climits>
 #include <cmath>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+using qvstring::appendf;
 
 namespace {
 
@@ -36,21 +38,10 @@ int hexDigitValue(char ch)
     return std::tolower(byte) - 87;
 }
 
-__attribute__((format(printf, 3, 4))) void append(char *s, size_t size, const char *format, ...)
-{
-    const size_t len = std::strlen(s);
-    if (len + 1 >= size)
-        return;
-    va_list args;
-    va_start(args, format);
-    std::vsnprintf(s + len, size - len, format, args);
-    va_end(args);
-}
-
 void store(char *s, size_t size, const char *text)
 {
     s[0] = '\0';
-    append(s, size, "%s", text);
+    appendf(s, size, "%s", text);
 }
 
 const char *dayName(int year, int month, int dayOfMonth)
@@ -100,10 +91,10 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
         int dayOfMonth = 0;
         GetDateFromJulian(day, &year, &month, &dayOfMonth);
         if (withDayName)
-            append(s, size, "%d-%02d-%02d %s", year, month, dayOfMonth,
+            appendf(s, size, "%d-%02d-%02d %s", year, month, dayOfMonth,
                    dayName(year, month, dayOfMonth));
         else
-            append(s, size, "%d-%02d-%02d", year, month, dayOfMonth);
+            appendf(s, size, "%d-%02d-%02d", year, month, dayOfMonth);
         fraction = x - day;
         if (midnightTime && fraction == 0.0) {
             // Appended whole, whatever size says: the caller leaves room.
@@ -121,12 +112,12 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
     int hundredths = 0;
     GetTimeFromJulian(&hour, &minute, &second, &hundredths, fraction);
     if (s[0] != '\0')
-        append(s, size, "%c", spaceSeparator ? ' ' : 'T');
-    append(s, size, "%02d:%02d", hour, minute);
+        appendf(s, size, "%c", spaceSeparator ? ' ' : 'T');
+    appendf(s, size, "%02d:%02d", hour, minute);
     if (secondsMode == 1 || (secondsMode == 0 && (second > 0 || hundredths > 0)))
-        append(s, size, ":%02d", second);
+        appendf(s, size, ":%02d", second);
     if (secondsMode >= 0 && hundredths > 0)
-        append(s, size, ".%02d", hundredths);
+        appendf(s, size, ".%02d", hundredths);
     return s;
 }
 

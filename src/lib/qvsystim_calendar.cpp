@@ -13,21 +13,18 @@
 ** undefined behaviour. Doubles are truncated to int through truncToInt.
 */
 #include "qvsystim.h"
+#include "qvsystim_internal.h"
 
 #include <cmath>
 #include <cstdint>
+
+using namespace qvsystim;
 
 namespace {
 
 constexpr int kFirstGregorianDay = 2299161;      // 1582-10-15
 constexpr int kGregorianTest = 588829;           // 31 * (jm + 12 * y) + d
 constexpr double kHsecPerDay = 8640000.0;
-constexpr double kDayPerHsec = 1.1574074074074074e-07;
-
-constexpr int wrap32(int64_t value)
-{
-    return static_cast<int>(static_cast<uint32_t>(value));
-}
 
 // Truncation toward zero; values no int64 can hold (and NaN) give INT_MIN,
 // the value the hardware conversion yields for them.

@@ -6,17 +6,15 @@
 ** bits and wrapped to 32, so absurd years give defined results.
 */
 #include "qvsystim.h"
+#include "qvsystim_internal.h"
 
 #include <cstdint>
+
+using namespace qvsystim;
 
 namespace {
 
 constexpr int kFirstGregorianEaster = 1583;
-
-constexpr int wrap32(int64_t value)
-{
-    return static_cast<int>(static_cast<uint32_t>(value));
-}
 
 // Paschal full moon, as days after March 21, by the Gregorian rule.
 int gregorianFullMoon(int year, int golden)
