@@ -119,6 +119,29 @@ TEST_F(MatCacheTest, EvictionTakesTheLastZeroStamp)
     EXPECT_TRUE(!record.apBlock && record.cSlots == 0 && g_cLocks == 6); // set-up and tear-down never lock
 }
 
+// Just before the stamp counter wraps, slot 0 keeps stamp 0 from the start and slot 3 gets 0 again after the
+// wrap: the victim is the last slot stamped 0, not the first, and slot 0 only once slot 3 is restamped.
+TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
+{
+    MatCache record{};
+    start(4, 4096, &record), SetMatCacheLocker(testLocker), g_pRecord = &record;
+    double **blocks[6];
+    for (double **&block : blocks)
+        block = MatAllocBlock(2, 2);
+    CMatFree(blocks[0]); // slot 0, stamp 0
+    record.iClock = UINT32_MAX - 1;
+    for (int k = 1; k < 4; k++)
+        CMatFree(blocks[k]); // slots 1 to 3, stamps 2^32 - 2, 2^32 - 1 and 0
+    CMatFree(blocks[4]);     // evicts slot 3
+    CMatFree(blocks[5]);     // evicts slot 0
+    void *const held[4] = {startOf(blocks[5]), startOf(blocks[1]), startOf(blocks[2]), startOf(blocks[4])};
+    const uint32_t stamps[4] = {2, UINT32_MAX - 1, UINT32_MAX, 1};
+    for (int s = 0; s < 4; s++)
+        EXPECT_TRUE(record.apBlock[s] == held[s] && record.aiStamp[s] == stamps[s]) << s;
+    EXPECT_EQ(record.cFlushes, 2u);
+    MatCacheExit(&record);
+}
+
 TEST_F(MatCacheTest, LockerHandsOutSecondRecord)
 {
     MatCache other{}, empty{};

@@ -131,6 +131,8 @@ TEST(QvSystimCalendar, NthWeekdayOfMonthAndIsoWeek)
         {2024, 5, 2, 6, 0},
         {2024, 5, 2, -6, 0},
         {2024, 5, 2, 0, 0},
+        {2024, 5, 4, 1, dayOf({2024, 5, 1})},  // the month begins on a Wednesday: the 1st is the first
+        {2024, 5, 4, 5, dayOf({2024, 5, 29})},
         {2024, 5, 4, -5, dayOf({2024, 5, 1})},  // the 1st itself
         {2024, 5, 3, -5, 0},
         {2024, 5, 6, 5, dayOf({2024, 5, 31})},  // the last day itself
