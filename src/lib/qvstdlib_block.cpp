@@ -1,16 +1,14 @@
-/*
-** qvstdlib_block: sizing, header words and row layout of the blocks with a
-** two-word header (matrix, cached matrix, integer matrix and table blocks).
-**
-** Header words are moved with memcpy: they hold integers and addresses in
-** memory the row pointers are also read from. Sizes are computed in 64
-** bits from 32-bit counts, so no product here can overflow.
-*/
+// qvstdlib_block: sizing, header words and row layout of the blocks with a
+// two-word header (matrix, cached matrix, integer matrix and table blocks).
+//
+// Header words are moved with memcpy: they hold integers and addresses in
+// memory the row pointers are also read from. Sizes are computed in 64
+// bits from 32-bit counts, so no product here can overflow.
 #include "qvstdlib_block.h"
 
 #include <cstring>
 
-namespace qvblock __attribute__((visibility("hidden"))) {
+namespace qvblock {
 
 uint64_t matBlockBytes(int32_t r, int32_t c)
 {

@@ -1,19 +1,17 @@
-/*
-** qvstdlib_matrix: matrix and vector blocks of doubles, and whole-block
-** operations on them.
-**
-** Matrix block, one malloc'd allocation:
-**   [start word][capacity word][r row pointers][r * c doubles, row-major]
-**                              ^ handle
-** handle[-2] is the allocation start, handle[-1] the allocation size minus
-** the 16 header bytes. The size is (r + r * c) * 8 + 16, at least 64, and
-** above 64 rounded up to a multiple of 256 so that nearby sizes meet in the
-** cache (qvstdlib_cache.cpp), which shares this sizing and row layout
-** (qvstdlib_block.cpp).
-** Split block: a pointer array [value block][r row pointers] plus a bare
-** value block. Vectors are bare arrays. Sizes are computed in 64 bits;
-** element counts beyond the 32-bit range are refused.
-*/
+// qvstdlib_matrix: matrix and vector blocks of doubles, and whole-block
+// operations on them.
+//
+// Matrix block, one malloc'd allocation:
+//   [start word][capacity word][r row pointers][r * c doubles, row-major]
+//                              ^ handle
+// handle[-2] is the allocation start, handle[-1] the allocation size minus
+// the 16 header bytes. The size is (r + r * c) * 8 + 16, at least 64, and
+// above 64 rounded up to a multiple of 256 so that nearby sizes meet in the
+// cache (qvstdlib_cache.cpp), which shares this sizing and row layout
+// (qvstdlib_block.cpp).
+// Split block: a pointer array [value block][r row pointers] plus a bare
+// value block. Vectors are bare arrays. Sizes are computed in 64 bits;
+// element counts beyond the 32-bit range are refused.
 #include "qvstdlib.h"
 #include "qvstdlib_block.h"
 #include "qvsystim.h"

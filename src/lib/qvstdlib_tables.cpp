@@ -1,15 +1,13 @@
-/*
-** qvstdlib_tables: table blocks and string tables.
-**
-** Table block, one malloc'd allocation:
-**   [start word][payload bytes][r row pointers][r * c elements, row-major]
-** with rows size * c bytes apart and the allocation exactly payload + 16
-** (no minimum, no rounding). Element counts and byte products beyond the
-** 32-bit range are refused.
-** String table: a bare array of n pointers, each null or an own malloc'd
-** zero-terminated string; the caller keeps n. Narrow and wide variants
-** share one template over the character type.
-*/
+// qvstdlib_tables: table blocks and string tables.
+//
+// Table block, one malloc'd allocation:
+//   [start word][payload bytes][r row pointers][r * c elements, row-major]
+// with rows size * c bytes apart and the allocation exactly payload + 16
+// (no minimum, no rounding). Element counts and byte products beyond the
+// 32-bit range are refused.
+// String table: a bare array of n pointers, each null or an own malloc'd
+// zero-terminated string; the caller keeps n. Narrow and wide variants
+// share one template over the character type.
 #include "qvstdlib.h"
 #include "qvstdlib_block.h"
 #include "qvstring.h"

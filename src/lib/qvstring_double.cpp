@@ -1,21 +1,19 @@
-/*
-** qvstring_double: a double printed within a fixed number of characters.
-**
-** The text is the C library's '%g' with a count of significant digits taken
-** from the magnitude of the value and the width, then edited in place: the
-** two-digit exponent loses its leading zero (and, in modes 1 and 2, its '+'),
-** mode 2 drops the '0' before the point, an integer-looking result of the
-** non-integer path gets a '.', and kept decimals are trimmed of trailing
-** zeros. Digit budgets are worked out in 64-bit integers so that no width or
-** precision can overflow. The '%g' and "%d" texts are cut at size - 1; the
-** fixed texts and the '.' that marks a non-integer are stored unchecked, so
-** the caller gives a size above width and at least 6 bytes.
-** A double has at most 767 significant decimal digits: '%g' is never asked
-** for more than kExactDigits + 1 of them, or for more than size with '#',
-** since further digits are zeros that '%g' strips or that lie past the cut.
-** So any width and precision cost a few kilobytes at most, with the text
-** that the full count of digits would give.
-*/
+// qvstring_double: a double printed within a fixed number of characters.
+//
+// The text is the C library's '%g' with a count of significant digits taken
+// from the magnitude of the value and the width, then edited in place: the
+// two-digit exponent loses its leading zero (and, in modes 1 and 2, its '+'),
+// mode 2 drops the '0' before the point, an integer-looking result of the
+// non-integer path gets a '.', and kept decimals are trimmed of trailing
+// zeros. Digit budgets are worked out in 64-bit integers so that no width or
+// precision can overflow. The '%g' and "%d" texts are cut at size - 1; the
+// fixed texts and the '.' that marks a non-integer are stored unchecked, so
+// the caller gives a size above width and at least 6 bytes.
+// A double has at most 767 significant decimal digits: '%g' is never asked
+// for more than kExactDigits + 1 of them, or for more than size with '#',
+// since further digits are zeros that '%g' strips or that lie past the cut.
+// So any width and precision cost a few kilobytes at most, with the text
+// that the full count of digits would give.
 #include "qvstring.h"
 #include "qvsystim.h"
 

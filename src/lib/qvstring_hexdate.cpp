@@ -1,15 +1,13 @@
-/*
-** qvstring_hexdate: doubles read back from their hex bit pattern, and
-** date-and-time numbers printed as date stamps.
-**
-** A hex pattern is 16 digits, most significant byte first; the double is
-** assembled as a 64-bit integer and reinterpreted, so the machine's byte
-** order never matters. A date-and-time number is a Julian day number plus
-** the time of day as a fraction of a day; the calendar is the one of the
-** qvsystim unit. Stamps are built left to right, each piece printed at the
-** end of the text so far and cut to the caller's size, except the midnight
-** time, which is appended whole.
-*/
+// qvstring_hexdate: doubles read back from their hex bit pattern, and
+// date-and-time numbers printed as date stamps.
+//
+// A hex pattern is 16 digits, most significant byte first; the double is
+// assembled as a 64-bit integer and reinterpreted, so the machine's byte
+// order never matters. A date-and-time number is a Julian day number plus
+// the time of day as a fraction of a day; the calendar is the one of the
+// qvsystim unit. Stamps are built left to right, each piece printed at the
+// end of the text so far and cut to the caller's size, except the midnight
+// time, which is appended whole.
 #include "qvstring.h"
 #include "qvstring_internal.h"
 #include "qvsystim.h"

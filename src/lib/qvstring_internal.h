@@ -10,7 +10,10 @@
 #include <cwchar>
 #include <string>
 
-namespace qvstring __attribute__((visibility("hidden"))) {
+// Hidden: the shared library exports only the public functions.
+#pragma GCC visibility push(hidden)
+
+namespace qvstring {
 
 inline int printInto(char *buf, size_t size, const char *format, va_list args)
 {
@@ -38,5 +41,7 @@ template <typename Ch> void appendf(Ch *buf, size_t size, const Ch *format, ...)
 }
 
 } // namespace qvstring
+
+#pragma GCC visibility pop
 
 #endif // QVSTRING_INTERNAL_H

@@ -1,14 +1,12 @@
-/*
-** qvstring_replace: search and replace in narrow and wide text.
-**
-** Narrow text is handled byte by byte and wide text one wchar_t at a time;
-** nothing here decodes UTF-8. The in-place pair (StrRep, TcsRep) rewrites a
-** text inside its own buffer within a greatest length that does not count
-** the terminator. The copying pair (StrCpyRepSize, StrCpyRep) takes a text
-** with its length; both run the same walk over it, one counting and one
-** writing, so the size reported is exactly the size written. Positions in
-** the walk are byte offsets into the source.
-*/
+// qvstring_replace: search and replace in narrow and wide text.
+//
+// Narrow text is handled byte by byte and wide text one wchar_t at a time;
+// nothing here decodes UTF-8. The in-place pair (StrRep, TcsRep) rewrites a
+// text inside its own buffer within a greatest length that does not count
+// the terminator. The copying pair (StrCpyRepSize, StrCpyRep) takes a text
+// with its length; both run the same walk over it, one counting and one
+// writing, so the size reported is exactly the size written. Positions in
+// the walk are byte offsets into the source.
 #include "qvstring.h"
 
 #include <cctype>

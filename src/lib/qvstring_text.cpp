@@ -1,13 +1,11 @@
-/*
-** qvstring_text: small in-place operations on NUL-terminated text.
-**
-** Narrow text is handled byte by byte (no UTF-8 decoding). The narrow
-** character-class and case calls see each byte as a signed char; a
-** negative value (bytes 0x80..0xFF) is given what the C locale gives it:
-** not white space and its case left unchanged. Wide text goes through the
-** iswspace/towlower/towupper family of the current locale. Only the
-** duplicates allocate; their results are released with free().
-*/
+// qvstring_text: small in-place operations on NUL-terminated text.
+//
+// Narrow text is handled byte by byte (no UTF-8 decoding). The narrow
+// character-class and case calls see each byte as a signed char; a
+// negative value (bytes 0x80..0xFF) is given what the C locale gives it:
+// not white space and its case left unchanged. Wide text goes through the
+// iswspace/towlower/towupper family of the current locale. Only the
+// duplicates allocate; their results are released with free().
 #include "qvstring.h"
 
 #include <algorithm>

@@ -1,14 +1,12 @@
-/*
-** qvstring_width: terminal column width of a wide character, and wide-text
-** comparison with and without regard to case.
-**
-** Widths come from a fixed table of our own, not from the locale: a sorted,
-** non-overlapping list of inclusive ranges with width 0 or 2, searched by
-** bisection; every value outside them (and every value below 256, negative
-** ones included) has width 1. The case-insensitive comparisons lower both
-** sides with towlower of the current locale and return the difference of
-** the lowered characters as a wrapping 32-bit signed value.
-*/
+// qvstring_width: terminal column width of a wide character, and wide-text
+// comparison with and without regard to case.
+//
+// Widths come from a fixed table of our own, not from the locale: a sorted,
+// non-overlapping list of inclusive ranges with width 0 or 2, searched by
+// bisection; every value outside them (and every value below 256, negative
+// ones included) has width 1. The case-insensitive comparisons lower both
+// sides with towlower of the current locale and return the difference of
+// the lowered characters as a wrapping 32-bit signed value.
 #include "qvstring.h"
 
 #include <algorithm>

@@ -1,17 +1,15 @@
-/*
-** qvsystim_calendar: dates as Julian day numbers (int, 2000-01-01 is
-** 2451545) and times of day as fractions of a day in hundredths of a
-** second. Julian calendar up to the 1582 switch, Gregorian after it, no
-** year zero. The arithmetic keeps the exact constants, double-precision
-** steps and single-precision conversions of the routines these results
-** were first computed with, so that day numbers and dates agree to the day
-** with stored data; do not simplify the formulas.
-**
-** Every int the formulas store is computed in 64 bits and wrapped to 32
-** bits, which is what 32-bit two's complement arithmetic gives, so that
-** absurd inputs give defined (if meaningless) results instead of
-** undefined behaviour. Doubles are truncated to int through truncToInt.
-*/
+// qvsystim_calendar: dates as Julian day numbers (int, 2000-01-01 is
+// 2451545) and times of day as fractions of a day in hundredths of a
+// second. Julian calendar up to the 1582 switch, Gregorian after it, no
+// year zero. The arithmetic keeps the exact constants, double-precision
+// steps and single-precision conversions of the routines these results
+// were first computed with, so that day numbers and dates agree to the day
+// with stored data; do not simplify the formulas.
+//
+// Every int the formulas store is computed in 64 bits and wrapped to 32
+// bits, which is what 32-bit two's complement arithmetic gives, so that
+// absurd inputs give defined (if meaningless) results instead of
+// undefined behaviour. Doubles are truncated to int through truncToInt.
 #include "qvsystim.h"
 #include "qvsystim_internal.h"
 

@@ -1,11 +1,11 @@
-/*
-** qvsystim_clock: clock readers, the texts made of dates, times and spans,
-** and the conversions between clock values and local dates. A clock value is a double counting seconds since 1970-01-01 00:00
-** UTC; a monotonic reading is a double counting hundredths of a second.
-** Local time comes from localtime and mktime, so it follows TZ as the C
-** library sees it. Texts go into the caller's buffer and are always
-** terminated when the size allows one character.
-*/
+// qvsystim_clock: clock readers, the texts made of dates, times and spans,
+// and the conversions between clock values and local dates. A clock value
+// is a double counting seconds since 1970-01-01 00:00 UTC; a monotonic
+// reading is a double counting hundredths of a second. Local time comes
+// from localtime and mktime, so it follows TZ as the C library sees it.
+// Texts go into the caller's buffer and are always terminated when the
+// size allows one character. Narrow and wide texts share one template
+// each, with a small table of formats per character type.
 #include "qvsystim.h"
 #include "qvstring_internal.h"
 #include "qvsystim_internal.h"

@@ -1,10 +1,8 @@
-/*
-** qvsystim_easter: the date of Easter Sunday by the integer rule with the
-** lunar correction (8C + 13) / 25, Julian rule before a switch year and
-** Gregorian from it on. Divisions truncate toward zero and remainders take
-** the dividend's sign, as in 32-bit C arithmetic; sums are formed in 64
-** bits and wrapped to 32, so absurd years give defined results.
-*/
+// qvsystim_easter: the date of Easter Sunday by the integer rule with the
+// lunar correction (8C + 13) / 25, Julian rule before a switch year and
+// Gregorian from it on. Divisions truncate toward zero and remainders take
+// the dividend's sign, as in 32-bit C arithmetic; sums are formed in 64
+// bits and wrapped to 32, so absurd years give defined results.
 #include "qvsystim.h"
 #include "qvsystim_internal.h"
 

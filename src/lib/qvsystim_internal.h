@@ -9,7 +9,10 @@
 
 #include <cstdint>
 
-namespace qvsystim __attribute__((visibility("hidden"))) {
+// Hidden: the shared library exports only the public functions.
+#pragma GCC visibility push(hidden)
+
+namespace qvsystim {
 
 // One hundredth of a second as a fraction of a day: 1 / 8640000, the
 // double the stored day fractions were made with.
@@ -22,5 +25,7 @@ constexpr int wrap32(int64_t value)
 }
 
 } // namespace qvsystim
+
+#pragma GCC visibility pop
 
 #endif // QVSYSTIM_INTERNAL_H

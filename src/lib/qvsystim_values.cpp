@@ -1,8 +1,6 @@
-/*
-** qvsystim_values: the library's one NaN and one infinity for binary64
-** doubles, and tests on them. Every test reads the raw bit pattern of the
-** value, never a floating-point comparison, and ignores the sign bit.
-*/
+// qvsystim_values: the library's one NaN and one infinity for binary64
+// doubles, and tests on them. Every test reads the raw bit pattern of the
+// value, never a floating-point comparison, and ignores the sign bit.
 #include "qvsystim.h"
 
 #include <bit>
