@@ -31,11 +31,11 @@ void checkPrint(FuzzInput &input, double x)
     const int width = static_cast<int>(input.byte() % 48) - 4;
     const int precision = static_cast<int>(input.byte() % 24) - 2;
     const uint8_t choice = input.byte();
-    const int mode = choice % 4;  // 3 is not a mode the design names: it must act as 1
+    const int mode = choice % 4; // 3 is not a mode the design names: it must act as 1
     const int keepDecimals = (choice >> 2) % 8 == 7 ? -1 : (choice >> 2) % 8;
     const bool roomy = (choice & 0x80) == 0;
-    const size_t size = roomy ? static_cast<size_t>(width < 6 ? 6 : width + 1) + input.byte() % 8
-                              : 6 + input.byte() % 40;
+    const size_t size =
+        roomy ? static_cast<size_t>(width < 6 ? 6 : width + 1) + input.byte() % 8 : 6 + input.byte() % 40;
 
     std::unique_ptr<char[]> s(new char[size + 1]);
     StrPrintDouble(s.get(), size, width, precision, mode, keepDecimals, x);
@@ -55,7 +55,7 @@ void checkPrint(FuzzInput &input, double x)
     if (fitsInt && keepDecimals == 0) {
         const std::string whole = std::to_string(static_cast<int>(x));
         if (static_cast<int>(whole.size()) <= width) {
-            FUZZ_CHECK(text == whole.substr(0, size - 1));  // a short size cuts it
+            FUZZ_CHECK(text == whole.substr(0, size - 1)); // a short size cuts it
             return;
         }
     }
@@ -87,7 +87,7 @@ void checkDate(FuzzInput &input, double x)
     const int withDayName = flags & 1;
     const int midnightTime = (flags >> 1) & 1;
     const int spaceSeparator = (flags >> 2) & 1;
-    const int secondsMode = static_cast<int>((flags >> 3) % 5) - 1;  // -1 to 3
+    const int secondsMode = static_cast<int>((flags >> 3) % 5) - 1; // -1 to 3
     const size_t size = 1 + input.byte() % 48;
 
     // 40 bytes hold any stamp: a larger buffer gets the same text.

@@ -39,7 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string original(text.get(), textLen);
 
     size_t newLen = 0;
-    const size_t counted = StrCpyRepSize(text.get(), textLen, rep, pat.get(), maxCount, &newLen, caseSensitive, lineMode);
+    const size_t counted =
+        StrCpyRepSize(text.get(), textLen, rep, pat.get(), maxCount, &newLen, caseSensitive, lineMode);
     if (nullRep) {
         size_t emptyLen = 0;
         static const char kEmpty[] = "";
@@ -57,8 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const size_t dstSize = newLen + 1;
     std::unique_ptr<char[]> dst(new char[dstSize]);
     std::memset(dst.get(), 0x55, dstSize);
-    const size_t made = StrCpyRep(dst.get(), dstSize, text.get(), textLen, rep, pat.get(), maxCount, caseSensitive,
-                                  lineMode);
+    const size_t made =
+        StrCpyRep(dst.get(), dstSize, text.get(), textLen, rep, pat.get(), maxCount, caseSensitive, lineMode);
     FUZZ_CHECK(std::string(text.get(), textLen) == original);
     FUZZ_CHECK(text[textLen] == 0);
     if (maxCount == 0) {
@@ -81,8 +82,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // within the room the full result takes (the rest and NULs go unchecked).
     const size_t shortSize = shortHint % dstSize;
     std::unique_ptr<char[]> shortDst(new char[dstSize]);
-    const size_t shortMade = StrCpyRep(shortDst.get(), shortSize, text.get(), textLen, rep, pat.get(), maxCount,
-                                       caseSensitive, lineMode);
+    const size_t shortMade =
+        StrCpyRep(shortDst.get(), shortSize, text.get(), textLen, rep, pat.get(), maxCount, caseSensitive, lineMode);
     FUZZ_CHECK(shortMade <= made);
     FUZZ_CHECK(std::string(text.get(), textLen) == original);
     return 0;

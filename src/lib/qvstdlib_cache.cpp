@@ -48,8 +48,7 @@ bool aboveLimit(uint64_t bytes)
 
 bool hasSlots(const MatCache *record)
 {
-    return record->cSlots > 0 && record->apBlock != nullptr && record->acBytes != nullptr &&
-           record->aiStamp != nullptr;
+    return record->cSlots > 0 && record->apBlock != nullptr && record->acBytes != nullptr && record->aiStamp != nullptr;
 }
 
 void releaseCachedBlocks(MatCache *record)

@@ -19,8 +19,14 @@ using namespace qvblock;
 
 namespace {
 
-char *dupString(const char *s) { return StrDup(s); }
-wchar_t *dupString(const wchar_t *s) { return TcsDup(s); }
+char *dupString(const char *s)
+{
+    return StrDup(s);
+}
+wchar_t *dupString(const wchar_t *s)
+{
+    return TcsDup(s);
+}
 
 template <typename Ch> Ch **tabAlloc(uint64_t n)
 {
@@ -104,17 +110,35 @@ void TabFreeBlock(void *handle)
         free(reinterpret_cast<void *>(headerWord(handle, 0)));
 }
 
-char **StrTabAlloc(uint64_t n) { return tabAlloc<char>(n); }
-void StrTabFree(char **table, uint64_t n) { tabFree(table, n); }
-char **StrTabDup(char *const *table, uint64_t n) { return tabDup(table, n); }
+char **StrTabAlloc(uint64_t n)
+{
+    return tabAlloc<char>(n);
+}
+void StrTabFree(char **table, uint64_t n)
+{
+    tabFree(table, n);
+}
+char **StrTabDup(char *const *table, uint64_t n)
+{
+    return tabDup(table, n);
+}
 char **StrTabRealloc(uint64_t newCount, char **table, uint64_t oldCount)
 {
     return tabRealloc(newCount, table, oldCount);
 }
 
-wchar_t **TcsTabAlloc(uint64_t n) { return tabAlloc<wchar_t>(n); }
-void TcsTabFree(wchar_t **table, uint64_t n) { tabFree(table, n); }
-wchar_t **TcsTabDup(wchar_t *const *table, uint64_t n) { return tabDup(table, n); }
+wchar_t **TcsTabAlloc(uint64_t n)
+{
+    return tabAlloc<wchar_t>(n);
+}
+void TcsTabFree(wchar_t **table, uint64_t n)
+{
+    tabFree(table, n);
+}
+wchar_t **TcsTabDup(wchar_t *const *table, uint64_t n)
+{
+    return tabDup(table, n);
+}
 wchar_t **TcsTabRealloc(uint64_t newCount, wchar_t **table, uint64_t oldCount)
 {
     return tabRealloc(newCount, table, oldCount);

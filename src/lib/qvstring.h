@@ -153,8 +153,8 @@ int StrRepMatchesPosition(int prev, int next, int lineMode);
 // text) and is meaningful only with lineMode 1 or 2 and a non-empty rep,
 // else 0; its *newLen (textLen + R x count) is an upper bound. A null text
 // or pat gives 0.
-size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const char *pat,
-                     int maxCount, size_t *newLen, int caseSensitive, unsigned lineMode);
+size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const char *pat, int maxCount, size_t *newLen,
+                     int caseSensitive, unsigned lineMode);
 
 // Writes src (srcLen bytes, NUL-terminated there) with pat replaced by rep
 // into dst and returns the replacements made, walking exactly as
@@ -170,8 +170,8 @@ size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const ch
 // of the first (last) byte of each line; with an empty rep, srcLen 0 or
 // another lineMode it writes nothing and returns 0. Null dst, src or pat
 // give 0.
-size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep,
-                 const char *pat, int maxCount, int caseSensitive, unsigned lineMode);
+size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep, const char *pat, int maxCount,
+                 int caseSensitive, unsigned lineMode);
 
 // Overwrites every character equal to oldCh with newCh (note the order) and
 // returns how many. Narrow bytes are compared as signed char, so oldCh must
@@ -220,8 +220,7 @@ int ILexiCmp(const wchar_t **a, const wchar_t **b);
 // a text cut below width still gets its '.', whose terminator may then
 // take the byte s[size] (size 0 stores only fixed texts). Any width and precision cost a
 // few kilobytes at most. Returns s.
-char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals,
-                     double x);
+char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals, double x);
 
 // ---- Hex doubles and date stamps -------------------------------------
 
@@ -246,16 +245,16 @@ double DHexToDouble(const char *text);
 // The text is cut to size, except the midnight time, which is appended
 // whole: with midnightTime s must hold size + 9 bytes. 40 bytes hold any
 // result. A null s or a size of 0 stores nothing. Returns s.
-char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator,
-                   int secondsMode, double x);
+char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator, int secondsMode,
+                   double x);
 
 // As Dbl2DateStrA into a 40-byte text, widened into ws. A text longer than
 // size characters leaves ws untouched; otherwise every byte, terminator
 // included, is widened. Room: ws must hold size + 1 characters (with size 0
 // an empty text still stores its terminator). A null ws stores nothing.
 // Returns ws.
-wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime,
-                     int spaceSeparator, int secondsMode, double x);
+wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime, int spaceSeparator, int secondsMode,
+                     double x);
 
 #ifdef __cplusplus
 }

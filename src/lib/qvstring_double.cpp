@@ -118,8 +118,7 @@ void stripTrailingZeros(char *s, int keepDecimals)
 
 } // namespace
 
-extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode,
-                                int keepDecimals, double x)
+extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals, double x)
 {
     if (!s)
         return s;
@@ -146,8 +145,8 @@ extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, 
     }
     if (size == 0)
         return s; // no '%g' text was stored, so there is nothing to edit
-    const int digits = digitsWorthPrinting(significantDigits(magnitude, width, precision, mode),
-                                           keepDecimals != 0, size);
+    const int digits =
+        digitsWorthPrinting(significantDigits(magnitude, width, precision, mode), keepDecimals != 0, size);
     if (keepDecimals != 0)
         std::snprintf(s, size, "%#.*g", digits, x);
     else

@@ -66,8 +66,8 @@ double DHexToDouble(const char *text)
     return std::bit_cast<double>(bits);
 }
 
-char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator,
-                   int secondsMode, double x)
+char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator, int secondsMode,
+                   double x)
 {
     if (!s || size == 0)
         return s;
@@ -89,8 +89,7 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
         int dayOfMonth = 0;
         GetDateFromJulian(day, &year, &month, &dayOfMonth);
         if (withDayName)
-            appendf(s, size, "%d-%02d-%02d %s", year, month, dayOfMonth,
-                   dayName(year, month, dayOfMonth));
+            appendf(s, size, "%d-%02d-%02d %s", year, month, dayOfMonth, dayName(year, month, dayOfMonth));
         else
             appendf(s, size, "%d-%02d-%02d", year, month, dayOfMonth);
         fraction = x - day;
@@ -119,8 +118,8 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
     return s;
 }
 
-wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime,
-                     int spaceSeparator, int secondsMode, double x)
+wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime, int spaceSeparator, int secondsMode,
+                     double x)
 {
     if (!ws)
         return ws;

@@ -59,8 +59,7 @@ char *findIn(char *hay, const char *needle)
     return std::strstr(hay, needle);
 }
 
-template <class Ch>
-size_t repInPlace(Ch *text, const Ch *rep, const Ch *pat, size_t maxCount, size_t maxLen)
+template <class Ch> size_t repInPlace(Ch *text, const Ch *rep, const Ch *pat, size_t maxCount, size_t maxLen)
 {
     using Traits = std::char_traits<Ch>;
     if (!text || !pat || maxCount == 0)
@@ -151,8 +150,8 @@ struct CopySink {
 // by lineMode, costs one unit of a positive maxCount; a refused candidate
 // moves the search start on by one byte only, so it may be met again.
 template <class Sink>
-size_t walkPattern(const char *text, size_t textLen, const char *pat, int maxCount,
-                   int caseSensitive, unsigned lineMode, Sink &sink)
+size_t walkPattern(const char *text, size_t textLen, const char *pat, int maxCount, int caseSensitive,
+                   unsigned lineMode, Sink &sink)
 {
     const size_t patLen = std::strlen(pat);
     const bool limited = maxCount > 0;
@@ -193,16 +192,15 @@ size_t walkPattern(const char *text, size_t textLen, const char *pat, int maxCou
 
 // Walks text for the empty pattern: each line start (lineMode 2) or line end
 // (lineMode 1) is a place whose byte the replacement takes over.
-template <class Sink>
-size_t walkLines(const char *text, size_t textLen, int maxCount, unsigned lineMode, Sink &sink)
+template <class Sink> size_t walkLines(const char *text, size_t textLen, int maxCount, unsigned lineMode, Sink &sink)
 {
     const bool limited = maxCount > 0;
     int budget = maxCount;
     size_t start = 0;
     size_t count = 0;
     for (size_t at = 0; at < textLen; ++at) {
-        const bool place = lineMode == kLineStart ? (at == 0 || text[at - 1] == '\n')
-                                                  : (at + 1 == textLen || text[at + 1] == '\n');
+        const bool place =
+            lineMode == kLineStart ? (at == 0 || text[at - 1] == '\n') : (at + 1 == textLen || text[at + 1] == '\n');
         if (!place)
             continue;
         if (!sink.replace(start, at))
@@ -244,8 +242,8 @@ int StrRepMatchesPosition(int prev, int next, int lineMode)
     return 1;
 }
 
-size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const char *pat,
-                     int maxCount, size_t *newLen, int caseSensitive, unsigned lineMode)
+size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const char *pat, int maxCount, size_t *newLen,
+                     int caseSensitive, unsigned lineMode)
 {
     size_t ignored = 0;
     if (!newLen)
@@ -276,8 +274,8 @@ size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const ch
     return count;
 }
 
-size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep,
-                 const char *pat, int maxCount, int caseSensitive, unsigned lineMode)
+size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep, const char *pat, int maxCount,
+                 int caseSensitive, unsigned lineMode)
 {
     if (!dst || !src || !pat)
         return 0;

@@ -4,8 +4,10 @@
 // character-class and case calls see each byte as a signed char; a
 // negative value (bytes 0x80..0xFF) is given what the C locale gives it:
 // not white space and its case left unchanged. Wide text goes through the
-// iswspace/towlower/towupper family of the current locale. Only the
-// duplicates allocate; their results are released with free().
+// iswspace/towlower/towupper family of the current locale. Each narrow and
+// wide pair is one template over the character type; CharText holds what
+// the two differ in. Only the duplicates allocate; their results are
+// released with free().
 #include "qvstring.h"
 
 #include <algorithm>
@@ -136,17 +138,50 @@ template <typename Ch> int endsWith(const Ch *s, const Ch *suffix, int caseSensi
 
 extern "C" {
 
-char *StrTrim(char *s) { return trimEnd(s); }
-wchar_t *TcsTrim(wchar_t *s) { return trimEnd(s); }
-char *StrDupPlain(const char *s) { return duplicate(s); }
-char *StrDup(const char *s) { return duplicate(s); }
-wchar_t *TcsDup(const wchar_t *s) { return duplicate(s); }
-char *StrLower(char *s) { return mapCase(s, CharText<char>::lower); }
-char *StrUpper(char *s) { return mapCase(s, CharText<char>::upper); }
-wchar_t *TcsLower(wchar_t *s) { return mapCase(s, CharText<wchar_t>::lower); }
-wchar_t *TcsUpper(wchar_t *s) { return mapCase(s, CharText<wchar_t>::upper); }
-size_t StrDel(char *s, size_t pos, size_t count) { return deleteAt(s, pos, count); }
-size_t TcsDel(wchar_t *s, size_t pos, size_t count) { return deleteAt(s, pos, count); }
+char *StrTrim(char *s)
+{
+    return trimEnd(s);
+}
+wchar_t *TcsTrim(wchar_t *s)
+{
+    return trimEnd(s);
+}
+char *StrDupPlain(const char *s)
+{
+    return duplicate(s);
+}
+char *StrDup(const char *s)
+{
+    return duplicate(s);
+}
+wchar_t *TcsDup(const wchar_t *s)
+{
+    return duplicate(s);
+}
+char *StrLower(char *s)
+{
+    return mapCase(s, CharText<char>::lower);
+}
+char *StrUpper(char *s)
+{
+    return mapCase(s, CharText<char>::upper);
+}
+wchar_t *TcsLower(wchar_t *s)
+{
+    return mapCase(s, CharText<wchar_t>::lower);
+}
+wchar_t *TcsUpper(wchar_t *s)
+{
+    return mapCase(s, CharText<wchar_t>::upper);
+}
+size_t StrDel(char *s, size_t pos, size_t count)
+{
+    return deleteAt(s, pos, count);
+}
+size_t TcsDel(wchar_t *s, size_t pos, size_t count)
+{
+    return deleteAt(s, pos, count);
+}
 
 size_t TcsIns(wchar_t *s, size_t pos, const wchar_t *ins, size_t maxLen)
 {
@@ -156,14 +191,12 @@ size_t TcsIns(wchar_t *s, size_t pos, const wchar_t *ins, size_t maxLen)
 
 size_t StrCIns(char *s, size_t pos, int ch, size_t count, size_t maxLen)
 {
-    return insertAt(s, pos, count, maxLen,
-                    [ch](char *at, size_t added) { CharText<char>::fill(at, ch, added); });
+    return insertAt(s, pos, count, maxLen, [ch](char *at, size_t added) { CharText<char>::fill(at, ch, added); });
 }
 
 size_t TcsCIns(wchar_t *s, size_t pos, wchar_t ch, size_t count, size_t maxLen)
 {
-    return insertAt(s, pos, count, maxLen,
-                    [ch](wchar_t *at, size_t added) { CharText<wchar_t>::fill(at, ch, added); });
+    return insertAt(s, pos, count, maxLen, [ch](wchar_t *at, size_t added) { CharText<wchar_t>::fill(at, ch, added); });
 }
 
 wchar_t *TcsjLeft(wchar_t *s)
@@ -187,7 +220,13 @@ wchar_t *TcsjRight(wchar_t *s, size_t width)
     return s;
 }
 
-int StrEndsWith(const char *s, const char *suffix, int caseSensitive) { return endsWith(s, suffix, caseSensitive); }
-int TcsEndsWith(const wchar_t *s, const wchar_t *suffix, int caseSensitive) { return endsWith(s, suffix, caseSensitive); }
+int StrEndsWith(const char *s, const char *suffix, int caseSensitive)
+{
+    return endsWith(s, suffix, caseSensitive);
+}
+int TcsEndsWith(const wchar_t *s, const wchar_t *suffix, int caseSensitive)
+{
+    return endsWith(s, suffix, caseSensitive);
+}
 
 } // extern "C"

@@ -76,8 +76,7 @@ inline void encodeOne(uint32_t value, int len, unsigned char *out)
         return;
     }
     const int shift = len - 1;
-    out[0] = static_cast<unsigned char>(((0xFF80u >> shift) & 0xFF)
-                                        | ((value >> (6 * shift)) & (0x3Fu >> shift)));
+    out[0] = static_cast<unsigned char>(((0xFF80u >> shift) & 0xFF) | ((value >> (6 * shift)) & (0x3Fu >> shift)));
     for (int k = 1; k < len; ++k)
         out[k] = static_cast<unsigned char>(0x80 | ((value >> (6 * (len - 1 - k))) & 0x3F));
 }

@@ -67,14 +67,12 @@ double TimeGetDbl(void);
 // standard time even when summer time is in effect on that date (so a
 // summer date comes out one hour later than its wall time); out-of-range
 // fields are normalised. -1.0 when it cannot be represented.
-double DateToTime(int year, int month, int day, int hour, int minute,
-                  int second);
+double DateToTime(int year, int month, int day, int hour, int minute, int second);
 
 // Stores the local date and time of the clock value t, truncated to whole
 // seconds; all six are 0 when t cannot be converted. Null pointers are
 // skipped.
-void TimeToDate(int *year, int *month, int *day, int *hour, int *minute,
-                int *second, double t);
+void TimeToDate(int *year, int *month, int *day, int *hour, int *minute, int *second, double t);
 
 // Today's local date as "dd-mm-yyyy", the day padded with a blank.
 char *SDateA(char *buf, size_t size);
@@ -130,8 +128,7 @@ void GetDateFromJulian(int jdn, int *year, int *month, int *day);
 // Splits a fraction of a day, rounded to the nearest hundredth of a
 // second, into hour, minute, second and hundredths. Hours are not reduced
 // modulo 24 (a fraction of 1.0 gives hour 24). Null pointers are skipped.
-void GetTimeFromJulian(int *hour, int *minute, int *second, int *hundredths,
-                       double fraction);
+void GetTimeFromJulian(int *hour, int *minute, int *second, int *hundredths, double fraction);
 
 // Weekday 1..7 of a date; an invalid date (day number -1) gives 1.
 int GetDayOfWeek(int year, int month, int day);

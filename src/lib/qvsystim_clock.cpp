@@ -116,7 +116,7 @@ template <typename Ch> Ch *stampText(Ch *buf, double t)
     return buf;
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -154,8 +154,7 @@ double DateToTime(int year, int month, int day, int hour, int minute, int second
     return static_cast<double>(mktime(&broken));
 }
 
-void TimeToDate(int *year, int *month, int *day, int *hour, int *minute,
-                int *second, double t)
+void TimeToDate(int *year, int *month, int *day, int *hour, int *minute, int *second, double t)
 {
     struct tm broken;
     const bool ok = localTimeOf(t, &broken);
@@ -183,12 +182,30 @@ double TimeToJulian(double t)
     return jdn + hsec * kDayPerHsec;
 }
 
-char *SDateA(char *buf, size_t size) { return dateText(buf, size); }
-wchar_t *SDate(wchar_t *buf, size_t size) { return dateText(buf, size); }
-char *STimeA(char *buf, size_t size) { return timeText(buf, size); }
-wchar_t *STime(wchar_t *buf, size_t size) { return timeText(buf, size); }
-char *STimeStrA(char *buf, double t) { return stampText(buf, t); }
-wchar_t *STimeStr(wchar_t *buf, double t) { return stampText(buf, t); }
+char *SDateA(char *buf, size_t size)
+{
+    return dateText(buf, size);
+}
+wchar_t *SDate(wchar_t *buf, size_t size)
+{
+    return dateText(buf, size);
+}
+char *STimeA(char *buf, size_t size)
+{
+    return timeText(buf, size);
+}
+wchar_t *STime(wchar_t *buf, size_t size)
+{
+    return timeText(buf, size);
+}
+char *STimeStrA(char *buf, double t)
+{
+    return stampText(buf, t);
+}
+wchar_t *STimeStr(wchar_t *buf, double t)
+{
+    return stampText(buf, t);
+}
 
 char *STimeSpanA(char *buf, size_t size, double a, double b)
 {
@@ -234,4 +251,4 @@ char *SClockSpanA(char *buf, size_t size, double start)
     return STimeSpanA(buf, size, ClockGetDblHsec(), start);
 }
 
-}  // extern "C"
+} // extern "C"

@@ -27,7 +27,7 @@ int gregorianFullMoon(int year, int golden)
     return moon - late * (1 - late * (29 / (moon + 1)) * ((21 - golden) / 11));
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -67,4 +67,4 @@ int GetEaster(int year)
     return GetJulianDay(year, month, day);
 }
 
-}  // extern "C"
+} // extern "C"

@@ -17,7 +17,7 @@ constexpr uint32_t kFloatExpBits = 0x7F800000U;
 // which is why float infinities count as NaN below.
 constexpr uint32_t kFloatHighBytes = 0xFFFF0000U;
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -83,4 +83,4 @@ int DoubleIsEqual(double x, double y)
     return x == y;
 }
 
-}  // extern "C"
+} // extern "C"
