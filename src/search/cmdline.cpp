@@ -142,15 +142,10 @@ int RunFyndle(int argc, char **argv)
             printf("Warning: word matching switched off\n");
         }
     }
-    if (!g_fMatchCase)
-        StrLower(g_sPattern);
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, g_sPattern, &g_chFirst, g_fRegExp);
-    if (g_cPattern == 0) {
+    if (PreparePattern(g_sPattern, g_fRegExp, g_fMatchCase) == 0) {
         printf("Syntax error in search pattern");
         exit(1);
     }
-    if (!g_fMatchCase)
-        WidenPatternForCase(g_aiPattern);
     fflush(stdout);
     FRunMask(directory, masks);
     return 0;

@@ -1,7 +1,8 @@
 // fyndle: the state that the pieces of the tool share.
 //
-// The tool is one single-threaded run: options are one-byte flags, the
-// compiled pattern lives in fixed tables, and the run counters are summed
+// Options are one-byte flags, the compiled pattern lives in fixed tables
+// that are written once before any search and only read after, and the run
+// counters are summed
 // by the file scanner and printed by the folder walk. Counters, offsets
 // and line numbers are 64-bit so that files and runs above 2 GiB count
 // right; below that they print exactly as 32-bit ints would.
@@ -38,7 +39,9 @@ extern unsigned char g_fMatchWord;       // -w: whole words only
 // The compiled pattern.
 extern uint32_t g_aiPattern[256];              // per byte value: bit k set when element k accepts it
 extern uint32_t g_aiPatCount[kMaxElements + 1];// per element: its flags; then the end marker
-extern int32_t g_aiMatchCount[kMaxElements + 1];// per element the attempt has reached: bytes it accepted
+// Per element the current attempt has worked itself: bytes it accepted. One
+// per thread, since every search thread runs attempts of its own.
+extern thread_local int32_t g_aiMatchCount[kMaxElements + 1];
 extern int g_cPattern;                         // number of elements
 extern unsigned char g_chFirst;                // byte that element 0 must be, or 0
 extern char *g_sPattern;                       // the pattern text (heap copy)

@@ -95,12 +95,13 @@ int64_t countLines(int fd)
     }
 }
 
-bool hasUpperCase(const char *text, int len)
+// Index of the first upper-case letter of text[0..len), or len.
+int64_t firstUpperCase(const char *text, int len)
 {
     for (int i = 0; i < len; ++i)
         if (text[i] >= 'A' && text[i] <= 'Z')
-            return true;
-    return false;
+            return i;
+    return len;
 }
 
 int64_t searchFile(int fd, int64_t size, const char *path)
@@ -113,6 +114,8 @@ int64_t searchFile(int fd, int64_t size, const char *path)
     int64_t windowStart = 0;  // file position of the window's first byte
     int carried = 0;          // bytes the window keeps from the last one
     int folded = 0;           // leading bytes of the window a folding scanner would have folded
+    int64_t cleanTo = 0;      // file bytes before this hold no upper-case letter
+    MatchState state{};       // what the matcher carries from window to window
     while (offset < size) {
         reader.ensure(windowStart, kWindowSize);
         int64_t fresh = reader.bufferStart + reader.bufferUsed - (windowStart + carried);
@@ -130,7 +133,13 @@ int64_t searchFile(int fd, int64_t size, const char *path)
 
         const char *print = window;
         const int foldedHere = folded < searched ? folded : searched;
-        if (foldedHere > 0 && hasUpperCase(window, foldedHere)) {
+        // Windows may overlap by almost all their bytes: look at each byte once.
+        if (windowStart + foldedHere > cleanTo) {
+            const int64_t from = cleanTo > windowStart ? cleanTo - windowStart : 0;
+            const int64_t upper = firstUpperCase(window + from, foldedHere - static_cast<int>(from));
+            cleanTo = windowStart + from + upper;
+        }
+        if (foldedHere > 0 && cleanTo < windowStart + foldedHere) {
             std::memcpy(g_sCopyBuffer, window, static_cast<size_t>(searched));
             for (int i = 0; i < foldedHere; ++i)
                 if (g_sCopyBuffer[i] >= 'A' && g_sCopyBuffer[i] <= 'Z')
@@ -139,7 +148,7 @@ int64_t searchFile(int fd, int64_t size, const char *path)
         }
 
         const int64_t before = offset;
-        total += iGrepText(name, window, searched, &offset, &line, print, g_fMatchWord);
+        total += SearchWindow(&state, windowStart, name, window, searched, &offset, &line, print, g_fMatchWord);
         const int64_t consumed = offset - before;
         // A window in which nothing was consumed still moves on by one byte.
         int64_t leftover = searched - consumed - (consumed == 0 ? 1 : 0);
