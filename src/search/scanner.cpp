@@ -26,10 +26,9 @@
 #include "bytescan.h"
 #include "fyndle.h"
 #include "matcher.h"
+#include "report.h"
 
 namespace {
-
-constexpr size_t kChunkSize = 256 * 1024;
 
 struct ChunkReader {
     int fd;
@@ -46,8 +45,8 @@ struct ChunkReader {
 
 } // namespace
 
-char g_sBuffer[kChunkSize];
-char g_sCopyBuffer[kWindowSize];
+thread_local char g_sBuffer[kChunkSize];
+thread_local char g_sCopyBuffer[kWindowSize];
 
 int64_t getFileSize(int fd)
 {
@@ -144,11 +143,15 @@ int64_t searchFile(int fd, int64_t size, const char *path)
 
 } // namespace
 
-int64_t ScanFile(int dirFd, const char *name, const char *path)
+int OpenFileAt(int dirFd, const char *name)
 {
     // O_NONBLOCK: a name that turned into a FIFO since it was listed must
     // not hang the run.
-    int fd = openat(dirFd, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    return openat(dirFd, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+}
+
+int64_t ScanOpenFile(int fd, const char *path)
+{
     if (g_fCountLines) {
         if (fd < 0)
             return 0;
@@ -157,7 +160,7 @@ int64_t ScanFile(int dirFd, const char *name, const char *path)
         return lines;
     }
     if (fd < 0) {
-        printf("unable to open file %s\n", path);
+        ReportUnopenable(path);
         return 0;
     }
     int64_t total = 0;
@@ -166,6 +169,11 @@ int64_t ScanFile(int dirFd, const char *name, const char *path)
         total = searchFile(fd, size, path);
     close(fd);
     if (g_fFileNamesOnly && total > 0)
-        printf("%s : %lld occurrence%s.\n", path, static_cast<long long>(total), total == 1 ? "" : "s");
+        ReportFileCount(path, total);
     return total;
+}
+
+int64_t ScanFile(int dirFd, const char *name, const char *path)
+{
+    return ScanOpenFile(OpenFileAt(dirFd, name), path);
 }

@@ -26,7 +26,8 @@
 #include "fyndle.h"
 #include "qvstring.h"
 #include "qvsystem.h"
-#include "scanner.h"
+#include "parallel.h"
+#include "report.h"
 
 namespace {
 
@@ -112,7 +113,7 @@ void doFiles(std::string &path, int fd, const char *mask, const std::vector<std:
         }
     }
     if (g_fVerbose)
-        printf("Trying: %s: %d files found\n", path.c_str(), static_cast<int>(chosen.size()));
+        ReportTrying(path.c_str(), static_cast<int>(chosen.size()));
     if (chosen.empty())
         return;
     const size_t folderLength = path.size();
@@ -120,14 +121,7 @@ void doFiles(std::string &path, int fd, const char *mask, const std::vector<std:
         path.resize(folderLength);
         path += '/';
         path += name;
-        if (g_fVerbose)
-            printf("File  : %s\n", path.c_str());
-        int64_t number = ScanFile(fd, name.c_str(), path.c_str());
-        fflush(stdout);
-        ++g_cFilesTried;
-        if (number > 0)
-            ++g_cFiles;
-        g_cCount += number;
+        SearchFile(fd, name.c_str(), path.c_str());
     }
     path.resize(folderLength);
 }
@@ -183,23 +177,18 @@ std::vector<std::string> splitMasks(const std::string &text)
     return masks;
 }
 
-const char *plural(int64_t number)
-{
-    return number == 1 ? "" : "s";
-}
-
 } // namespace
 
 int FRunMask(char *directory, const char *maskList)
 {
     if (directory == nullptr) {
-        printf("\"%s\" not found\n", "(null)");
+        ReportArgumentNotFound(nullptr);
         return 0;
     }
     StrTrim(directory);
     std::unique_ptr<char, FreeDeleter> resolved(realpath(directory, nullptr));
     if (!resolved) {
-        printf("\"%s\" not found\n", directory);
+        ReportArgumentNotFound(directory);
         return 0;
     }
     std::string path = resolved.get();
@@ -207,7 +196,7 @@ int FRunMask(char *directory, const char *maskList)
     const bool exists = stat(path.c_str(), &status) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     if (!exists || (!isFolder && path.back() == '/')) {
-        printf("%s not found\n", path.c_str());
+        ReportPathNotFound(path.c_str());
         return 0;
     }
     const bool haveMasks = maskList != nullptr && maskList[0] != 0;
@@ -218,7 +207,7 @@ int FRunMask(char *directory, const char *maskList)
         const char *base = SFileBaseA(path.c_str());
         if (haveMasks) {
             maskText = maskList;
-            printf("Warning: using specified mask instead of filename\n");
+            ReportMaskInsteadOfFile();
         } else {
             maskText = base;
         }
@@ -231,18 +220,14 @@ int FRunMask(char *directory, const char *maskList)
     g_cFilesTried = g_cFiles = g_cCount = 0;
     int fd = path.empty() ? -1 : open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     Listing listing = listFolder(path, fd);
+    BeginSearch();
     doAllFiles(path, fd, masks, listing);
     if (g_fDoSubdirectories)
         doFolders(path, fd, masks, listing.folders);
+    EndSearch();
     if (fd >= 0)
         close(fd);
 
-    if (g_fCountLines)
-        printf("%lld lines counted in %lld file%s.\n", static_cast<long long>(g_cCount),
-               static_cast<long long>(g_cFiles), plural(g_cFiles));
-    else
-        printf("%lld occurrence%s found in %lld file%s (%lld file%s searched).\n",
-               static_cast<long long>(g_cCount), plural(g_cCount), static_cast<long long>(g_cFiles),
-               plural(g_cFiles), static_cast<long long>(g_cFilesTried), plural(g_cFilesTried));
+    ReportSummary(g_fCountLines != 0, g_cCount, g_cFiles, g_cFilesTried);
     return 1;
 }
