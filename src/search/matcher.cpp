@@ -14,9 +14,11 @@
 // (matcher_skip.cpp) pass over starts whose attempts fail: a pattern whose
 // elements all take one byte is looked for by its two rarest bytes, a first
 // byte, a star and a one-byte tail by its tail, and without a first byte a
-// first element of one byte skips the bytes it refuses. They are not used
-// in a window that goes on with a path carried from the last one, whose
-// starts the carried path mostly decides at once.
+// first element of one byte skips the bytes it refuses; a pattern that can
+// never match only looks for where an attempt first runs off the window.
+// Those scans go over the window from its start, so they are not used in a
+// window that mostly repeats the last one (as windows that move on by one
+// byte do): there the carried path decides the starts at once.
 #include "matcher.h"
 
 #include <atomic>
@@ -54,14 +56,13 @@ const char *shown(const char *print, int64_t from, int64_t count, int64_t folded
 // Readies state for the window [windowStart, windowStart + len): forgets
 // the last window's paths and keeps the carried one only if this window
 // holds all of the text it went through.
-bool beginWindow(MatchState &state, int64_t windowStart, int64_t len, bool shortcuts)
+void beginWindow(MatchState &state, int64_t windowStart, int64_t len, bool shortcuts)
 {
     state.useMemo = shortcuts;
     state.memoRows = 0;
     if (state.pendValid)
         state.pendValid = shortcuts && windowStart <= state.pendPos && windowStart + len >= state.pendWindowEnd &&
                           state.pendEnd == kPathPending;
-    return state.pendValid;
 }
 
 } // namespace
@@ -92,12 +93,12 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     const unsigned char firstOther = plan.count == g_cPattern ? plan.firstOther : first;
 
     const bool shortcuts = s_shortcuts.load(std::memory_order_relaxed);
-    const bool carried = beginWindow(state, windowStart, len, shortcuts);
+    beginWindow(state, windowStart, len, shortcuts);
     // The finders scan the window from its start: not worth it, and no
     // longer linear, when it mostly repeats the last one, as windows that
     // move on by one byte do.
     const bool planned = shortcuts && plan.count == g_cPattern;
-    const bool skipping = planned && !(carried && state.pendWindowEnd - windowStart > len / 2);
+    const bool skipping = planned && state.lastWindowEnd - windowStart <= len / 2;
     const bool literal = skipping && plan.literal;
     const bool starTail = skipping && plan.starTail;
     const bool skipFirst = planned && plan.skipFirst;
@@ -108,7 +109,9 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         int64_t from = plan.neverStar ? len - 1 : len;
         while (from > 0 && plan.firstAccepts[text[from - 1]])
             --from;
+        state.steps += len - from;
         state.pendValid = false;
+        state.lastWindowEnd = base + len;
         *offset += from;
         return 0;
     }
@@ -226,6 +229,7 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         // that the match took beyond that point are counted once more.
         pos = counted = lineEnd;
     }
+    state.lastWindowEnd = base + len;
     if (ranOut && state.pendValid)
         state.pendWindowEnd = base + len;
     else

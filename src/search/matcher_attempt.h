@@ -25,6 +25,7 @@ struct MatchState {
     int printFolded;                // set by the caller: leading bytes of the window that print in lower case
     bool useMemo;                   // remember and reuse paths (off: every attempt runs in full)
     int64_t steps;                  // states worked so far, all windows (for tests)
+    int64_t lastWindowEnd;          // file position one past the last window searched
 
     // This window: per element that takes runs, the states of the last
     // path that went through it, and what that path ended in.

@@ -220,7 +220,7 @@ TEST(Matcher, WorkGrowsLinearly)
     const Shape shapes[] = {
         {"[a-z]*_q", 'a', ' ', 0}, {"[^\"]*\"q", 'a', '"', 0}, {"x[a-z]*_q", 'x', ' ', 0}, {"[a-z]+_", 'a', ' ', 0},
         {"a[a-z]*[a-z]*_", 'a', ' ', 0}, {"[^ ]*_t ", 'q', ' ', 0}, {"[a-z]*_q", 'a', 'a', 512},
-        {"x[a-z]*_q", 'x', 'x', 512}, {"[^\"]*\"q", 'a', '"', 512},
+        {"x[a-z]*_q", 'x', 'x', 512}, {"[^\"]*\"q", 'a', '"', 512}, {"[a-z]+x", 'a', 'a', 512},
     };
     for (const Shape &shape : shapes) {
         int64_t steps[2];
