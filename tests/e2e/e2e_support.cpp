@@ -88,9 +88,10 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
     return result;
 }
 
-TempTree::TempTree()
+TempTree::TempTree(const std::string &base)
 {
-    std::string pattern = (fs::temp_directory_path() / "fyndle-e2e-XXXXXX").string();
+    const bool useBase = !base.empty() && access(base.c_str(), W_OK | X_OK) == 0;
+    std::string pattern = ((useBase ? fs::path(base) : fs::temp_directory_path()) / "fyndle-e2e-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("mkdtemp failed");
     root_ = fs::canonical(pattern).string();  // as fyndle prints it, through a linked /tmp

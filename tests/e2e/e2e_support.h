@@ -22,7 +22,9 @@ inline int g_runAsUser = -1;
 // A temporary folder that removes itself with everything in it.
 class TempTree {
 public:
-    TempTree();
+    // In the system's temporary folder, or in base when it is a folder we
+    // can write to.
+    explicit TempTree(const std::string &base = "");
     ~TempTree();
     TempTree(const TempTree &) = delete;
     TempTree &operator=(const TempTree &) = delete;
