@@ -76,16 +76,11 @@ const std::string &window()
 
 void compile(benchmark::State &state, const char *pattern, bool regExp)
 {
-    g_fMatchCase = 0;
     g_fRegExp = regExp ? 1 : 0;
     g_fBinary = 0;
-    std::string lowered = pattern;
-    for (char &c : lowered)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, lowered.c_str(), &g_chFirst, g_fRegExp);
-    if (g_cPattern == 0)
+    std::string text = pattern;
+    if (PreparePattern(text.data(), g_fRegExp, 0) == 0)
         state.SkipWithError("pattern does not compile");
-    WidenPatternForCase(g_aiPattern);
 }
 
 void runMatcher(benchmark::State &state, const char *pattern, bool regExp)

@@ -35,8 +35,9 @@ const std::string &asciiText()
 // among ASCII.
 const std::string &mixedText()
 {
-    static const std::string text =
-        repeatTo("R\xC3\xA9sum\xC3\xA9 na\xC3\xAFve \xE6\x96\x87\xE4\xBB\xB6 \xE2\x82\xAC" "5 \xF0\x9F\x93\x81 /home/user/Dokumente/\xC3\xBC" "ber.txt ");
+    static const std::string text = repeatTo("R\xC3\xA9sum\xC3\xA9 na\xC3\xAFve \xE6\x96\x87\xE4\xBB\xB6 \xE2\x82\xAC"
+                                             "5 \xF0\x9F\x93\x81 /home/user/Dokumente/\xC3\xBC"
+                                             "ber.txt ");
     return text;
 }
 
@@ -64,10 +65,22 @@ void runT2A(benchmark::State &state, const std::string &text)
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(text.size()));
 }
 
-void BM_A2T_cpy_Ascii(benchmark::State &state) { runA2T(state, asciiText()); }
-void BM_A2T_cpy_Mixed(benchmark::State &state) { runA2T(state, mixedText()); }
-void BM_T2A_cpy_Ascii(benchmark::State &state) { runT2A(state, asciiText()); }
-void BM_T2A_cpy_Mixed(benchmark::State &state) { runT2A(state, mixedText()); }
+void BM_A2T_cpy_Ascii(benchmark::State &state)
+{
+    runA2T(state, asciiText());
+}
+void BM_A2T_cpy_Mixed(benchmark::State &state)
+{
+    runA2T(state, mixedText());
+}
+void BM_T2A_cpy_Ascii(benchmark::State &state)
+{
+    runT2A(state, asciiText());
+}
+void BM_T2A_cpy_Mixed(benchmark::State &state)
+{
+    runT2A(state, mixedText());
+}
 
 } // namespace
 

@@ -26,7 +26,6 @@
 #include "fyndle.h"
 #include "matcher.h"
 #include "pattern.h"
-#include "qvstring.h"
 
 namespace {
 
@@ -114,18 +113,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;  // the scanner never hands over more
     const int len = static_cast<int>(window.size());
 
-    if (!g_fMatchCase)
-        StrLower(pattern.get());
+    const int matchCase = g_fMatchCase;
     std::memset(g_aiPattern, 0, sizeof g_aiPattern);  // a fresh process starts with zeros
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern.get(), &g_chFirst, regExp);
+    PreparePattern(pattern.get(), regExp, matchCase);
     FUZZ_CHECK(g_cPattern >= 0 && g_cPattern <= kMaxElements);
     if (g_cPattern == 0)
         return 0;
     FUZZ_CHECK(g_aiPatCount[g_cPattern] == kFlagEnd);
-    uint32_t plainTable[256];
-    std::memcpy(plainTable, g_aiPattern, sizeof plainTable);
-    if (!g_fMatchCase)
-        WidenPatternForCase(g_aiPattern);
 
     std::unique_ptr<char[]> text = exactBytes(window);
     std::unique_ptr<char[]> print = exactBytes(window);
@@ -155,8 +149,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     FUZZ_CHECK(plain.line == named.line);
     FUZZ_CHECK(plain.printed == named.printed);
 
-    if (!g_fMatchCase && len > 0) {
-        std::memcpy(g_aiPattern, plainTable, sizeof plainTable);
+    if (!matchCase && len > 0) {
+        // The lowered pattern, prepared to match case, over the folded text.
+        std::memset(g_aiPattern, 0, sizeof g_aiPattern);
+        PreparePattern(pattern.get(), regExp, 1);
         const std::string lower = folded(std::string(window.begin(), window.end()));
         std::unique_ptr<char[]> lowerText(new char[lower.size()]);
         std::memcpy(lowerText.get(), lower.data(), lower.size());

@@ -1,18 +1,19 @@
-/*
-** qvstdlib_block: layout helpers shared by the qvstdlib sources for blocks
-** with a two-word header (matrix, cached matrix, integer matrix and table
-** blocks). Internal to the library; not installed.
-**
-** Layout: [start word][size word][r row pointers][values...]; the handle
-** points at the row pointers, so the header sits at handle[-2], handle[-1].
-*/
+// qvstdlib_block: layout helpers shared by the qvstdlib sources for blocks
+// with a two-word header (matrix, cached matrix, integer matrix and table
+// blocks). Internal to the library; not installed.
+//
+// Layout: [start word][size word][r row pointers][values...]; the handle
+// points at the row pointers, so the header sits at handle[-2], handle[-1].
 #ifndef QVSTDLIB_BLOCK_H
 #define QVSTDLIB_BLOCK_H
 
 #include <cstddef>
 #include <cstdint>
 
-namespace qvblock __attribute__((visibility("hidden"))) {
+// Hidden: the shared library exports only the public functions.
+#pragma GCC visibility push(hidden)
+
+namespace qvblock {
 
 static_assert(sizeof(void *) == 8 && sizeof(uintptr_t) == 8, "blocks assume 8-byte words");
 
@@ -42,4 +43,6 @@ template <typename T> T **handleOf(void *start)
 
 } // namespace qvblock
 
-#endif /* QVSTDLIB_BLOCK_H */
+#pragma GCC visibility pop
+
+#endif // QVSTDLIB_BLOCK_H

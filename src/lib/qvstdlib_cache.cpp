@@ -1,15 +1,13 @@
-/*
-** qvstdlib_cache: a cache of freed matrix blocks for reuse.
-**
-** A record (MatCache) holds cSlots slots in three parallel arrays: the
-** allocation start of the block held, its allocation size (0 = empty slot)
-** and the stamp it was stored with. Cached blocks are ordinary matrix blocks
-** (qvstdlib_matrix.cpp) and are matched by their rounded allocation size,
-** first fit in slot order. The process-wide record s_cache carries the
-** on/off switch and the size limit for everyone; an installed locker may
-** hand out another record for the slots and counters. Releasing a cached
-** block gives its stored allocation start straight back to the allocator.
-*/
+// qvstdlib_cache: a cache of freed matrix blocks for reuse.
+//
+// A record (MatCache) holds cSlots slots in three parallel arrays: the
+// allocation start of the block held, its allocation size (0 = empty slot)
+// and the stamp it was stored with. Cached blocks are ordinary matrix blocks
+// (qvstdlib_matrix.cpp) and are matched by their rounded allocation size,
+// first fit in slot order. The process-wide record s_cache carries the
+// on/off switch and the size limit for everyone; an installed locker may
+// hand out another record for the slots and counters. Releasing a cached
+// block gives its stored allocation start straight back to the allocator.
 #include "qvstdlib.h"
 #include "qvstdlib_block.h"
 
@@ -50,8 +48,7 @@ bool aboveLimit(uint64_t bytes)
 
 bool hasSlots(const MatCache *record)
 {
-    return record->cSlots > 0 && record->apBlock != nullptr && record->acBytes != nullptr &&
-           record->aiStamp != nullptr;
+    return record->cSlots > 0 && record->apBlock != nullptr && record->acBytes != nullptr && record->aiStamp != nullptr;
 }
 
 void releaseCachedBlocks(MatCache *record)

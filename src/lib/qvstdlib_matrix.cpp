@@ -1,62 +1,23 @@
-/*
-** qvstdlib_matrix: matrix and vector blocks of doubles, and whole-block
-** operations on them.
-**
-** Matrix block, one malloc'd allocation:
-**   [start word][capacity word][r row pointers][r * c doubles, row-major]
-**                              ^ handle
-** handle[-2] is the allocation start, handle[-1] the allocation size minus
-** the 16 header bytes. The size is (r + r * c) * 8 + 16, at least 64, and
-** above 64 rounded up to a multiple of 256 so that nearby sizes meet in the
-** cache (qvstdlib_cache.cpp), which shares this sizing and row layout.
-** Split block: a pointer array [value block][r row pointers] plus a bare
-** value block. Vectors are bare arrays. Sizes are computed in 64 bits;
-** element counts beyond the 32-bit range are refused.
-** Header words are moved with memcpy: they hold integers and addresses in
-** memory the row pointers are also read from.
-*/
+// qvstdlib_matrix: matrix and vector blocks of doubles, and whole-block
+// operations on them.
+//
+// Matrix block, one malloc'd allocation:
+//   [start word][capacity word][r row pointers][r * c doubles, row-major]
+//                              ^ handle
+// handle[-2] is the allocation start, handle[-1] the allocation size minus
+// the 16 header bytes. The size is (r + r * c) * 8 + 16, at least 64, and
+// above 64 rounded up to a multiple of 256 so that nearby sizes meet in the
+// cache (qvstdlib_cache.cpp), which shares this sizing and row layout
+// (qvstdlib_block.cpp).
+// Split block: a pointer array [value block][r row pointers] plus a bare
+// value block. Vectors are bare arrays. Sizes are computed in 64 bits;
+// element counts beyond the 32-bit range are refused.
 #include "qvstdlib.h"
 #include "qvstdlib_block.h"
 #include "qvsystim.h"
 
 #include <cstdlib>
 #include <cstring>
-
-namespace qvblock __attribute__((visibility("hidden"))) {
-
-uint64_t matBlockBytes(int32_t r, int32_t c)
-{
-    const int64_t cells = int64_t{r} * (c < 0 ? 0 : c);
-    if (cells > INT32_MAX || cells < INT32_MIN)
-        return 0;
-    const int64_t needed = (int64_t{r} + cells) * 8 + int64_t{kHeaderBytes};
-    if (needed <= kMinBlockBytes)
-        return kMinBlockBytes;
-    return static_cast<uint64_t>((needed + kBlockRounding - 1) / kBlockRounding * kBlockRounding);
-}
-
-void writeHeader(void *start, uint64_t sizeWord)
-{
-    const uintptr_t words[2] = {reinterpret_cast<uintptr_t>(start), static_cast<uintptr_t>(sizeWord)};
-    memcpy(start, words, sizeof words);
-}
-
-uintptr_t headerWord(const void *handle, int index)
-{
-    uintptr_t word;
-    memcpy(&word, static_cast<const char *>(handle) - kHeaderBytes + index * sizeof(uintptr_t), sizeof word);
-    return word;
-}
-
-void layoutRows(void *handle, int32_t r, int32_t c, int64_t strideBytes)
-{
-    void **rows = static_cast<void **>(handle);
-    char *first = reinterpret_cast<char *>(rows + r);
-    for (int32_t i = 0; i < r; i++)
-        rows[i] = c < 1 ? nullptr : first + i * strideBytes;
-}
-
-} // namespace qvblock
 
 using namespace qvblock;
 

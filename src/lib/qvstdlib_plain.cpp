@@ -1,11 +1,9 @@
-/*
-** qvstdlib_plain: plain tables.
-**
-** A plain table is a bare array of r pointers with no header; each entry
-** owns its own malloc'd row of c * size bytes, or is null when c is 0. The
-** caller keeps r and c and hands them back on release. Row sizes whose
-** c * size product overflows 64 bits are refused.
-*/
+// qvstdlib_plain: plain tables.
+//
+// A plain table is a bare array of r pointers with no header; each entry
+// owns its own malloc'd row of c * size bytes, or is null when c is 0. The
+// caller keeps r and c and hands them back on release. Row sizes whose
+// c * size product overflows 64 bits are refused.
 #include "qvstdlib.h"
 
 #include <cstdlib>

@@ -1,14 +1,19 @@
-/*
-** qvstring_double: a double printed within a fixed number of characters.
-**
-** The text is the C library's '%g' with a count of significant digits taken
-** from the magnitude of the value and the width, then edited in place: the
-** two-digit exponent loses its leading zero (and, in modes 1 and 2, its '+'),
-** mode 2 drops the '0' before the point, an integer-looking result of the
-** non-integer path gets a '.', and kept decimals are trimmed of trailing
-** zeros. Digit budgets are worked out in 64-bit integers so that no width or
-** precision can overflow. Every store is bounded by the caller's size.
-*/
+// qvstring_double: a double printed within a fixed number of characters.
+//
+// The text is the C library's '%g' with a count of significant digits taken
+// from the magnitude of the value and the width, then edited in place: the
+// two-digit exponent loses its leading zero (and, in modes 1 and 2, its '+'),
+// mode 2 drops the '0' before the point, an integer-looking result of the
+// non-integer path gets a '.', and kept decimals are trimmed of trailing
+// zeros. Digit budgets are worked out in 64-bit integers so that no width or
+// precision can overflow. The '%g' and "%d" texts are cut at size - 1; the
+// fixed texts and the '.' that marks a non-integer are stored unchecked, so
+// the caller gives a size above width and at least 6 bytes.
+// A double has at most 767 significant decimal digits: '%g' is never asked
+// for more than kExactDigits + 1 of them, or for more than size with '#',
+// since further digits are zeros that '%g' strips or that lie past the cut.
+// So any width and precision cost a few kilobytes at most, with the text
+// that the full count of digits would give.
 #include "qvstring.h"
 #include "qvsystim.h"
 
@@ -21,12 +26,16 @@
 namespace {
 
 constexpr double kIntMax = 2147483647.0;
+constexpr int kExactDigits = 767;
 
-void storeFixed(char *s, size_t size, const char *text)
+// Digits beyond the exact expansion are zeros, and with '#' kept zeros past
+// size - 1 characters are cut anyway: asking for fewer gives the same text.
+int digitsWorthPrinting(int digits, bool keepZeros, size_t size)
 {
-    const size_t len = std::min(std::strlen(text), size - 1);
-    std::memcpy(s, text, len);
-    s[len] = '\0';
+    int64_t most = kExactDigits + 1;
+    if (keepZeros)
+        most = std::max<int64_t>(most, static_cast<int64_t>(std::min<size_t>(size, INT32_MAX)));
+    return static_cast<int>(std::min<int64_t>(digits, most));
 }
 
 int64_t decimalDigits(int64_t value)
@@ -109,17 +118,16 @@ void stripTrailingZeros(char *s, int keepDecimals)
 
 } // namespace
 
-extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode,
-                                int keepDecimals, double x)
+extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals, double x)
 {
-    if (!s || size == 0)
+    if (!s)
         return s;
     if (FIsNaN(x)) {
-        storeFixed(s, size, ".NaN");
+        std::strcpy(s, ".NaN");
         return s;
     }
     if (FIsInf(x)) {
-        storeFixed(s, size, x > 0 ? "+.Inf" : "-.Inf");
+        std::strcpy(s, x > 0 ? "+.Inf" : "-.Inf");
         return s;
     }
     const double magnitude = std::fabs(x);
@@ -132,10 +140,13 @@ extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, 
         }
     }
     if (width < 8 || precision < 1) {
-        storeFixed(s, size, "####");
+        std::strcpy(s, "####");
         return s;
     }
-    const int digits = significantDigits(magnitude, width, precision, mode);
+    if (size == 0)
+        return s; // no '%g' text was stored, so there is nothing to edit
+    const int digits =
+        digitsWorthPrinting(significantDigits(magnitude, width, precision, mode), keepDecimals != 0, size);
     if (keepDecimals != 0)
         std::snprintf(s, size, "%#.*g", digits, x);
     else
@@ -147,7 +158,7 @@ extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, 
     } else if (mode == 0 && !std::strchr(s, '.')) {
         // Marks a value that is not an integer although no digit shows it.
         const size_t len = std::strlen(s);
-        if (len < static_cast<size_t>(width) && len + 1 < size) {
+        if (len < static_cast<size_t>(width)) {
             s[len] = '.';
             s[len + 1] = '\0';
         }

@@ -1,25 +1,26 @@
-/*
-** qvstring_hexdate: doubles read back from their hex bit pattern, and
-** date-and-time numbers printed as date stamps.
-**
-** A hex pattern is 16 digits, most significant byte first; the double is
-** assembled as a 64-bit integer and reinterpreted, so the machine's byte
-** order never matters. A date-and-time number is a Julian day number plus
-** the time of day as a fraction of a day; the calendar is the one of the
-** qvsystim unit. Stamps are built left to right, each piece printed at the
-** end of the text so far and cut to the caller's size.
-*/
+// qvstring_hexdate: doubles read back from their hex bit pattern, and
+// date-and-time numbers printed as date stamps.
+//
+// A hex pattern is 16 digits, most significant byte first; the double is
+// assembled as a 64-bit integer and reinterpreted, so the machine's byte
+// order never matters. A date-and-time number is a Julian day number plus
+// the time of day as a fraction of a day; the calendar is the one of the
+// qvsystim unit. Stamps are built left to right, each piece printed at the
+// end of the text so far and cut to the caller's size, except the midnight
+// time, which is appended whole.
 #include "qvstring.h"
+#include "qvstring_internal.h"
 #include "qvsystim.h"
 
 #include <bit>
 #include <cctype>
 #include <climits>
 #include <cmath>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+using qvstring::appendf;
 
 namespace {
 
@@ -35,21 +36,10 @@ int hexDigitValue(char ch)
     return std::tolower(byte) - 87;
 }
 
-__attribute__((format(printf, 3, 4))) void append(char *s, size_t size, const char *format, ...)
-{
-    const size_t len = std::strlen(s);
-    if (len + 1 >= size)
-        return;
-    va_list args;
-    va_start(args, format);
-    std::vsnprintf(s + len, size - len, format, args);
-    va_end(args);
-}
-
 void store(char *s, size_t size, const char *text)
 {
     s[0] = '\0';
-    append(s, size, "%s", text);
+    appendf(s, size, "%s", text);
 }
 
 const char *dayName(int year, int month, int dayOfMonth)
@@ -76,8 +66,8 @@ double DHexToDouble(const char *text)
     return std::bit_cast<double>(bits);
 }
 
-char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator,
-                   int secondsMode, double x)
+char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int spaceSeparator, int secondsMode,
+                   double x)
 {
     if (!s || size == 0)
         return s;
@@ -99,14 +89,14 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
         int dayOfMonth = 0;
         GetDateFromJulian(day, &year, &month, &dayOfMonth);
         if (withDayName)
-            append(s, size, "%d-%02d-%02d %s", year, month, dayOfMonth,
-                   dayName(year, month, dayOfMonth));
+            appendf(s, size, "%d-%02d-%02d %s", year, month, dayOfMonth, dayName(year, month, dayOfMonth));
         else
-            append(s, size, "%d-%02d-%02d", year, month, dayOfMonth);
+            appendf(s, size, "%d-%02d-%02d", year, month, dayOfMonth);
         fraction = x - day;
         if (midnightTime && fraction == 0.0) {
-            const char *separator = spaceSeparator ? " " : "T";
-            append(s, size, "%s%s", separator, secondsMode == 1 ? "00:00:00" : "00:00");
+            // Appended whole, whatever size says: the caller leaves room.
+            std::strcat(s, spaceSeparator ? " " : "T");
+            std::strcat(s, secondsMode == 1 ? "00:00:00" : "00:00");
         }
         if (!(fraction > 0.0))
             return s;
@@ -119,19 +109,19 @@ char *Dbl2DateStrA(char *s, size_t size, int withDayName, int midnightTime, int 
     int hundredths = 0;
     GetTimeFromJulian(&hour, &minute, &second, &hundredths, fraction);
     if (s[0] != '\0')
-        append(s, size, "%c", spaceSeparator ? ' ' : 'T');
-    append(s, size, "%02d:%02d", hour, minute);
+        appendf(s, size, "%c", spaceSeparator ? ' ' : 'T');
+    appendf(s, size, "%02d:%02d", hour, minute);
     if (secondsMode == 1 || (secondsMode == 0 && (second > 0 || hundredths > 0)))
-        append(s, size, ":%02d", second);
+        appendf(s, size, ":%02d", second);
     if (secondsMode >= 0 && hundredths > 0)
-        append(s, size, ".%02d", hundredths);
+        appendf(s, size, ".%02d", hundredths);
     return s;
 }
 
-wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime,
-                     int spaceSeparator, int secondsMode, double x)
+wchar_t *Dbl2DateStr(wchar_t *ws, size_t size, int withDayName, int midnightTime, int spaceSeparator, int secondsMode,
+                     double x)
 {
-    if (!ws || size == 0)
+    if (!ws)
         return ws;
     char narrow[kStampSize];
     Dbl2DateStrA(narrow, sizeof narrow, withDayName, midnightTime, spaceSeparator, secondsMode, x);

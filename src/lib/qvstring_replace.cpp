@@ -1,14 +1,12 @@
-/*
-** qvstring_replace: search and replace in narrow and wide text.
-**
-** Narrow text is handled byte by byte and wide text one wchar_t at a time;
-** nothing here decodes UTF-8. The in-place pair (StrRep, TcsRep) rewrites a
-** text inside its own buffer within a greatest length that does not count
-** the terminator. The copying pair (StrCpyRepSize, StrCpyRep) takes a text
-** with its length; both run the same walk over it, one counting and one
-** writing, so the size reported is exactly the size written. Positions in
-** the walk are byte offsets into the source.
-*/
+// qvstring_replace: search and replace in narrow and wide text.
+//
+// Narrow text is handled byte by byte and wide text one wchar_t at a time;
+// nothing here decodes UTF-8. The in-place pair (StrRep, TcsRep) rewrites a
+// text inside its own buffer within a greatest length that does not count
+// the terminator. The copying pair (StrCpyRepSize, StrCpyRep) takes a text
+// with its length; both run the same walk over it, one counting and one
+// writing, so the size reported is exactly the size written. Positions in
+// the walk are byte offsets into the source.
 #include "qvstring.h"
 
 #include <cctype>
@@ -61,8 +59,7 @@ char *findIn(char *hay, const char *needle)
     return std::strstr(hay, needle);
 }
 
-template <class Ch>
-size_t repInPlace(Ch *text, const Ch *rep, const Ch *pat, size_t maxCount, size_t maxLen)
+template <class Ch> size_t repInPlace(Ch *text, const Ch *rep, const Ch *pat, size_t maxCount, size_t maxLen)
 {
     using Traits = std::char_traits<Ch>;
     if (!text || !pat || maxCount == 0)
@@ -104,6 +101,11 @@ struct CountSink {
     void finish(size_t) {}
 };
 
+// Capacity is tested only before a segment and its replacement; the NUL
+// after each replacement, the bytes kept past refused candidates and the
+// final rest with its NUL are written unchecked. Whatever dstSize says, no
+// write goes past the full result and its NUL, the size StrCpyRepSize
+// reports plus one.
 struct CopySink {
     char *dst;
     size_t dstSize;
@@ -113,39 +115,31 @@ struct CopySink {
     size_t repLen;
     size_t written = 0;
 
-    size_t room() const { return dstSize - written; }
-
     bool replace(size_t from, size_t at)
     {
         const size_t segment = at - from;
-        if (segment > room() || repLen > room() - segment)
+        if (written > dstSize || segment > dstSize - written || repLen > dstSize - written - segment)
             return false;
         std::memcpy(dst + written, src + from, segment);
         if (repLen > 0)
             std::memcpy(dst + written + segment, rep, repLen);
         written += segment + repLen;
-        if (written < dstSize)
-            dst[written] = '\0';
+        dst[written] = '\0';
         return true;
     }
 
     bool keepByte(size_t at)
     {
-        if (room() < 1)
-            return false;
         dst[written++] = src[at];
         return true;
     }
 
-    // The rest of the source and the terminator; a dst sized from
-    // StrCpyRepSize always has room, a shorter one gets the rest cut.
+    // When nothing is left after a replacement this rewrites the NUL it
+    // already wrote; after a kept byte, or with no event at all, it is the
+    // only terminator.
     void finish(size_t from)
     {
-        if (room() == 0)
-            return;
-        size_t rest = from < srcLen ? srcLen - from : 0;
-        if (rest > room() - 1)
-            rest = room() - 1;
+        const size_t rest = from < srcLen ? srcLen - from : 0;
         std::memcpy(dst + written, src + from, rest);
         written += rest;
         dst[written] = '\0';
@@ -156,8 +150,8 @@ struct CopySink {
 // by lineMode, costs one unit of a positive maxCount; a refused candidate
 // moves the search start on by one byte only, so it may be met again.
 template <class Sink>
-size_t walkPattern(const char *text, size_t textLen, const char *pat, int maxCount,
-                   int caseSensitive, unsigned lineMode, Sink &sink)
+size_t walkPattern(const char *text, size_t textLen, const char *pat, int maxCount, int caseSensitive,
+                   unsigned lineMode, Sink &sink)
 {
     const size_t patLen = std::strlen(pat);
     const bool limited = maxCount > 0;
@@ -198,16 +192,15 @@ size_t walkPattern(const char *text, size_t textLen, const char *pat, int maxCou
 
 // Walks text for the empty pattern: each line start (lineMode 2) or line end
 // (lineMode 1) is a place whose byte the replacement takes over.
-template <class Sink>
-size_t walkLines(const char *text, size_t textLen, int maxCount, unsigned lineMode, Sink &sink)
+template <class Sink> size_t walkLines(const char *text, size_t textLen, int maxCount, unsigned lineMode, Sink &sink)
 {
     const bool limited = maxCount > 0;
     int budget = maxCount;
     size_t start = 0;
     size_t count = 0;
     for (size_t at = 0; at < textLen; ++at) {
-        const bool place = lineMode == kLineStart ? (at == 0 || text[at - 1] == '\n')
-                                                  : (at + 1 == textLen || text[at + 1] == '\n');
+        const bool place =
+            lineMode == kLineStart ? (at == 0 || text[at - 1] == '\n') : (at + 1 == textLen || text[at + 1] == '\n');
         if (!place)
             continue;
         if (!sink.replace(start, at))
@@ -249,8 +242,8 @@ int StrRepMatchesPosition(int prev, int next, int lineMode)
     return 1;
 }
 
-size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const char *pat,
-                     int maxCount, size_t *newLen, int caseSensitive, unsigned lineMode)
+size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const char *pat, int maxCount, size_t *newLen,
+                     int caseSensitive, unsigned lineMode)
 {
     size_t ignored = 0;
     if (!newLen)
@@ -281,15 +274,16 @@ size_t StrCpyRepSize(const char *text, size_t textLen, const char *rep, const ch
     return count;
 }
 
-size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep,
-                 const char *pat, int maxCount, int caseSensitive, unsigned lineMode)
+size_t StrCpyRep(char *dst, size_t dstSize, char *src, size_t srcLen, const char *rep, const char *pat, int maxCount,
+                 int caseSensitive, unsigned lineMode)
 {
     if (!dst || !src || !pat)
         return 0;
     const size_t repLen = rep ? std::strlen(rep) : 0;
     CopySink sink{dst, dstSize, src, srcLen, rep, repLen};
     if (maxCount == 0) {
-        // A copy as far as the terminator, which must not lie past srcLen.
+        // A whole copy as far as the terminator, whatever dstSize says; the
+        // read stops at srcLen should the terminator lie beyond it.
         sink.srcLen = strnlen(src, srcLen);
         sink.finish(0);
         return 0;

@@ -1,13 +1,13 @@
-/*
-** qvstring_text: small in-place operations on NUL-terminated text.
-**
-** Narrow text is handled byte by byte (no UTF-8 decoding). The narrow
-** character-class and case calls see each byte as a signed char; a
-** negative value (bytes 0x80..0xFF) is given what the C locale gives it:
-** not white space and its case left unchanged. Wide text goes through the
-** iswspace/towlower/towupper family of the current locale. Only the
-** duplicates allocate; their results are released with free().
-*/
+// qvstring_text: small in-place operations on NUL-terminated text.
+//
+// Narrow text is handled byte by byte (no UTF-8 decoding). The narrow
+// character-class and case calls see each byte as a signed char; a
+// negative value (bytes 0x80..0xFF) is given what the C locale gives it:
+// not white space and its case left unchanged. Wide text goes through the
+// iswspace/towlower/towupper family of the current locale. Each narrow and
+// wide pair is one template over the character type; CharText holds what
+// the two differ in. Only the duplicates allocate; their results are
+// released with free().
 #include "qvstring.h"
 
 #include <algorithm>
@@ -20,27 +20,118 @@
 
 namespace {
 
-bool isNarrowSpace(char c)
+// What the narrow and the wide text differ in; every algorithm below is
+// written once over the character type.
+template <typename Ch> struct CharText;
+
+template <> struct CharText<char> {
+    static size_t length(const char *s) { return std::strlen(s); }
+    static bool isSpace(char c)
+    {
+        const int value = static_cast<signed char>(c);
+        return value >= 0 && std::isspace(value) != 0;
+    }
+    static char lower(char c)
+    {
+        const int value = static_cast<signed char>(c);
+        return value >= 0 ? static_cast<char>(std::tolower(value)) : c;
+    }
+    static char upper(char c)
+    {
+        const int value = static_cast<signed char>(c);
+        return value >= 0 ? static_cast<char>(std::toupper(value)) : c;
+    }
+    static int compare(const char *a, const char *b, bool caseSensitive)
+    {
+        return caseSensitive ? std::strcmp(a, b) : strcasecmp(a, b);
+    }
+    // Fills count characters with ch.
+    static void fill(char *at, int ch, size_t count) { std::memset(at, ch, count); }
+};
+
+template <> struct CharText<wchar_t> {
+    static size_t length(const wchar_t *s) { return std::wcslen(s); }
+    static bool isSpace(wchar_t c) { return std::iswspace(static_cast<wint_t>(c)) != 0; }
+    static wchar_t lower(wchar_t c) { return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c))); }
+    static wchar_t upper(wchar_t c) { return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c))); }
+    static int compare(const wchar_t *a, const wchar_t *b, bool caseSensitive)
+    {
+        return caseSensitive ? std::wcscmp(a, b) : wcscasecmp(a, b);
+    }
+    // Byte-wise with the low byte of ch, so each character holds that byte
+    // four times; callers rely on this exact pattern.
+    static void fill(wchar_t *at, wchar_t ch, size_t count)
+    {
+        std::memset(at, static_cast<unsigned char>(ch), count * sizeof(wchar_t));
+    }
+};
+
+template <typename Ch> Ch *trimEnd(Ch *s)
 {
-    const int value = static_cast<signed char>(c);
-    return value >= 0 && std::isspace(value) != 0;
+    const size_t len = CharText<Ch>::length(s);
+    if (len == 0 || !CharText<Ch>::isSpace(s[len - 1]))
+        return s;
+    size_t end = len - 1;
+    while (end > 0 && CharText<Ch>::isSpace(s[end - 1]))
+        --end;
+    s[end] = Ch(0);
+    return s;
 }
 
-char narrowLower(char c)
+template <typename Ch> Ch *duplicate(const Ch *s)
 {
-    const int value = static_cast<signed char>(c);
-    return value >= 0 ? static_cast<char>(std::tolower(value)) : c;
+    if (s == nullptr)
+        return nullptr;
+    const size_t bytes = (CharText<Ch>::length(s) + 1) * sizeof(Ch);
+    auto *copy = static_cast<Ch *>(std::malloc(bytes));
+    if (copy != nullptr)
+        std::memcpy(copy, s, bytes);
+    return copy;
 }
 
-char narrowUpper(char c)
+// Returns the position of the terminator, so that a caller can append.
+template <typename Ch> Ch *mapCase(Ch *s, Ch (*map)(Ch))
 {
-    const int value = static_cast<signed char>(c);
-    return value >= 0 ? static_cast<char>(std::toupper(value)) : c;
+    if (s == nullptr)
+        return nullptr;
+    for (; *s != Ch(0); ++s)
+        *s = map(*s);
+    return s;
 }
 
-bool isWideSpace(wchar_t c)
+template <typename Ch> size_t deleteAt(Ch *s, size_t pos, size_t count)
 {
-    return std::iswspace(static_cast<wint_t>(c)) != 0;
+    const size_t len = CharText<Ch>::length(s);
+    if (pos >= len)
+        return len;
+    const size_t removed = std::min(count, len - pos);
+    std::memmove(s + pos, s + pos + removed, (len - pos - removed + 1) * sizeof(Ch));
+    return len - removed;
+}
+
+// The room left is maxLen - len in unsigned arithmetic on purpose: a text
+// already longer than maxLen makes it wrap, and then the whole count goes in.
+template <typename Ch, typename Fill> size_t insertAt(Ch *s, size_t pos, size_t count, size_t maxLen, Fill fill)
+{
+    const size_t len = CharText<Ch>::length(s);
+    if (pos > len)
+        return 0;
+    const size_t added = std::min(count, maxLen - len);
+    std::memmove(s + pos + added, s + pos, (len - pos + 1) * sizeof(Ch));
+    fill(s + pos, added);
+    return len + added;
+}
+
+// suffixLen - 1 wraps for an empty suffix, so that one never matches.
+template <typename Ch> int endsWith(const Ch *s, const Ch *suffix, int caseSensitive)
+{
+    if (suffix == nullptr)
+        return 0;
+    const size_t len = s != nullptr ? CharText<Ch>::length(s) : 0;
+    const size_t suffixLen = CharText<Ch>::length(suffix);
+    if (suffixLen - 1 >= len)
+        return 0;
+    return CharText<Ch>::compare(s + (len - suffixLen), suffix, caseSensitive != 0) == 0 ? 1 : 0;
 }
 
 } // namespace
@@ -49,152 +140,69 @@ extern "C" {
 
 char *StrTrim(char *s)
 {
-    const size_t len = std::strlen(s);
-    if (len == 0 || !isNarrowSpace(s[len - 1]))
-        return s;
-    size_t end = len - 1;
-    while (end > 0 && isNarrowSpace(s[end - 1]))
-        --end;
-    s[end] = '\0';
-    return s;
+    return trimEnd(s);
 }
-
 wchar_t *TcsTrim(wchar_t *s)
 {
-    const size_t len = std::wcslen(s);
-    if (len == 0 || !isWideSpace(s[len - 1]))
-        return s;
-    size_t end = len - 1;
-    while (end > 0 && isWideSpace(s[end - 1]))
-        --end;
-    s[end] = L'\0';
-    return s;
+    return trimEnd(s);
 }
-
 char *StrDupPlain(const char *s)
 {
-    if (s == nullptr)
-        return nullptr;
-    const size_t bytes = std::strlen(s) + 1;
-    auto *copy = static_cast<char *>(std::malloc(bytes));
-    if (copy != nullptr)
-        std::memcpy(copy, s, bytes);
-    return copy;
+    return duplicate(s);
 }
-
 char *StrDup(const char *s)
 {
-    return StrDupPlain(s);
+    return duplicate(s);
 }
-
 wchar_t *TcsDup(const wchar_t *s)
 {
-    if (s == nullptr)
-        return nullptr;
-    const size_t chars = std::wcslen(s) + 1;
-    auto *copy = static_cast<wchar_t *>(std::malloc(chars * sizeof(wchar_t)));
-    if (copy != nullptr)
-        std::wmemcpy(copy, s, chars);
-    return copy;
+    return duplicate(s);
 }
-
 char *StrLower(char *s)
 {
-    if (s == nullptr)
-        return nullptr;
-    for (; *s != '\0'; ++s)
-        *s = narrowLower(*s);
-    return s;
+    return mapCase(s, CharText<char>::lower);
 }
-
 char *StrUpper(char *s)
 {
-    if (s == nullptr)
-        return nullptr;
-    for (; *s != '\0'; ++s)
-        *s = narrowUpper(*s);
-    return s;
+    return mapCase(s, CharText<char>::upper);
 }
-
 wchar_t *TcsLower(wchar_t *s)
 {
-    if (s == nullptr)
-        return nullptr;
-    for (; *s != L'\0'; ++s)
-        *s = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(*s)));
-    return s;
+    return mapCase(s, CharText<wchar_t>::lower);
 }
-
 wchar_t *TcsUpper(wchar_t *s)
 {
-    if (s == nullptr)
-        return nullptr;
-    for (; *s != L'\0'; ++s)
-        *s = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(*s)));
-    return s;
+    return mapCase(s, CharText<wchar_t>::upper);
 }
-
 size_t StrDel(char *s, size_t pos, size_t count)
 {
-    const size_t len = std::strlen(s);
-    if (pos >= len)
-        return len;
-    const size_t removed = std::min(count, len - pos);
-    std::memmove(s + pos, s + pos + removed, len - pos - removed + 1);
-    return len - removed;
+    return deleteAt(s, pos, count);
 }
-
 size_t TcsDel(wchar_t *s, size_t pos, size_t count)
 {
-    const size_t len = std::wcslen(s);
-    if (pos >= len)
-        return len;
-    const size_t removed = std::min(count, len - pos);
-    std::wmemmove(s + pos, s + pos + removed, len - pos - removed + 1);
-    return len - removed;
+    return deleteAt(s, pos, count);
 }
 
-// The room left is maxLen - len in unsigned arithmetic on purpose: a text
-// already longer than maxLen makes it wrap, and then the whole count goes in.
 size_t TcsIns(wchar_t *s, size_t pos, const wchar_t *ins, size_t maxLen)
 {
-    const size_t len = std::wcslen(s);
-    if (pos > len)
-        return 0;
-    const size_t added = std::min(std::wcslen(ins), maxLen - len);
-    std::wmemmove(s + pos + added, s + pos, len - pos + 1);
-    std::wmemcpy(s + pos, ins, added);
-    return len + added;
+    return insertAt(s, pos, std::wcslen(ins), maxLen,
+                    [ins](wchar_t *at, size_t count) { std::wmemcpy(at, ins, count); });
 }
 
 size_t StrCIns(char *s, size_t pos, int ch, size_t count, size_t maxLen)
 {
-    const size_t len = std::strlen(s);
-    if (pos > len)
-        return 0;
-    const size_t added = std::min(count, maxLen - len);
-    std::memmove(s + pos + added, s + pos, len - pos + 1);
-    std::memset(s + pos, ch, added);
-    return len + added;
+    return insertAt(s, pos, count, maxLen, [ch](char *at, size_t added) { CharText<char>::fill(at, ch, added); });
 }
 
-// The inserted wide characters are filled byte-wise with the low byte of ch,
-// so each holds that byte four times; callers rely on this exact pattern.
 size_t TcsCIns(wchar_t *s, size_t pos, wchar_t ch, size_t count, size_t maxLen)
 {
-    const size_t len = std::wcslen(s);
-    if (pos > len)
-        return 0;
-    const size_t added = std::min(count, maxLen - len);
-    std::wmemmove(s + pos + added, s + pos, len - pos + 1);
-    std::memset(s + pos, static_cast<unsigned char>(ch), added * sizeof(wchar_t));
-    return len + added;
+    return insertAt(s, pos, count, maxLen, [ch](wchar_t *at, size_t added) { CharText<wchar_t>::fill(at, ch, added); });
 }
 
 wchar_t *TcsjLeft(wchar_t *s)
 {
     size_t skip = 0;
-    while (isWideSpace(s[skip]))
+    while (CharText<wchar_t>::isSpace(s[skip]))
         ++skip;
     if (skip > 0)
         std::wmemmove(s, s + skip, std::wcslen(s + skip) + 1);
@@ -212,31 +220,13 @@ wchar_t *TcsjRight(wchar_t *s, size_t width)
     return s;
 }
 
-// suffixLen - 1 wraps for an empty suffix, so that one never matches.
 int StrEndsWith(const char *s, const char *suffix, int caseSensitive)
 {
-    if (suffix == nullptr)
-        return 0;
-    const size_t len = s != nullptr ? std::strlen(s) : 0;
-    const size_t suffixLen = std::strlen(suffix);
-    if (suffixLen - 1 >= len)
-        return 0;
-    const char *tail = s + (len - suffixLen);
-    const int diff = caseSensitive != 0 ? std::strcmp(tail, suffix) : strcasecmp(tail, suffix);
-    return diff == 0 ? 1 : 0;
+    return endsWith(s, suffix, caseSensitive);
 }
-
 int TcsEndsWith(const wchar_t *s, const wchar_t *suffix, int caseSensitive)
 {
-    if (suffix == nullptr)
-        return 0;
-    const size_t len = s != nullptr ? std::wcslen(s) : 0;
-    const size_t suffixLen = std::wcslen(suffix);
-    if (suffixLen - 1 >= len)
-        return 0;
-    const wchar_t *tail = s + (len - suffixLen);
-    const int diff = caseSensitive != 0 ? std::wcscmp(tail, suffix) : wcscasecmp(tail, suffix);
-    return diff == 0 ? 1 : 0;
+    return endsWith(s, suffix, caseSensitive);
 }
 
 } // extern "C"

@@ -1,15 +1,13 @@
-/*
-** qvstring_utf8: conversion between UTF-8 narrow text and 32-bit wide text.
-**
-** The encoding is the 31-bit form of UTF-8 (1 to 6 bytes, bit 31 of a wide
-** character ignored, no U+10FFFF limit, surrogates pass). Invalid-input
-** policy of the decoder: a stray continuation byte 0x80..0xBF is taken as
-** the character of the same value; a lead byte 0xF9..0xFF is dropped alone;
-** a sequence of n bytes is consumed whole and dropped when a continuation
-** byte is bad or the value is overlong, except that a NUL inside it ends
-** the scan there, so nothing past the terminator is ever read. No locale,
-** no state, no allocation except the one block of a _dup.
-*/
+// qvstring_utf8: conversion between UTF-8 narrow text and 32-bit wide text.
+//
+// The encoding is the 31-bit form of UTF-8 (1 to 6 bytes, bit 31 of a wide
+// character ignored, no U+10FFFF limit, surrogates pass). Invalid-input
+// policy of the decoder: a stray continuation byte 0x80..0xBF is taken as
+// the character of the same value; a lead byte 0xF9..0xFF is dropped alone;
+// a sequence of n bytes is consumed whole and dropped when a continuation
+// byte is bad or the value is overlong, except that a NUL inside it ends
+// the scan there, so nothing past the terminator is ever read. No locale,
+// no state, no allocation except the one block of a _dup.
 #include "qvstring.h"
 
 #include <bit>
@@ -78,8 +76,7 @@ inline void encodeOne(uint32_t value, int len, unsigned char *out)
         return;
     }
     const int shift = len - 1;
-    out[0] = static_cast<unsigned char>(((0xFF80u >> shift) & 0xFF)
-                                        | ((value >> (6 * shift)) & (0x3Fu >> shift)));
+    out[0] = static_cast<unsigned char>(((0xFF80u >> shift) & 0xFF) | ((value >> (6 * shift)) & (0x3Fu >> shift)));
     for (int k = 1; k < len; ++k)
         out[k] = static_cast<unsigned char>(0x80 | ((value >> (6 * (len - 1 - k))) & 0x3F));
 }

@@ -25,16 +25,27 @@ namespace {
 constexpr size_t kCopyBuffer = 16384;
 constexpr size_t kFallbackCopyBuffer = 1024;
 
-char *duplicate(const char *text) { return StrDup(text); }
-wchar_t *duplicate(const wchar_t *text) { return TcsDup(text); }
+char *duplicate(const char *text)
+{
+    return StrDup(text);
+}
+wchar_t *duplicate(const wchar_t *text)
+{
+    return TcsDup(text);
+}
 
-size_t lengthOf(const char *text) { return strlen(text); }
-size_t lengthOf(const wchar_t *text) { return wcslen(text); }
+size_t lengthOf(const char *text)
+{
+    return strlen(text);
+}
+size_t lengthOf(const wchar_t *text)
+{
+    return wcslen(text);
+}
 
 // The signed comparison is deliberate: in narrow text, bytes of a UTF-8
 // ending count as blanks and are cut with them.
-template <typename Char, typename Signed>
-Char *cleanPath(Char *path)
+template <typename Char, typename Signed> Char *cleanPath(Char *path)
 {
     if (!path || path[0] == Char('\0'))
         return path;
@@ -47,13 +58,18 @@ Char *cleanPath(Char *path)
     return path;
 }
 
-char *clean(char *path) { return cleanPath<char, signed char>(path); }
-wchar_t *clean(wchar_t *path) { return cleanPath<wchar_t, int32_t>(path); }
+char *clean(char *path)
+{
+    return cleanPath<char, signed char>(path);
+}
+wchar_t *clean(wchar_t *path)
+{
+    return cleanPath<wchar_t, int32_t>(path);
+}
 
 // A cleaned private copy of a path and its UTF-8 form; narrow() is null
 // when the path was null or memory ran out.
-template <typename Char>
-class PathCopy {
+template <typename Char> class PathCopy {
 public:
     explicit PathCopy(const Char *path) : copy_(clean(duplicate(path)))
     {
@@ -84,8 +100,14 @@ struct NarrowOwned {
     char *text;
     bool owned;
 };
-NarrowOwned toNarrow(char *text) { return {text, false}; }
-NarrowOwned toNarrow(wchar_t *text) { return {T2A_dup(text), true}; }
+NarrowOwned toNarrow(char *text)
+{
+    return {text, false};
+}
+NarrowOwned toNarrow(wchar_t *text)
+{
+    return {T2A_dup(text), true};
+}
 
 bool isFolder(const char *path)
 {
@@ -95,8 +117,7 @@ bool isFolder(const char *path)
 
 // Creates every missing folder on the way to the file named by path (the
 // copy is cut and restored at each separator). false when a creation fails.
-template <typename Char>
-bool makeFolders(Char *path)
+template <typename Char> bool makeFolders(Char *path)
 {
     for (Char *pos = path + 1; *pos; ++pos) {
         if (*pos == Char('\\'))
@@ -115,8 +136,7 @@ bool makeFolders(Char *path)
     return true;
 }
 
-template <typename Char>
-FILE *openFile(const Char *path, const char *mode)
+template <typename Char> FILE *openFile(const Char *path, const char *mode)
 {
     PathCopy<Char> cleaned(path);
     if (!cleaned.narrow())
@@ -141,15 +161,13 @@ FILE *openFile(const Char *path, const char *mode)
     return walked ? fopen(cleaned.narrow(), mode) : nullptr;
 }
 
-template <typename Char>
-int removeFile(const Char *path)
+template <typename Char> int removeFile(const Char *path)
 {
     PathCopy<Char> cleaned(path);
     return cleaned.narrow() ? remove(cleaned.narrow()) : -1;
 }
 
-template <typename Char>
-int renameFile(const Char *oldPath, const Char *newPath)
+template <typename Char> int renameFile(const Char *oldPath, const Char *newPath)
 {
     PathCopy<Char> cleanedOld(oldPath);
     PathCopy<Char> cleanedNew(newPath);
@@ -158,8 +176,7 @@ int renameFile(const Char *oldPath, const Char *newPath)
     return rename(cleanedOld.narrow(), cleanedNew.narrow());
 }
 
-template <typename Char>
-int fileExists(const Char *path)
+template <typename Char> int fileExists(const Char *path)
 {
     PathCopy<Char> cleaned(path);
     if (!cleaned.narrow())
@@ -204,8 +221,7 @@ int fileCopyByHandle(int destination, int source)
     return 0;
 }
 
-template <typename Char>
-int copyFile(const Char *destinationPath, const Char *sourcePath)
+template <typename Char> int copyFile(const Char *destinationPath, const Char *sourcePath)
 {
     PathCopy<Char> cleanedSource(sourcePath);
     if (!cleanedSource.narrow())
@@ -244,8 +260,14 @@ bool streamStatus(FILE *stream, struct stat *status)
 
 } // namespace
 
-extern "C" wchar_t *FixPathSeparator(wchar_t *path) { return clean(path); }
-extern "C" char *FixPathSeparatorA(char *path) { return clean(path); }
+extern "C" wchar_t *FixPathSeparator(wchar_t *path)
+{
+    return clean(path);
+}
+extern "C" char *FixPathSeparatorA(char *path)
+{
+    return clean(path);
+}
 
 extern "C" FILE *FileOpen(const wchar_t *path, const wchar_t *mode)
 {
@@ -256,18 +278,42 @@ extern "C" FILE *FileOpen(const wchar_t *path, const wchar_t *mode)
     free(narrowMode);
     return stream;
 }
-extern "C" FILE *FileOpenA(const char *path, const char *mode) { return openFile(path, mode); }
+extern "C" FILE *FileOpenA(const char *path, const char *mode)
+{
+    return openFile(path, mode);
+}
 
-extern "C" int IFileRemove(const wchar_t *path) { return removeFile(path); }
-extern "C" int IFileRemoveA(const char *path) { return removeFile(path); }
+extern "C" int IFileRemove(const wchar_t *path)
+{
+    return removeFile(path);
+}
+extern "C" int IFileRemoveA(const char *path)
+{
+    return removeFile(path);
+}
 
-extern "C" int IFileRename(const wchar_t *oldPath, const wchar_t *newPath) { return renameFile(oldPath, newPath); }
-extern "C" int IFileRenameA(const char *oldPath, const char *newPath) { return renameFile(oldPath, newPath); }
+extern "C" int IFileRename(const wchar_t *oldPath, const wchar_t *newPath)
+{
+    return renameFile(oldPath, newPath);
+}
+extern "C" int IFileRenameA(const char *oldPath, const char *newPath)
+{
+    return renameFile(oldPath, newPath);
+}
 
-extern "C" int IFileExists(const wchar_t *path) { return fileExists(path); }
-extern "C" int IFileExistsA(const char *path) { return fileExists(path); }
+extern "C" int IFileExists(const wchar_t *path)
+{
+    return fileExists(path);
+}
+extern "C" int IFileExistsA(const char *path)
+{
+    return fileExists(path);
+}
 
-extern "C" int IFolderExistsA(const char *path) { return path && isFolder(path) ? 1 : 0; }
+extern "C" int IFolderExistsA(const char *path)
+{
+    return path && isFolder(path) ? 1 : 0;
+}
 extern "C" int IFolderExists(const wchar_t *path)
 {
     char *narrow = T2A_dup(path);
@@ -276,8 +322,14 @@ extern "C" int IFolderExists(const wchar_t *path)
     return result;
 }
 
-extern "C" int IFileCopy(const wchar_t *destination, const wchar_t *source) { return copyFile(destination, source); }
-extern "C" int IFileCopyA(const char *destination, const char *source) { return copyFile(destination, source); }
+extern "C" int IFileCopy(const wchar_t *destination, const wchar_t *source)
+{
+    return copyFile(destination, source);
+}
+extern "C" int IFileCopyA(const char *destination, const char *source)
+{
+    return copyFile(destination, source);
+}
 
 extern "C" int64_t LFileLength(FILE *stream)
 {

@@ -8,8 +8,7 @@
 
 namespace {
 
-template <typename Char>
-Char *baseOf(const Char *path)
+template <typename Char> Char *baseOf(const Char *path)
 {
     const Char *afterSeparator = nullptr;
     const Char *afterColon = nullptr;
@@ -23,8 +22,7 @@ Char *baseOf(const Char *path)
     return const_cast<Char *>(base);
 }
 
-template <typename Char>
-Char *extensionOf(const Char *path)
+template <typename Char> Char *extensionOf(const Char *path)
 {
     Char *pos = baseOf(path);
     Char *lastDot = nullptr;
@@ -36,7 +34,19 @@ Char *extensionOf(const Char *path)
 
 } // namespace
 
-extern "C" wchar_t *SFileBase(const wchar_t *path) { return path ? baseOf(path) : nullptr; }
-extern "C" char *SFileBaseA(const char *path) { return path ? baseOf(path) : nullptr; }
-extern "C" wchar_t *SFileExt(const wchar_t *path) { return path ? extensionOf(path) : nullptr; }
-extern "C" char *SFileExtA(const char *path) { return path ? extensionOf(path) : nullptr; }
+extern "C" wchar_t *SFileBase(const wchar_t *path)
+{
+    return path ? baseOf(path) : nullptr;
+}
+extern "C" char *SFileBaseA(const char *path)
+{
+    return path ? baseOf(path) : nullptr;
+}
+extern "C" wchar_t *SFileExt(const wchar_t *path)
+{
+    return path ? extensionOf(path) : nullptr;
+}
+extern "C" char *SFileExtA(const char *path)
+{
+    return path ? extensionOf(path) : nullptr;
+}

@@ -35,7 +35,10 @@ constexpr int kLinkNoSymbol = 2;
 
 const char kSelfExe[] = "/proc/self/exe";
 
-int changeFolder(const char *path) { return path && chdir(path) == 0 ? 1 : 0; }
+int changeFolder(const char *path)
+{
+    return path && chdir(path) == 0 ? 1 : 0;
+}
 
 // Target of /proc/self/exe in target (kLinkBuffer bytes), or false.
 bool readSelfExe(char *linkName, char *target)
@@ -133,7 +136,10 @@ extern "C" int ISystemCall(const wchar_t *command)
     return status;
 }
 
-extern "C" int ISystemCallA(const char *command) { return system(command); }
+extern "C" int ISystemCallA(const char *command)
+{
+    return system(command);
+}
 
 extern "C" wchar_t *SGetExeFullPath(void)
 {
@@ -210,7 +216,10 @@ extern "C" char *SGetEnvA(const char *name)
     return value ? StrDup(value) : nullptr;
 }
 
-extern "C" wchar_t *SGetUserFolder(void) { return SGetEnv(L"HOME"); }
+extern "C" wchar_t *SGetUserFolder(void)
+{
+    return SGetEnv(L"HOME");
+}
 
 extern "C" void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
 {
@@ -224,7 +233,10 @@ extern "C" void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
     return address;
 }
 
-extern "C" void *GetDynamicLinkHandle(char *file, int32_t *error) { return loadLibrary(file, error); }
+extern "C" void *GetDynamicLinkHandle(char *file, int32_t *error)
+{
+    return loadLibrary(file, error);
+}
 
 extern "C" void *GetDynamicLinkSymbol(void *handle, const char *symbol, int32_t *error)
 {

@@ -1,33 +1,28 @@
-/*
-** qvsystim_calendar: dates as Julian day numbers (int, 2000-01-01 is
-** 2451545) and times of day as fractions of a day in hundredths of a
-** second. Julian calendar up to the 1582 switch, Gregorian after it, no
-** year zero. The arithmetic keeps the exact constants, double-precision
-** steps and single-precision conversions of the routines these results
-** were first computed with, so that day numbers and dates agree to the day
-** with stored data; do not simplify the formulas.
-**
-** Every int the formulas store is computed in 64 bits and wrapped to 32
-** bits, which is what 32-bit two's complement arithmetic gives, so that
-** absurd inputs give defined (if meaningless) results instead of
-** undefined behaviour. Doubles are truncated to int through truncToInt.
-*/
+// qvsystim_calendar: dates as Julian day numbers (int, 2000-01-01 is
+// 2451545) and times of day as fractions of a day in hundredths of a
+// second. Julian calendar up to the 1582 switch, Gregorian after it, no
+// year zero. The arithmetic keeps the exact constants, double-precision
+// steps and single-precision conversions of the routines these results
+// were first computed with, so that day numbers and dates agree to the day
+// with stored data; do not simplify the formulas.
+//
+// Every int the formulas store is computed in 64 bits and wrapped to 32
+// bits, which is what 32-bit two's complement arithmetic gives, so that
+// absurd inputs give defined (if meaningless) results instead of
+// undefined behaviour. Doubles are truncated to int through truncToInt.
 #include "qvsystim.h"
+#include "qvsystim_internal.h"
 
 #include <cmath>
 #include <cstdint>
 
+using namespace qvsystim;
+
 namespace {
 
-constexpr int kFirstGregorianDay = 2299161;      // 1582-10-15
-constexpr int kGregorianTest = 588829;           // 31 * (jm + 12 * y) + d
+constexpr int kFirstGregorianDay = 2299161; // 1582-10-15
+constexpr int kGregorianTest = 588829;      // 31 * (jm + 12 * y) + d
 constexpr double kHsecPerDay = 8640000.0;
-constexpr double kDayPerHsec = 1.1574074074074074e-07;
-
-constexpr int wrap32(int64_t value)
-{
-    return static_cast<int>(static_cast<uint32_t>(value));
-}
 
 // Truncation toward zero; values no int64 can hold (and NaN) give INT_MIN,
 // the value the hardware conversion yields for them.
@@ -50,7 +45,7 @@ int dayOfWeek(int jdn)
     return wrap32(int64_t{jdn} + 2 - int64_t{7} * (next / 7));
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -66,8 +61,7 @@ int GetJulianDay(int year, int month, int day)
     } else {
         jm = wrap32(int64_t{month} + 1);
     }
-    int jdn = truncToInt(day + std::floor(365.25 * jy) + std::floor(30.6001 * jm)
-                         + 1720995.0);
+    int jdn = truncToInt(day + std::floor(365.25 * jy) + std::floor(30.6001 * jm) + 1720995.0);
     // The month in this test is the shifted one while the year is not;
     // that makes 1582 from January to October 4 partly Gregorian.
     if (wrap32(31 * (int64_t{jm} + 12 * int64_t{year}) + day) >= kGregorianTest)
@@ -77,8 +71,7 @@ int GetJulianDay(int year, int month, int day)
 
 double GetJulianTime(int hour, int minute, int second, int hundredths)
 {
-    const int hsec = wrap32(((int64_t{hour} * 60 + minute) * 60 + second) * 100
-                            + hundredths);
+    const int hsec = wrap32(((int64_t{hour} * 60 + minute) * 60 + second) * 100 + hundredths);
     return hsec * kDayPerHsec;
 }
 
@@ -87,8 +80,7 @@ void GetDateFromJulian(int jdn, int *year, int *month, int *day)
     int a;
     if (jdn >= kFirstGregorianDay) {
         const double shifted = viaFloat(jdn - 1867216);
-        const int alpha = truncToInt(shifted * 2.7379070069885075e-05
-                                     + (-6.844767517471269e-06));
+        const int alpha = truncToInt(shifted * 2.7379070069885075e-05 + (-6.844767517471269e-06));
         a = wrap32(int64_t{jdn} + alpha - truncToInt(alpha * 0.25) + 1);
     } else if (jdn < 0) {
         // Whole Julian centuries of 36525 days move the count above zero.
@@ -118,8 +110,7 @@ void GetDateFromJulian(int jdn, int *year, int *month, int *day)
         *day = dd;
 }
 
-void GetTimeFromJulian(int *hour, int *minute, int *second, int *hundredths,
-                       double fraction)
+void GetTimeFromJulian(int *hour, int *minute, int *second, int *hundredths, double fraction)
 {
     const int hsec = truncToInt(std::floor(fraction * kHsecPerDay + 0.5));
     if (hundredths)
@@ -149,8 +140,8 @@ int GetDayOfMonth(int year, int month, int weekday, int n)
     const int first = GetJulianDay(year, month, 1);
     // The year -1 is followed by year 1, but the month after December of
     // year -1 is looked up in year 0 and so is invalid (-1).
-    const int next = month == 12 ? GetJulianDay(wrap32(int64_t{year} + 1), 1, 1)
-                                 : GetJulianDay(year, wrap32(int64_t{month} + 1), 1);
+    const int next =
+        month == 12 ? GetJulianDay(wrap32(int64_t{year} + 1), 1, 1) : GetJulianDay(year, wrap32(int64_t{month} + 1), 1);
     if (n >= 1) {
         int shift = wrap32(int64_t{weekday} - dayOfWeek(first));
         if (shift < 0)
@@ -173,9 +164,8 @@ int GetWeekOfYear(int year, int week)
     // January 4 always lies in ISO week 1.
     const int jan4 = GetJulianDay(year, 1, 4);
     const int weekday = dayOfWeek(jan4);
-    const int monday = weekday == 1 ? wrap32(int64_t{jan4} - 6)
-                                    : wrap32(int64_t{jan4} + 2 - weekday);
+    const int monday = weekday == 1 ? wrap32(int64_t{jan4} - 6) : wrap32(int64_t{jan4} + 2 - weekday);
     return wrap32(int64_t{monday} + int64_t{7} * (week - 1));
 }
 
-}  // extern "C"
+} // extern "C"

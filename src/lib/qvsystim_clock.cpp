@@ -1,15 +1,16 @@
-/*
-** qvsystim_clock: clock readers, the texts made of dates, times and spans,
-** and the conversions between clock values and local dates. A clock value is a double counting seconds since 1970-01-01 00:00
-** UTC; a monotonic reading is a double counting hundredths of a second.
-** Local time comes from localtime and mktime, so it follows TZ as the C
-** library sees it. Texts go into the caller's buffer and are always
-** terminated when the size allows one character.
-*/
+// qvsystim_clock: clock readers, the texts made of dates, times and spans,
+// and the conversions between clock values and local dates. A clock value
+// is a double counting seconds since 1970-01-01 00:00 UTC; a monotonic
+// reading is a double counting hundredths of a second. Local time comes
+// from localtime and mktime, so it follows TZ as the C library sees it.
+// Texts go into the caller's buffer and are always terminated when the
+// size allows one character. Narrow and wide texts share one template
+// each, with a small table of formats per character type.
 #include "qvsystim.h"
+#include "qvstring_internal.h"
+#include "qvsystim_internal.h"
 
 #include <cmath>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -18,11 +19,11 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+using namespace qvsystim;
+using qvstring::appendf;
+
 namespace {
 
-constexpr double kDayPerHsec = 1.1574074074074074e-07;
-constexpr size_t kNarrowStampSize = 20;    // "yyyy-mm-dd hh:mm:ss" + NUL
-constexpr size_t kWideStampSize = 1024;
 constexpr double kTwoTo63 = 9223372036854775808.0;
 constexpr double kTwoTo64 = 18446744073709551616.0;
 
@@ -51,33 +52,71 @@ int fullYear(const struct tm &broken)
     return static_cast<int>(static_cast<uint32_t>(int64_t{broken.tm_year} + 1900));
 }
 
-// Prints at the end of the text already in buf, within size.
-void appendf(char *buf, size_t size, const char *format, ...)
+// The narrow and wide texts share their algorithms; these give each
+// character type its formats and the room of the stamp buffer.
+template <typename Ch> struct ClockText;
+
+template <> struct ClockText<char> {
+    static constexpr size_t kStampSize = 20; // "yyyy-mm-dd hh:mm:ss" + NUL
+    static constexpr const char *kDate = "%2u-%02u-%4u";
+    static constexpr const char *kTime = "%2d:%02d:%02d";
+    static constexpr const char *kNoStamp = "0000-00-00";
+    static constexpr const char *kStampDate = "%4u-%02u-%02u";
+    static constexpr const char *kStampTime = " %2d:%02d:%02d";
+};
+
+template <> struct ClockText<wchar_t> {
+    static constexpr size_t kStampSize = 1024;
+    static constexpr const wchar_t *kDate = L"%2u-%02u-%4u";
+    static constexpr const wchar_t *kTime = L"%2d:%02d:%02d";
+    static constexpr const wchar_t *kNoStamp = L"0000-00-00";
+    static constexpr const wchar_t *kStampDate = L"%4u-%02u-%02u";
+    static constexpr const wchar_t *kStampTime = L" %2d:%02d:%02d";
+};
+
+template <typename Ch> Ch *dateText(Ch *buf, size_t size)
 {
-    const size_t used = strlen(buf);
-    if (used + 1 >= size)
-        return;
-    va_list args;
-    va_start(args, format);
-    vsnprintf(buf + used, size - used, format, args);
-    va_end(args);
+    if (!buf || size < 1)
+        return buf;
+    buf[0] = Ch(0);
+    struct tm now;
+    if (localTimeNow(&now))
+        appendf(buf, size, ClockText<Ch>::kDate, static_cast<unsigned>(now.tm_mday),
+                static_cast<unsigned>(now.tm_mon + 1), static_cast<unsigned>(fullYear(now)));
+    return buf;
 }
 
-void appendw(wchar_t *buf, size_t size, const wchar_t *format, ...)
+template <typename Ch> Ch *timeText(Ch *buf, size_t size)
 {
-    const size_t used = wcslen(buf);
-    if (used + 1 >= size)
-        return;
-    va_list args;
-    va_start(args, format);
-    // On overflow the wide printer reports an error and may leave the
-    // text unterminated, so terminate it here.
-    if (vswprintf(buf + used, size - used, format, args) < 0)
-        buf[size - 1] = L'\0';
-    va_end(args);
+    if (!buf || size < 1)
+        return buf;
+    buf[0] = Ch(0);
+    struct tm now;
+    if (localTimeNow(&now))
+        appendf(buf, size, ClockText<Ch>::kTime, now.tm_hour, now.tm_min, now.tm_sec);
+    return buf;
 }
 
-}  // namespace
+// The caller's buffer is taken to hold kStampSize characters.
+template <typename Ch> Ch *stampText(Ch *buf, double t)
+{
+    if (!buf)
+        return buf;
+    constexpr size_t size = ClockText<Ch>::kStampSize;
+    buf[0] = Ch(0);
+    struct tm broken;
+    if (!localTimeOf(t, &broken)) {
+        appendf(buf, size, ClockText<Ch>::kNoStamp);
+        return buf;
+    }
+    appendf(buf, size, ClockText<Ch>::kStampDate, static_cast<unsigned>(fullYear(broken)),
+            static_cast<unsigned>(broken.tm_mon + 1), static_cast<unsigned>(broken.tm_mday));
+    if (broken.tm_hour || broken.tm_min || broken.tm_sec)
+        appendf(buf, size, ClockText<Ch>::kStampTime, broken.tm_hour, broken.tm_min, broken.tm_sec);
+    return buf;
+}
+
+} // namespace
 
 extern "C" {
 
@@ -115,8 +154,7 @@ double DateToTime(int year, int month, int day, int hour, int minute, int second
     return static_cast<double>(mktime(&broken));
 }
 
-void TimeToDate(int *year, int *month, int *day, int *hour, int *minute,
-                int *second, double t)
+void TimeToDate(int *year, int *month, int *day, int *hour, int *minute, int *second, double t)
 {
     struct tm broken;
     const bool ok = localTimeOf(t, &broken);
@@ -146,86 +184,27 @@ double TimeToJulian(double t)
 
 char *SDateA(char *buf, size_t size)
 {
-    if (!buf || size < 1)
-        return buf;
-    buf[0] = '\0';
-    struct tm now;
-    if (localTimeNow(&now))
-        snprintf(buf, size, "%2u-%02u-%4u", static_cast<unsigned>(now.tm_mday),
-                 static_cast<unsigned>(now.tm_mon + 1),
-                 static_cast<unsigned>(fullYear(now)));
-    return buf;
+    return dateText(buf, size);
 }
-
 wchar_t *SDate(wchar_t *buf, size_t size)
 {
-    if (!buf || size < 1)
-        return buf;
-    buf[0] = L'\0';
-    struct tm now;
-    if (localTimeNow(&now))
-        appendw(buf, size, L"%2u-%02u-%4u", static_cast<unsigned>(now.tm_mday),
-                static_cast<unsigned>(now.tm_mon + 1),
-                static_cast<unsigned>(fullYear(now)));
-    return buf;
+    return dateText(buf, size);
 }
-
 char *STimeA(char *buf, size_t size)
 {
-    if (!buf || size < 1)
-        return buf;
-    buf[0] = '\0';
-    struct tm now;
-    if (localTimeNow(&now))
-        snprintf(buf, size, "%2d:%02d:%02d", now.tm_hour, now.tm_min, now.tm_sec);
-    return buf;
+    return timeText(buf, size);
 }
-
 wchar_t *STime(wchar_t *buf, size_t size)
 {
-    if (!buf || size < 1)
-        return buf;
-    buf[0] = L'\0';
-    struct tm now;
-    if (localTimeNow(&now))
-        appendw(buf, size, L"%2d:%02d:%02d", now.tm_hour, now.tm_min, now.tm_sec);
-    return buf;
+    return timeText(buf, size);
 }
-
 char *STimeStrA(char *buf, double t)
 {
-    if (!buf)
-        return buf;
-    buf[0] = '\0';
-    struct tm broken;
-    if (!localTimeOf(t, &broken)) {
-        appendf(buf, kNarrowStampSize, "0000-00-00");
-        return buf;
-    }
-    appendf(buf, kNarrowStampSize, "%4u-%02u-%02u", static_cast<unsigned>(fullYear(broken)),
-            static_cast<unsigned>(broken.tm_mon + 1), static_cast<unsigned>(broken.tm_mday));
-    if (broken.tm_hour || broken.tm_min || broken.tm_sec)
-        appendf(buf, kNarrowStampSize, " %2d:%02d:%02d", broken.tm_hour, broken.tm_min,
-                broken.tm_sec);
-    return buf;
+    return stampText(buf, t);
 }
-
 wchar_t *STimeStr(wchar_t *buf, double t)
 {
-    if (!buf)
-        return buf;
-    buf[0] = L'\0';
-    struct tm broken;
-    if (!localTimeOf(t, &broken)) {
-        appendw(buf, kWideStampSize, L"0000-00-00");
-        return buf;
-    }
-    appendw(buf, kWideStampSize, L"%4u-%02u-%02u", static_cast<unsigned>(fullYear(broken)),
-            static_cast<unsigned>(broken.tm_mon + 1), static_cast<unsigned>(broken.tm_mday));
-    if (broken.tm_hour || broken.tm_min || broken.tm_sec)
-        appendw(buf, kWideStampSize, L" %2d:%02d:%02d", broken.tm_hour, broken.tm_min,
-                broken.tm_sec);
-    return buf;
+    return stampText(buf, t);
 }
 
 char *STimeSpanA(char *buf, size_t size, double a, double b)
@@ -272,4 +251,4 @@ char *SClockSpanA(char *buf, size_t size, double start)
     return STimeSpanA(buf, size, ClockGetDblHsec(), start);
 }
 
-}  // extern "C"
+} // extern "C"

@@ -1,22 +1,18 @@
-/*
-** qvsystim_easter: the date of Easter Sunday by the integer rule with the
-** lunar correction (8C + 13) / 25, Julian rule before a switch year and
-** Gregorian from it on. Divisions truncate toward zero and remainders take
-** the dividend's sign, as in 32-bit C arithmetic; sums are formed in 64
-** bits and wrapped to 32, so absurd years give defined results.
-*/
+// qvsystim_easter: the date of Easter Sunday by the integer rule with the
+// lunar correction (8C + 13) / 25, Julian rule before a switch year and
+// Gregorian from it on. Divisions truncate toward zero and remainders take
+// the dividend's sign, as in 32-bit C arithmetic; sums are formed in 64
+// bits and wrapped to 32, so absurd years give defined results.
 #include "qvsystim.h"
+#include "qvsystim_internal.h"
 
 #include <cstdint>
+
+using namespace qvsystim;
 
 namespace {
 
 constexpr int kFirstGregorianEaster = 1583;
-
-constexpr int wrap32(int64_t value)
-{
-    return static_cast<int>(static_cast<uint32_t>(value));
-}
 
 // Paschal full moon, as days after March 21, by the Gregorian rule.
 int gregorianFullMoon(int year, int golden)
@@ -31,7 +27,7 @@ int gregorianFullMoon(int year, int golden)
     return moon - late * (1 - late * (29 / (moon + 1)) * ((21 - golden) / 11));
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -71,4 +67,4 @@ int GetEaster(int year)
     return GetJulianDay(year, month, day);
 }
 
-}  // extern "C"
+} // extern "C"

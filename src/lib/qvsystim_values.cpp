@@ -1,8 +1,6 @@
-/*
-** qvsystim_values: the library's one NaN and one infinity for binary64
-** doubles, and tests on them. Every test reads the raw bit pattern of the
-** value, never a floating-point comparison, and ignores the sign bit.
-*/
+// qvsystim_values: the library's one NaN and one infinity for binary64
+// doubles, and tests on them. Every test reads the raw bit pattern of the
+// value, never a floating-point comparison, and ignores the sign bit.
 #include "qvsystim.h"
 
 #include <bit>
@@ -19,7 +17,7 @@ constexpr uint32_t kFloatExpBits = 0x7F800000U;
 // which is why float infinities count as NaN below.
 constexpr uint32_t kFloatHighBytes = 0xFFFF0000U;
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -85,4 +83,4 @@ int DoubleIsEqual(double x, double y)
     return x == y;
 }
 
-}  // extern "C"
+} // extern "C"

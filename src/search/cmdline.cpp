@@ -15,6 +15,7 @@
 #include "fyndle.h"
 #include "pattern.h"
 #include "qvstring.h"
+#include "report.h"
 #include "walk.h"
 
 namespace {
@@ -22,19 +23,6 @@ namespace {
 const char sProgram_[] = "fyndle";
 const char sVersion[] = "version 1.20";
 const char sNotice[] = "Copyright (c) 2026 the fyndle developers";
-const char sUsage[] =
-    "Searches files for text patterns\n\nUsage:\t%s [-options] pattern directory filetypes\n\n"
-    "options:\n"
-    "  -s  also search subdirectories\n"
-    "  -f  list file names only\n"
-    "  -b  binary search (default is text line search)\n"
-    "  -c  case sensitive search (default is case insensitive)\n"
-    "  -l  just count number of lines in files (no pattern search)\n"
-    "  -r  regular expression search\n"
-    "  -v  verbose\n"
-    "  -w  match word\n"
-    "\n";
-
 // The longest pattern kept; a longer one is cut to this many bytes.
 constexpr size_t kPatternMax = 31;
 
@@ -42,12 +30,6 @@ constexpr size_t kPatternMax = 31;
 // like the pattern, and are never freed.
 char *s_sDirectory;
 char *s_sMasks;
-
-// printf of a null text, as the C library shows it.
-const char *shown(const char *text)
-{
-    return text != nullptr ? text : "(null)";
-}
 
 bool setOption(char letter)
 {
@@ -87,9 +69,9 @@ int RunFyndle(int argc, char **argv)
     if (!isatty(STDOUT_FILENO))
         setvbuf(stdout, outputBuffer, _IOFBF, sizeof outputBuffer);
 
-    printf("\n%s %s %s\n", sProgram_, sVersion, sNotice);
+    ReportBanner(sProgram_, sVersion, sNotice);
     if (argc < 2) {
-        printf(sUsage, sProgram_);
+        ReportUsage(sProgram_);
         exit(0);
     }
 
@@ -126,31 +108,23 @@ int RunFyndle(int argc, char **argv)
         return 0;
     }
     if (g_sPattern == nullptr) {
-        printf("No search pattern specified");
+        ReportNoPattern();
         exit(1);
     }
-    if (g_fVerbose)
-        printf("Searching for \"%s\" from \"%s\" in files \"%s\"\n", g_sPattern, shown(directory), shown(masks));
-    else
-        printf("Searching for \"%s\"\n", g_sPattern);
+    ReportSearching(g_sPattern, directory, masks, g_fVerbose != 0);
 
     if (strlen(g_sPattern) > kPatternMax) {
         g_sPattern[kPatternMax] = 0;
-        printf("Warning: pattern is too long, truncated to: \"%s\"\n", g_sPattern);
+        ReportPatternCut(g_sPattern);
         if (g_fMatchWord) {
             g_fMatchWord = 0;
-            printf("Warning: word matching switched off\n");
+            ReportWordMatchOff();
         }
     }
-    if (!g_fMatchCase)
-        StrLower(g_sPattern);
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, g_sPattern, &g_chFirst, g_fRegExp);
-    if (g_cPattern == 0) {
-        printf("Syntax error in search pattern");
+    if (PreparePattern(g_sPattern, g_fRegExp, g_fMatchCase) == 0) {
+        ReportSyntaxError();
         exit(1);
     }
-    if (!g_fMatchCase)
-        WidenPatternForCase(g_aiPattern);
     fflush(stdout);
     FRunMask(directory, masks);
     return 0;

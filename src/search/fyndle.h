@@ -1,12 +1,14 @@
 // fyndle: the state that the pieces of the tool share.
 //
-// The tool is one single-threaded run: options are one-byte flags, the
-// compiled pattern lives in fixed tables, and the run counters are summed
+// Options are one-byte flags, the compiled pattern lives in fixed tables
+// that are written once before any search and only read after, and the run
+// counters are summed
 // by the file scanner and printed by the folder walk. Counters, offsets
 // and line numbers are 64-bit so that files and runs above 2 GiB count
 // right; below that they print exactly as 32-bit ints would.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // The file scanner searches a file in windows of this many bytes...
@@ -14,6 +16,8 @@ inline constexpr int kWindowSize = 5120;
 // ...cut after the last newline found at or after this position (when the
 // window holds more bytes than that), so that lines are rarely split.
 inline constexpr int kCutFrom = 4801;
+// The file scanner reads files in chunks of this many bytes.
+inline constexpr size_t kChunkSize = 256 * 1024;
 // The compiled pattern has at most this many elements.
 inline constexpr int kMaxElements = 32;
 
@@ -38,12 +42,20 @@ extern unsigned char g_fMatchWord;       // -w: whole words only
 // The compiled pattern.
 extern uint32_t g_aiPattern[256];              // per byte value: bit k set when element k accepts it
 extern uint32_t g_aiPatCount[kMaxElements + 1];// per element: its flags; then the end marker
-extern int32_t g_aiMatchCount[kMaxElements + 1];// per element the attempt has reached: bytes it accepted
+// Per element the current attempt has worked itself: bytes it accepted. One
+// per thread, since every search thread runs attempts of its own.
+extern thread_local int32_t g_aiMatchCount[kMaxElements + 1];
 extern int g_cPattern;                         // number of elements
 extern unsigned char g_chFirst;                // byte that element 0 must be, or 0
 extern char *g_sPattern;                       // the pattern text (heap copy)
 
-// Run counters, zeroed by FRunMask.
+// Window buffers of the file scanner, one pair per searching thread: the
+// file's bytes, read in chunks, in which every window lies; and a window's
+// bytes as printed when they differ from the searched ones.
+extern thread_local char g_sBuffer[kChunkSize];
+extern thread_local char g_sCopyBuffer[kWindowSize];
+
+// Run counters, zeroed by FRunMask and summed in the order of the files.
 extern int64_t g_cFilesTried; // files looked at
 extern int64_t g_cFiles;      // files with an occurrence (or a line, under -l)
 extern int64_t g_cCount;      // occurrences (or lines, under -l)

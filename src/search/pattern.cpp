@@ -11,6 +11,8 @@
 #include <cstring>
 
 #include "fyndle.h"
+#include "matcher_plan.h"
+#include "qvstring.h"
 
 namespace {
 
@@ -184,4 +186,16 @@ void WidenPatternForCase(uint32_t *table)
 {
     for (int upper = 'A'; upper <= 'Z'; ++upper)
         table[upper] = table[upper - 'A' + 'a'];
+}
+
+int PreparePattern(char *pattern, int regExp, int matchCase)
+{
+    if (!matchCase)
+        StrLower(pattern);
+    g_fMatchCase = matchCase ? 1 : 0;
+    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern, &g_chFirst, regExp);
+    if (!matchCase)
+        WidenPatternForCase(g_aiPattern);
+    PlanSearch();
+    return g_cPattern;
 }

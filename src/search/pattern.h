@@ -17,3 +17,12 @@ int ParsePattern(uint32_t *table, int tableLen, uint32_t *flags, const char *pat
 // accept what its lower-case letter accepts, so that unfolded text matches
 // exactly as folded text would.
 void WidenPatternForCase(uint32_t *table);
+
+// Prepares the pattern for a run, the one way every search gets its pattern:
+// unless matchCase, lowers pattern in place (as the command line folds it);
+// compiles it into g_aiPattern, g_aiPatCount, g_cPattern and g_chFirst with
+// the given syntax; unless matchCase, widens the table for case; then sets
+// g_fMatchCase and makes the search plan. Returns g_cPattern (0: syntax
+// error, and no search may run). Call it while no search runs; afterwards
+// the pattern and its plan are only read.
+int PreparePattern(char *pattern, int regExp, int matchCase);

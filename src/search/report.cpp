@@ -1,10 +1,17 @@
-// Match reports. Texts are written as "%.*s" would write them: up to the
-// given length or to the first NUL byte, whichever comes first.
+// Reports. Match reports are built piece by piece on the hot path, texts
+// written as "%.*s" would write them: up to the given length or to the
+// first NUL byte, whichever comes first. Every other message is formatted
+// whole with the C library's printf rules and written in one piece, so
+// that a message of the walk is one unit of the ordered output.
 #include "report.h"
 
 #include <charconv>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <string>
+
+#include "output.h"
 
 namespace {
 
@@ -13,15 +20,45 @@ void putText(const char *text, size_t len)
     const void *nul = std::memchr(text, 0, len);
     if (nul != nullptr)
         len = static_cast<size_t>(static_cast<const char *>(nul) - text);
-    fwrite_unlocked(text, 1, len, stdout);
+    OutputWrite(text, len);
+}
+
+__attribute__((format(printf, 1, 2))) void message(const char *format, ...)
+{
+    char small[512];
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(small, sizeof small, format, arguments);
+    va_end(arguments);
+    if (length < 0)
+        return;
+    if (static_cast<size_t>(length) < sizeof small) {
+        OutputWrite(small, static_cast<size_t>(length));
+        return;
+    }
+    std::string large(static_cast<size_t>(length) + 1, '\0');
+    va_start(arguments, format);
+    vsnprintf(large.data(), large.size(), format, arguments);
+    va_end(arguments);
+    OutputWrite(large.data(), static_cast<size_t>(length));
+}
+
+const char *plural(int64_t number)
+{
+    return number == 1 ? "" : "s";
+}
+
+const char *shown(const char *text)
+{
+    return text != nullptr ? text : "(null)";
 }
 
 void putHead(const char *name, const char *number, size_t numberLen)
 {
-    fputs_unlocked(name, stdout);
-    fwrite_unlocked(" (", 1, 2, stdout);
-    fwrite_unlocked(number, 1, numberLen, stdout);
-    fwrite_unlocked("): ", 1, 3, stdout);
+    OutputWrite(name, std::strlen(name));
+    OutputWrite(" (", 2);
+    OutputWrite(number, numberLen);
+    OutputWrite("): ", 3);
 }
 
 } // namespace
@@ -32,7 +69,7 @@ void ReportLine(const char *name, int64_t lineNumber, const char *text, size_t l
     auto end = std::to_chars(number, number + sizeof number, lineNumber).ptr;
     putHead(name, number, static_cast<size_t>(end - number));
     putText(text, len);
-    putc_unlocked('\n', stdout);
+    OutputWrite("\n", 1);
 }
 
 void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len)
@@ -48,5 +85,100 @@ void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len
     }
     putHead(name, number, numberLen);
     putText(bytes, len);
-    putc_unlocked('\n', stdout);
+    OutputWrite("\n", 1);
+}
+
+void ReportBanner(const char *program, const char *version, const char *notice)
+{
+    message("\n%s %s %s\n", program, version, notice);
+}
+
+void ReportUsage(const char *program)
+{
+    message("Searches files for text patterns\n\nUsage:\t%s [-options] pattern directory filetypes\n\n"
+            "options:\n"
+            "  -s  also search subdirectories\n"
+            "  -f  list file names only\n"
+            "  -b  binary search (default is text line search)\n"
+            "  -c  case sensitive search (default is case insensitive)\n"
+            "  -l  just count number of lines in files (no pattern search)\n"
+            "  -r  regular expression search\n"
+            "  -v  verbose\n"
+            "  -w  match word\n"
+            "\n",
+            program);
+}
+
+void ReportNoPattern()
+{
+    message("No search pattern specified");
+}
+
+void ReportSyntaxError()
+{
+    message("Syntax error in search pattern");
+}
+
+void ReportSearching(const char *pattern, const char *directory, const char *masks, bool verbose)
+{
+    if (verbose)
+        message("Searching for \"%s\" from \"%s\" in files \"%s\"\n", pattern, shown(directory), shown(masks));
+    else
+        message("Searching for \"%s\"\n", pattern);
+}
+
+void ReportPatternCut(const char *pattern)
+{
+    message("Warning: pattern is too long, truncated to: \"%s\"\n", pattern);
+}
+
+void ReportWordMatchOff()
+{
+    message("Warning: word matching switched off\n");
+}
+
+void ReportArgumentNotFound(const char *directory)
+{
+    message("\"%s\" not found\n", shown(directory));
+}
+
+void ReportPathNotFound(const char *path)
+{
+    message("%s not found\n", path);
+}
+
+void ReportMaskInsteadOfFile()
+{
+    message("Warning: using specified mask instead of filename\n");
+}
+
+void ReportTrying(const char *folder, int count)
+{
+    message("Trying: %s: %d files found\n", folder, count);
+}
+
+void ReportFileName(const char *path)
+{
+    message("File  : %s\n", path);
+}
+
+void ReportUnopenable(const char *path)
+{
+    message("unable to open file %s\n", path);
+}
+
+void ReportFileCount(const char *path, int64_t total)
+{
+    message("%s : %lld occurrence%s.\n", path, static_cast<long long>(total), plural(total));
+}
+
+void ReportSummary(bool countLines, int64_t count, int64_t files, int64_t filesTried)
+{
+    if (countLines)
+        message("%lld lines counted in %lld file%s.\n", static_cast<long long>(count), static_cast<long long>(files),
+                plural(files));
+    else
+        message("%lld occurrence%s found in %lld file%s (%lld file%s searched).\n", static_cast<long long>(count),
+                plural(count), static_cast<long long>(files), plural(files), static_cast<long long>(filesTried),
+                plural(filesTried));
 }

@@ -1,4 +1,6 @@
-// Match reports: the lines that the matcher prints on standard output.
+// Reports: every message of the tool, in its exact words and format. They
+// all go through the ordered output (output.h), so they appear in the order
+// of a one-thread run whichever thread prints them.
 #pragma once
 
 #include <cstddef>
@@ -10,3 +12,40 @@ void ReportLine(const char *name, int64_t lineNumber, const char *text, size_t l
 // "<name> (<offset>): <bytes>\n" with the offset in the alternate hex form
 // ("0" for zero, else "0x1a"): one match in binary mode.
 void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len);
+
+// The banner line (after an empty line) with program name, version and
+// notice; the usage text with the program name.
+void ReportBanner(const char *program, const char *version, const char *notice);
+void ReportUsage(const char *program);
+
+// The run's errors, without a line end: no pattern, a pattern that does
+// not compile.
+void ReportNoPattern();
+void ReportSyntaxError();
+
+// "Searching for ..." with (verbose) or without folder and masks; a null
+// folder or mask text shows as "(null)".
+void ReportSearching(const char *pattern, const char *directory, const char *masks, bool verbose);
+
+// The pattern's cut to its longest length, and -w turned off by it.
+void ReportPatternCut(const char *pattern);
+void ReportWordMatchOff();
+
+// A folder argument that cannot be resolved (as given, null shown as
+// "(null)"), and a resolved path that does not exist.
+void ReportArgumentNotFound(const char *directory);
+void ReportPathNotFound(const char *path);
+
+// A file named as folder argument while masks were given too.
+void ReportMaskInsteadOfFile();
+
+// -v: a folder's count of files that fit a mask; a file about to be searched.
+void ReportTrying(const char *folder, int count);
+void ReportFileName(const char *path);
+
+// A file that cannot be opened; -f: a file's occurrences (above 0).
+void ReportUnopenable(const char *path);
+void ReportFileCount(const char *path, int64_t total);
+
+// The summary line: lines counted (-l), or occurrences found.
+void ReportSummary(bool countLines, int64_t count, int64_t files, int64_t filesTried);

@@ -24,10 +24,9 @@
 #include "bytescan.h"
 #include "fyndle.h"
 #include "matcher.h"
+#include "report.h"
 
 namespace {
-
-constexpr size_t kChunkSize = 256 * 1024;
 
 struct ChunkReader {
     int fd;
@@ -44,8 +43,8 @@ struct ChunkReader {
 
 } // namespace
 
-char g_sBuffer[kChunkSize];
-char g_sCopyBuffer[kWindowSize];
+thread_local char g_sBuffer[kChunkSize];
+thread_local char g_sCopyBuffer[kWindowSize];
 
 int64_t getFileSize(int fd)
 {
@@ -95,12 +94,13 @@ int64_t countLines(int fd)
     }
 }
 
-bool hasUpperCase(const char *text, int len)
+// Index of the first upper-case letter of text[0..len), or len.
+int64_t firstUpperCase(const char *text, int len)
 {
     for (int i = 0; i < len; ++i)
         if (text[i] >= 'A' && text[i] <= 'Z')
-            return true;
-    return false;
+            return i;
+    return len;
 }
 
 int64_t searchFile(int fd, int64_t size, const char *path)
@@ -113,6 +113,8 @@ int64_t searchFile(int fd, int64_t size, const char *path)
     int64_t windowStart = 0;  // file position of the window's first byte
     int carried = 0;          // bytes the window keeps from the last one
     int folded = 0;           // leading bytes of the window a folding scanner would have folded
+    int64_t cleanTo = 0;      // file bytes before this hold no upper-case letter
+    MatchState state{};       // what the matcher carries from window to window
     while (offset < size) {
         reader.ensure(windowStart, kWindowSize);
         int64_t fresh = reader.bufferStart + reader.bufferUsed - (windowStart + carried);
@@ -130,7 +132,13 @@ int64_t searchFile(int fd, int64_t size, const char *path)
 
         const char *print = window;
         const int foldedHere = folded < searched ? folded : searched;
-        if (foldedHere > 0 && hasUpperCase(window, foldedHere)) {
+        // Windows may overlap by almost all their bytes: look at each byte once.
+        if (windowStart + foldedHere > cleanTo) {
+            const int64_t from = cleanTo > windowStart ? cleanTo - windowStart : 0;
+            const int64_t upper = firstUpperCase(window + from, foldedHere - static_cast<int>(from));
+            cleanTo = windowStart + from + upper;
+        }
+        if (foldedHere > 0 && cleanTo < windowStart + foldedHere) {
             std::memcpy(g_sCopyBuffer, window, static_cast<size_t>(searched));
             for (int i = 0; i < foldedHere; ++i)
                 if (g_sCopyBuffer[i] >= 'A' && g_sCopyBuffer[i] <= 'Z')
@@ -139,7 +147,7 @@ int64_t searchFile(int fd, int64_t size, const char *path)
         }
 
         const int64_t before = offset;
-        total += iGrepText(name, window, searched, &offset, &line, print, g_fMatchWord);
+        total += SearchWindow(&state, windowStart, name, window, searched, &offset, &line, print, g_fMatchWord);
         const int64_t consumed = offset - before;
         // A window in which nothing was consumed still moves on by one byte.
         int64_t leftover = searched - consumed - (consumed == 0 ? 1 : 0);
@@ -156,11 +164,15 @@ int64_t searchFile(int fd, int64_t size, const char *path)
 
 } // namespace
 
-int64_t ScanFile(int dirFd, const char *name, const char *path)
+int OpenFileAt(int dirFd, const char *name)
 {
     // O_NONBLOCK: a name that turned into a FIFO since it was listed must
     // not hang the run.
-    int fd = openat(dirFd, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    return openat(dirFd, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+}
+
+int64_t ScanOpenFile(int fd, const char *path)
+{
     if (g_fCountLines) {
         if (fd < 0)
             return 0;
@@ -169,7 +181,7 @@ int64_t ScanFile(int dirFd, const char *name, const char *path)
         return lines;
     }
     if (fd < 0) {
-        printf("unable to open file %s\n", path);
+        ReportUnopenable(path);
         return 0;
     }
     int64_t total = 0;
@@ -178,6 +190,11 @@ int64_t ScanFile(int dirFd, const char *name, const char *path)
         total = searchFile(fd, size, path);
     close(fd);
     if (g_fFileNamesOnly && total > 0)
-        printf("%s : %lld occurrence%s.\n", path, static_cast<long long>(total), total == 1 ? "" : "s");
+        ReportFileCount(path, total);
     return total;
+}
+
+int64_t ScanFile(int dirFd, const char *name, const char *path)
+{
+    return ScanOpenFile(OpenFileAt(dirFd, name), path);
 }

@@ -37,7 +37,8 @@
 #include "qvstdlib.h"
 #include "qvstring.h"
 #include "qvsystem.h"
-#include "scanner.h"
+#include "parallel.h"
+#include "report.h"
 
 namespace {
 
@@ -58,7 +59,7 @@ struct Level {
     int fd;                              // the folder's descriptor, -1 while closed
     dev_t device;                        // identity, to check a reopened descriptor
     ino_t inode;
-    bool pathRoundTrips;                 // the path survives the trip through wide text
+    bool pathRoundTrips; // the path survives the trip through wide text
 };
 
 // Opens path (relative to dirFd, or absolute) of any length by opening it
@@ -74,13 +75,13 @@ int openLong(int dirFd, const std::string &path, int flags)
         if (end - begin > kPathPiece) {
             end = path.rfind('/', begin + kPathPiece);
             if (end == std::string::npos || end < begin)
-                end = begin;  // one name longer than a whole piece
+                end = begin; // one name longer than a whole piece
             if (end == begin)
-                end = begin + 1;  // a leading '/' is a piece of its own
+                end = begin + 1; // a leading '/' is a piece of its own
         }
         const bool last = end >= path.size();
-        int opened = openat(fd, path.substr(begin, end - begin).c_str(),
-                            last ? flags : O_PATH | O_DIRECTORY | O_CLOEXEC);
+        int opened =
+            openat(fd, path.substr(begin, end - begin).c_str(), last ? flags : O_PATH | O_DIRECTORY | O_CLOEXEC);
         if (fd != dirFd)
             close(fd);
         if (opened < 0)
@@ -135,7 +136,7 @@ void doFiles(std::string &path, int fd, int listFd, const char *mask)
         list = FileListByMaskAt(listFd, wideMask.get(), &count, 1);
     }
     if (g_fVerbose)
-        printf("Trying: %s: %d files found\n", path.c_str(), count);
+        ReportTrying(path.c_str(), count);
     if (list == nullptr)
         return;
     const size_t folderLength = path.size();
@@ -145,14 +146,7 @@ void doFiles(std::string &path, int fd, int listFd, const char *mask)
         path.resize(folderLength);
         path += '/';
         path += name;
-        if (g_fVerbose)
-            printf("File  : %s\n", path.c_str());
-        int64_t number = ScanFile(fd, name, path.c_str());
-        fflush(stdout);
-        ++g_cFilesTried;
-        if (number > 0)
-            ++g_cFiles;
-        g_cCount += number;
+        SearchFile(fd, name, path.c_str());
     }
     path.resize(folderLength);
     TabFreePlain(list, static_cast<uint64_t>(count), 1);
@@ -203,7 +197,7 @@ void reopen(std::vector<Level> &stack, size_t at, int belowFd)
         }
     }
     level.fd = fd;
-    if (fd < 0)  // the folder moved away: what is left of it is skipped
+    if (fd < 0) // the folder moved away: what is left of it is skipped
         level.next = level.subfolders.size();
 }
 
@@ -213,7 +207,7 @@ void doFolders(std::string &path, int fd, bool pathRoundTrips, const std::vector
 {
     std::vector<Level> stack;
     stack.push_back(Level{readSubfolders(fd), 0, path.size(), fd, 0, 0, pathRoundTrips});
-    size_t firstOpen = 1;  // levels [1, firstOpen) have their descriptor closed
+    size_t firstOpen = 1; // levels [1, firstOpen) have their descriptor closed
     while (!stack.empty()) {
         Level &top = stack.back();
         if (top.next == top.subfolders.size()) {
@@ -243,8 +237,7 @@ void doFolders(std::string &path, int fd, bool pathRoundTrips, const std::vector
                 close(sub);
             continue;
         }
-        stack.push_back(Level{std::move(subfolders), 0, path.size(), sub, status.st_dev, status.st_ino,
-                              subRoundTrips});
+        stack.push_back(Level{std::move(subfolders), 0, path.size(), sub, status.st_dev, status.st_ino, subRoundTrips});
         if (stack.size() - firstOpen > kKeptFolders) {
             close(stack[firstOpen].fd);
             stack[firstOpen].fd = -1;
@@ -277,23 +270,18 @@ std::vector<std::string> splitMasks(const std::string &text)
     return masks;
 }
 
-const char *plural(int64_t number)
-{
-    return number == 1 ? "" : "s";
-}
-
 } // namespace
 
 int FRunMask(char *directory, const char *maskList)
 {
     if (directory == nullptr) {
-        printf("\"%s\" not found\n", "(null)");
+        ReportArgumentNotFound(nullptr);
         return 0;
     }
     StrTrim(directory);
     std::unique_ptr<char, FreeDeleter> resolved(realpath(directory, nullptr));
     if (!resolved) {
-        printf("\"%s\" not found\n", directory);
+        ReportArgumentNotFound(directory);
         return 0;
     }
     std::string path = resolved.get();
@@ -305,7 +293,7 @@ int FRunMask(char *directory, const char *maskList)
         close(probe);
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     if (!exists || (!isFolder && path.back() == '/')) {
-        printf("%s not found\n", path.c_str());
+        ReportPathNotFound(path.c_str());
         return 0;
     }
     const bool haveMasks = maskList != nullptr && maskList[0] != 0;
@@ -316,7 +304,7 @@ int FRunMask(char *directory, const char *maskList)
         const char *base = SFileBaseA(path.c_str());
         if (haveMasks) {
             maskText = maskList;
-            printf("Warning: using specified mask instead of filename\n");
+            ReportMaskInsteadOfFile();
         } else {
             maskText = base;
         }
@@ -329,18 +317,14 @@ int FRunMask(char *directory, const char *maskList)
     g_cFilesTried = g_cFiles = g_cCount = 0;
     int fd = path.empty() ? -1 : openLong(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const bool pathRoundTrips = roundTrips(path.c_str(), nullptr);
+    BeginSearch();
     doAllFiles(path, fd, pathRoundTrips, masks);
     if (g_fDoSubdirectories && fd >= 0)
         doFolders(path, fd, pathRoundTrips, masks);
+    EndSearch();
     if (fd >= 0)
         close(fd);
 
-    if (g_fCountLines)
-        printf("%lld lines counted in %lld file%s.\n", static_cast<long long>(g_cCount),
-               static_cast<long long>(g_cFiles), plural(g_cFiles));
-    else
-        printf("%lld occurrence%s found in %lld file%s (%lld file%s searched).\n",
-               static_cast<long long>(g_cCount), plural(g_cCount), static_cast<long long>(g_cFiles),
-               plural(g_cFiles), static_cast<long long>(g_cFilesTried), plural(g_cFilesTried));
+    ReportSummary(g_fCountLines != 0, g_cCount, g_cFiles, g_cFilesTried);
     return 1;
 }

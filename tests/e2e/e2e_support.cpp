@@ -11,6 +11,7 @@
 #include <poll.h>
 #include <stdexcept>
 #include <grp.h>
+#include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -35,6 +36,16 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
             _exit(126);
         if (g_runAsUser >= 0 && (setgroups(0, nullptr) != 0 || setgid(g_runAsUser) != 0 || setuid(g_runAsUser) != 0))
             _exit(125);
+        cpu_set_t allowed;
+        if (g_runOnOneCpu && sched_getaffinity(0, sizeof allowed, &allowed) == 0) {
+            int first = 0;
+            while (!CPU_ISSET(first, &allowed))
+                ++first;
+            CPU_ZERO(&allowed);
+            CPU_SET(first, &allowed);
+            if (sched_setaffinity(0, sizeof allowed, &allowed) != 0)
+                _exit(124);
+        }
         std::vector<char *> argv{const_cast<char *>(FYNDLE_BINARY)};
         for (const std::string &arg : args)
             argv.push_back(const_cast<char *>(arg.c_str()));
@@ -146,8 +157,13 @@ void check(const TempTree &tree, const std::vector<std::string> &args, const std
     std::vector<std::string> expanded;
     for (const std::string &arg : args)
         expanded.push_back(expand(arg, tree));
-    RunResult r = runFyndle(expanded, "", timeoutSeconds);
-    EXPECT_EQ(r.exitCode, exitCode);
-    EXPECT_EQ(r.out, kBanner + expand(want, tree));
-    EXPECT_EQ(r.err, "");
+    for (bool oneCpu : {false, true}) {
+        SCOPED_TRACE(oneCpu ? "pinned to one CPU" : "on every CPU allowed");
+        g_runOnOneCpu = oneCpu;
+        RunResult r = runFyndle(expanded, "", timeoutSeconds);
+        g_runOnOneCpu = false;
+        EXPECT_EQ(r.exitCode, exitCode);
+        EXPECT_EQ(r.out, kBanner + expand(want, tree));
+        EXPECT_EQ(r.err, "");
+    }
 }

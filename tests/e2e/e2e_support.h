@@ -19,6 +19,10 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
 // When not negative, runFyndle runs the binary as this user and group.
 inline int g_runAsUser = -1;
 
+// When set, runFyndle pins the binary to one CPU (the first it may run
+// on), so that it searches without threads.
+inline bool g_runOnOneCpu = false;
+
 // A temporary folder that removes itself with everything in it.
 class TempTree {
 public:
@@ -44,7 +48,8 @@ std::vector<std::string> listed(const std::string &folder, unsigned char type = 
 std::string expand(std::string text, const TempTree &tree);
 
 // Runs fyndle with args ('@' for the root) and expects the exit code and
-// the whole output: the banner, then want ('@' for the root).
+// the whole output: the banner, then want ('@' for the root). It runs twice:
+// on every CPU allowed and pinned to one, and both runs must give it.
 void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode = 0,
            int timeoutSeconds = 60);
 

@@ -8,8 +8,14 @@
 
 namespace {
 
-uintptr_t capacityOf(double **m) { return reinterpret_cast<uintptr_t *>(m)[-1]; }
-void *startOf(double **m) { return reinterpret_cast<char *>(m) - 16; }
+uintptr_t capacityOf(double **m)
+{
+    return reinterpret_cast<uintptr_t *>(m)[-1];
+}
+void *startOf(double **m)
+{
+    return reinterpret_cast<char *>(m) - 16;
+}
 
 std::string report(MatCache *record)
 {
@@ -29,7 +35,10 @@ MatCache *testLocker(int32_t fLock)
     return fLock ? g_pRecord : nullptr;
 }
 
-void start(int32_t slots, int32_t limit, MatCache *record = nullptr) { SetMatCacheSize(slots, limit), MatCacheInit(record); }
+void start(int32_t slots, int32_t limit, MatCache *record = nullptr)
+{
+    SetMatCacheSize(slots, limit), MatCacheInit(record);
+}
 
 class MatCacheTest : public testing::Test {
     void TearDown() override
@@ -49,19 +58,19 @@ TEST_F(MatCacheTest, MissHitFirstFitLimitAndReport)
     EXPECT_EQ(CMatAllocBlock(10, 10), big); // equal size: hit
     EXPECT_EQ(capacityOf(big), 1008u);
     CMatFree(big);
-    double **small = CMatAllocBlock(2, 2); // 64 bytes: first fit takes the 1024 block
+    double **small = CMatAllocBlock(2, 2);                // 64 bytes: first fit takes the 1024 block
     EXPECT_TRUE(small == big && capacityOf(small) == 48); // the surplus is forgotten
     EXPECT_EQ(small[1], reinterpret_cast<double *>(small + 2) + 2);
     EXPECT_EQ(report(nullptr), "\nCache report: size 4 limit 4096 hits 2 misses 1 flushes 0\n");
     CMatFree(small); // stored back as 64 bytes: too small from now on
     double **atLimit = CMatAllocBlock(1, 500), **huge = CMatAllocBlock(40, 40); // 4096 and 13312 bytes
     EXPECT_TRUE(atLimit != big && capacityOf(huge) == 13296u);
-    CMatFree(huge), CMatFree(atLimit); // above the limit: released at once, never counted
+    CMatFree(huge), CMatFree(atLimit);          // above the limit: released at once, never counted
     EXPECT_EQ(CMatAllocBlock(1, 500), atLimit); // a block at the limit is kept
-    ASSERT_EQ(CMatAllocBlock(3, -1), big); // 64 bytes: reused with null rows
+    ASSERT_EQ(CMatAllocBlock(3, -1), big);      // 64 bytes: reused with null rows
     EXPECT_TRUE(!big[0] && !big[1] && !big[2]);
     CMatFree(big);
-    EXPECT_EQ(CMatAllocBlock(-1, 3), big); // negative rows: looked up and reused all the same
+    EXPECT_EQ(CMatAllocBlock(-1, 3), big);                        // negative rows: looked up and reused all the same
     MatFreeBlock(big), CMatFree(atLimit), MatCacheFlush(nullptr); // the flush keeps the counters
     EXPECT_TRUE(!CMatAllocBlock(0, 5) && !CMatAllocBlock(65536, 65536) && !CMatAllocBlock(-3, 2)); // -3: a miss
     EXPECT_EQ(report(nullptr), "\nCache report: size 4 limit 4096 hits 5 misses 3 flushes 0\n");
@@ -119,6 +128,29 @@ TEST_F(MatCacheTest, EvictionTakesTheLastZeroStamp)
     EXPECT_TRUE(!record.apBlock && record.cSlots == 0 && g_cLocks == 6); // set-up and tear-down never lock
 }
 
+// Just before the stamp counter wraps, slot 0 keeps stamp 0 from the start and slot 3 gets 0 again after the
+// wrap: the victim is the last slot stamped 0, not the first, and slot 0 only once slot 3 is restamped.
+TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
+{
+    MatCache record{};
+    start(4, 4096, &record), SetMatCacheLocker(testLocker), g_pRecord = &record;
+    double **blocks[6];
+    for (double **&block : blocks)
+        block = MatAllocBlock(2, 2);
+    CMatFree(blocks[0]); // slot 0, stamp 0
+    record.iClock = UINT32_MAX - 1;
+    for (int k = 1; k < 4; k++)
+        CMatFree(blocks[k]); // slots 1 to 3, stamps 2^32 - 2, 2^32 - 1 and 0
+    CMatFree(blocks[4]);     // evicts slot 3
+    CMatFree(blocks[5]);     // evicts slot 0
+    void *const held[4] = {startOf(blocks[5]), startOf(blocks[1]), startOf(blocks[2]), startOf(blocks[4])};
+    const uint32_t stamps[4] = {2, UINT32_MAX - 1, UINT32_MAX, 1};
+    for (int s = 0; s < 4; s++)
+        EXPECT_TRUE(record.apBlock[s] == held[s] && record.aiStamp[s] == stamps[s]) << s;
+    EXPECT_EQ(record.cFlushes, 2u);
+    MatCacheExit(&record);
+}
+
 TEST_F(MatCacheTest, LockerHandsOutSecondRecord)
 {
     MatCache other{}, empty{};
@@ -134,6 +166,6 @@ TEST_F(MatCacheTest, LockerHandsOutSecondRecord)
     EXPECT_EQ(report(&other), "\nCache report: size 2 limit 4096 hits 1 misses 1 flushes 0\n");
     EXPECT_EQ(report(nullptr), "\nCache report: size 2 limit 4096 hits 0 misses 1 flushes 0\n");
     MatCacheExit(&other), g_pRecord = &empty; // never initialised: no slots
-    CMatFree(CMatAllocBlock(2, 2)); // a miss, then nowhere to keep it: evicted and released
+    CMatFree(CMatAllocBlock(2, 2));           // a miss, then nowhere to keep it: evicted and released
     EXPECT_TRUE(empty.cMisses == 1 && empty.cFlushes == 1 && g_cLocks == g_cUnlocks);
 }

@@ -32,13 +32,40 @@ struct BlockCase {
 TEST(HeaderBlock, SizeWordsRowsAndRefusals)
 {
     const BlockCase cases[] = {
-        {'m', 1, 1, 8, 48}, {'m', 2, 2, 8, 48}, {'m', 1, 5, 8, 48}, {'m', 1, 6, 8, 240}, {'m', 6, 0, 8, 48},
-        {'m', 7, 0, 8, 240}, {'m', 10, -1, 8, 240}, {'m', 10, 10, 8, 1008}, {'m', 1, 29, 8, 240}, {'m', 1, 30, 8, 496},
-        {'m', 0, 5, 8, 0}, {'m', -1, 5, 8, 0}, {'m', 65536, 65536, 8, 0}, {'m', INT32_MAX, 2, 8, 0},
-        {'m', 3, INT32_MAX, 8, 0}, {'i', 2, 3, 4, 40}, {'i', 1, 1, 4, 12}, {'i', 3, 0, 4, 24}, {'i', 2, -4, 4, 16},
-        {'i', 0, 3, 4, 0}, {'i', 65536, 16384, 4, 0}, {'t', 2, 3, 4, 40}, {'t', 2, 3, 8, 64}, {'t', 1, 1, 1, 9},
-        {'t', 3, -2, 16, 24}, {'t', 2, 5, 0, 16}, {'t', 0, 3, 4, 0}, {'t', -1, 3, 4, 0}, {'t', 2, 3, -4, 0},
-        {'t', 2, 1 << 30, 4, 0}, {'t', 65536, 65536, 1, 0},
+        {'m', 1, 1, 8, 48},
+        {'m', 2, 2, 8, 48},
+        {'m', 1, 5, 8, 48},
+        {'m', 1, 6, 8, 240},
+        {'m', 6, 0, 8, 48},
+        {'m', 7, 0, 8, 240},
+        {'m', 10, -1, 8, 240},
+        {'m', 10, 10, 8, 1008},
+        {'m', 1, 29, 8, 240},
+        {'m', 1, 30, 8, 496},
+        {'m', 0, 5, 8, 0},
+        {'m', -1, 5, 8, 0},
+        {'m', 65536, 65536, 8, 0},
+        {'m', INT32_MAX, 2, 8, 0},
+        {'m', 3, INT32_MAX, 8, 0},
+        {'i', 2, 3, 4, 40},
+        {'i', 1, 1, 4, 12},
+        {'i', 3, 0, 4, 24},
+        {'i', 2, -4, 4, 16},
+        {'i', 0, 3, 4, 0},
+        {'i', 65536, 16384, 4, 0},
+        {'t', 2, 3, 4, 40},
+        {'t', 2, 3, 8, 64},
+        {'t', 1, 1, 1, 9},
+        {'t', 3, -2, 16, 24},
+        {'t', 2, 5, 0, 16},
+        {'t', 0, 3, 4, 0},
+        {'t', -1, 3, 4, 0},
+        {'t', 2, 3, -4, 0},
+        {'t', 2, 1 << 30, 4, 0},
+        {'t', 65536, 65536, 1, 0},
+        {'t', 1000000000, 1000000000, 1000, 0},
+        {'t', INT32_MAX, INT32_MAX, INT32_MAX, 0},
+        {'i', INT32_MAX, INT32_MAX, 4, 0},
     };
     for (const BlockCase &k : cases) {
         SCOPED_TRACE(testing::Message() << k.kind << ' ' << k.r << 'x' << k.c << 'x' << k.size);
@@ -55,7 +82,8 @@ TEST(HeaderBlock, SizeWordsRowsAndRefusals)
             EXPECT_EQ(h[i], k.c < 1 ? nullptr : first + int64_t{i} * k.c * k.size) << "row " << i;
         memset(first, 0xAB, k.sizeWord - 8 * k.r); // the whole claimed size is usable
         k.kind == 'm'   ? MatFreeBlock(reinterpret_cast<double **>(h))
-        : k.kind == 'i' ? IntMatFreeBlock(reinterpret_cast<int32_t **>(h)) : TabFreeBlock(h);
+        : k.kind == 'i' ? IntMatFreeBlock(reinterpret_cast<int32_t **>(h))
+                        : TabFreeBlock(h);
     }
     MatFreeBlock(nullptr), IntMatFreeBlock(nullptr), TabFreeBlock(nullptr), MatFreeBlock0(nullptr);
 }
@@ -68,7 +96,8 @@ TEST(SplitBlock, LayoutRefusalsAndRelease)
     m[2][3] = 7.0;
     EXPECT_TRUE(!empty[-1] && !empty[0] && !empty[1] && !empty[2]);
     MatFreeBlock0(m), MatFreeBlock0(empty); // empty: only the pointer array exists
-    EXPECT_TRUE(!MatAllocBlock0(0, 4) && !MatAllocBlock0(-2, 4) && !MatAllocBlock0(65536, 65536));
+    EXPECT_TRUE(!MatAllocBlock0(0, 4) && !MatAllocBlock0(-2, 4) && !MatAllocBlock0(65536, 65536) &&
+                !MatAllocBlock0(INT32_MAX, INT32_MAX));
 }
 
 TEST(MatrixCopy, BitExactCopiesDupsAndIgnoredArguments)
@@ -78,7 +107,7 @@ TEST(MatrixCopy, BitExactCopiesDupsAndIgnoredArguments)
     MatCopyVecr(src, flat, 2, 3);
     EXPECT_TRUE(MatCpy(dst, src, 0, 3) == dst && MatCpy(dst, src, 2, -1) == dst && !MatCpy(nullptr, src, 2, 3));
     EXPECT_EQ(MatCopy(dst, nullptr, 2, 3), nullptr);
-    EXPECT_EQ(bitsOf(dst, 2, 3), std::vector<uint64_t>(6, 0)); // nothing copied so far
+    EXPECT_EQ(bitsOf(dst, 2, 3), std::vector<uint64_t>(6, 0));          // nothing copied so far
     EXPECT_EQ(bitsOf(MatCpy(dst, src, 2, 3), 2, 3), bitsOf(src, 2, 3)); // across block kinds
     EXPECT_EQ(bitsOf(MatCopy(MatZero(dst, 2, 3), src, 2, 3), 2, 3), bitsOf(src, 2, 3));
     double **copy = MatDup(src, 2, 3), **noColumns = MatDup(src, 4, 0);
@@ -123,7 +152,7 @@ TEST(Vector, ConversionsCopiesAndDeliberateLeaks)
     EXPECT_TRUE(!VecCopy(v, src, 0) && VecCopy(v, src, -1) == v && v[0] == 7.0);
     EXPECT_TRUE(!VecCopy(nullptr, src, 2) && !VecAllocBlock(-1) && !VecDupBlock(src, -1));
     VecFreeBlock(copy), VecFreeBlock(v), VecFreeBlock(nullptr), VecFreeBlock(VecAllocBlock(0));
-    [[maybe_unused]] KeptLeak kept; // both allocate before they look at the source
+    [[maybe_unused]] KeptLeak kept;            // both allocate before they look at the source
     EXPECT_EQ(MatDup(nullptr, 3, 3), nullptr); // the fresh block cannot be reached
     EXPECT_EQ(VecDupBlock(src, 0), nullptr);   // the zero-size block is not given back
 }

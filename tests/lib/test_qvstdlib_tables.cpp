@@ -7,7 +7,10 @@
 #include <cwchar>
 
 // Some requests are absurdly large: the sanitizer's allocator must return null.
-extern "C" const char *__asan_default_options() { return "allocator_may_return_null=1"; }
+extern "C" const char *__asan_default_options()
+{
+    return "allocator_may_return_null=1";
+}
 
 TEST(StringTable, ReallocMovesTheHeadReleasesTheTailAndDupKeepsNulls)
 {
@@ -18,7 +21,7 @@ TEST(StringTable, ReallocMovesTheHeadReleasesTheTailAndDupKeepsNulls)
         EXPECT_EQ(fresh == nullptr, n == 0 || n > 6) << n;
         for (uint64_t i = 0; fresh != nullptr && i < n; i++)
             EXPECT_EQ(fresh[i], i < 4 ? old[i] : nullptr) << n << ' ' << i; // moved, not copied
-        StrTabFree(fresh ? fresh : n ? table : nullptr, fresh ? n : 4); // a failed realloc keeps the old table
+        StrTabFree(fresh ? fresh : n ? table : nullptr, fresh ? n : 4);     // a failed realloc keeps the old table
     }
     char **fresh = StrTabRealloc(3, nullptr, 5), **moved = StrTabRealloc(2, fresh, 0); // nothing to move
     EXPECT_TRUE(moved && !moved[0] && !moved[1] && !StrTabRealloc(0, nullptr, 0));
@@ -52,7 +55,7 @@ TEST(PlainTable, AllocRowsNullEntriesRefusalsAndRelease)
         memset(table[i], i, 24); // the full c * size bytes of each row
     none[0] = strdup("kept"), none[2] = strdup("kept");
     void *rows[3] = {none[0], none[1], none[2]};
-    TabFreePlain(none, 3, 0); // only the array goes
+    TabFreePlain(none, 3, 0);                                           // only the array goes
     TabFreePlain(memcpy(malloc(sizeof rows), rows, sizeof rows), 3, 1); // every row and the array
     TabFreePlain(table, 4, 3), TabFreePlain(nullptr, 5, 1);
 }

@@ -6,39 +6,64 @@
 #include <climits>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
-std::wstring widen(const char *s) { return std::wstring(s, s + std::strlen(s)); }
+std::wstring widen(const char *s)
+{
+    return std::wstring(s, s + std::strlen(s));
+}
 
 TEST(Text, TrimDelAndEndsWithAgreeOnNarrowAndWide)
 {
-    const struct { const char *in, *out; } trims[] = {
-        {"ab \t\n", "ab"}, {"   ", ""}, {" ab  ", " ab"}, {"", ""}, {"ab", "ab"}, {"a\vb\f\r", "a\vb"},
+    const struct {
+        const char *in, *out;
+    } trims[] = {
+        {"ab \t\n", "ab"},        {"   ", ""},          {" ab  ", " ab"}, {"", ""}, {"ab", "ab"}, {"a\vb\f\r", "a\vb"},
         {"\xA0\xC3", "\xA0\xC3"}, {"x \xA0", "x \xA0"}, // bytes above 0x7F are never blank
     };
     for (const auto &c : trims) {
-        char buf[16]; std::wstring w = widen(c.in);
-        EXPECT_STREQ(StrTrim(std::strcpy(buf, c.in)), c.out); EXPECT_EQ(TcsTrim(w.data()), widen(c.out)) << c.in;
+        char buf[16];
+        std::wstring w = widen(c.in);
+        EXPECT_STREQ(StrTrim(std::strcpy(buf, c.in)), c.out);
+        EXPECT_EQ(TcsTrim(w.data()), widen(c.out)) << c.in;
     }
-    const struct { size_t pos, count; const char *out; } dels[] = {
-        {2, 100, "ab"}, {6, 1, "abcdef"}, {99, 1, "abcdef"}, {0, 1, "bcdef"}, {1, 2, "adef"}, {5, 1, "abcde"},
-        {1, 0, "abcdef"}, {0, SIZE_MAX, ""}};
+    const struct {
+        size_t pos, count;
+        const char *out;
+    } dels[] = {{2, 100, "ab"}, {6, 1, "abcdef"}, {99, 1, "abcdef"}, {0, 1, "bcdef"},
+                {1, 2, "adef"}, {5, 1, "abcde"},  {1, 0, "abcdef"},  {0, SIZE_MAX, ""}};
     for (const auto &c : dels) {
-        char buf[] = "abcdef"; std::wstring w = L"abcdef";
+        char buf[] = "abcdef";
+        std::wstring w = L"abcdef";
         EXPECT_EQ(StrDel(buf, c.pos, c.count), std::strlen(c.out)) << c.pos << " " << c.count;
         EXPECT_EQ(TcsDel(w.data(), c.pos, c.count), std::strlen(c.out)) << c.pos << " " << c.count;
-        EXPECT_STREQ(buf, c.out); EXPECT_EQ(w.c_str(), widen(c.out));
+        EXPECT_STREQ(buf, c.out);
+        EXPECT_EQ(w.c_str(), widen(c.out));
     }
-    const struct { const char *text, *suffix; int caseSensitive, expected; } ends[] = {
-        {"report.TXT", ".txt", 1, 0}, {"report.TXT", ".txt", 0, 1}, {"report.TXT", ".TXT", 1, 1}, {"report.TXT", "", 0, 0},
-        {"report.TXT", "report.TXT", 1, 1}, {"report.TXT", "xreport.TXT", 0, 0}, {"", "", 1, 0}, {"", "a", 1, 0},
-        {nullptr, "a", 1, 0}, {nullptr, "", 1, 0}, {"abc", nullptr, 1, 0}, {"abc", "c", 1, 1}, {"abc", "b", 1, 0}};
+    const struct {
+        const char *text, *suffix;
+        int caseSensitive, expected;
+    } ends[] = {{"report.TXT", ".txt", 1, 0},
+                {"report.TXT", ".txt", 0, 1},
+                {"report.TXT", ".TXT", 1, 1},
+                {"report.TXT", "", 0, 0},
+                {"report.TXT", "report.TXT", 1, 1},
+                {"report.TXT", "xreport.TXT", 0, 0},
+                {"", "", 1, 0},
+                {"", "a", 1, 0},
+                {nullptr, "a", 1, 0},
+                {nullptr, "", 1, 0},
+                {"abc", nullptr, 1, 0},
+                {"abc", "c", 1, 1},
+                {"abc", "b", 1, 0}};
     for (const auto &c : ends) {
         const std::wstring text = c.text ? widen(c.text) : L"", suffix = c.suffix ? widen(c.suffix) : L"";
         EXPECT_EQ(StrEndsWith(c.text, c.suffix, c.caseSensitive), c.expected) << c.text << "/" << c.suffix;
         EXPECT_EQ(TcsEndsWith(c.text ? text.c_str() : nullptr, c.suffix ? suffix.c_str() : nullptr, c.caseSensitive),
-                  c.expected) << c.text << "/" << c.suffix;
+                  c.expected)
+            << c.text << "/" << c.suffix;
     }
 }
 
@@ -47,24 +72,37 @@ TEST(Text, DupAndCaseReturnTheTerminator)
     char text[] = "aB1_z\xC3\x89", *copy = StrDup(text), *empty = StrDupPlain("");
     wchar_t wide[] = L"Ab9", *wcopy = TcsDup(L"a\u20ACb");
     EXPECT_TRUE(!StrDup(nullptr) && !StrDupPlain(nullptr) && !TcsDup(nullptr) && copy != text);
-    EXPECT_EQ(std::string(copy) + "|" + empty, std::string(text) + "|"); EXPECT_STREQ(wcopy, L"a\u20ACb");
-    EXPECT_EQ(StrUpper(text), text + 7); EXPECT_STREQ(text, "AB1_Z\xC3\x89");
-    EXPECT_EQ(StrLower(text), text + 7); EXPECT_STREQ(text, "ab1_z\xC3\x89");
-    EXPECT_EQ(TcsUpper(wide), wide + 3); EXPECT_STREQ(wide, L"AB9");
-    EXPECT_EQ(TcsLower(wide), wide + 3); EXPECT_STREQ(wide, L"ab9");
-    EXPECT_TRUE(StrLower(empty) == empty && !StrUpper(nullptr) && !StrLower(nullptr) && !TcsUpper(nullptr) && !TcsLower(nullptr));
+    EXPECT_EQ(std::string(copy) + "|" + empty, std::string(text) + "|");
+    EXPECT_STREQ(wcopy, L"a\u20ACb");
+    EXPECT_EQ(StrUpper(text), text + 7);
+    EXPECT_STREQ(text, "AB1_Z\xC3\x89");
+    EXPECT_EQ(StrLower(text), text + 7);
+    EXPECT_STREQ(text, "ab1_z\xC3\x89");
+    EXPECT_EQ(TcsUpper(wide), wide + 3);
+    EXPECT_STREQ(wide, L"AB9");
+    EXPECT_EQ(TcsLower(wide), wide + 3);
+    EXPECT_STREQ(wide, L"ab9");
+    EXPECT_TRUE(StrLower(empty) == empty && !StrUpper(nullptr) && !StrLower(nullptr) && !TcsUpper(nullptr) &&
+                !TcsLower(nullptr));
     free(copy), free(empty), free(wcopy);
 }
 
 TEST(Text, InsertsWithinGreatestLength)
 {
-    const struct { const char *in; size_t pos; const char *ins; size_t maxLen, len; const char *out; } cases[] = {
-        {"ac", 1, "b", 10, 3, "abc"}, {"ac", 1, "b", 2, 2, "ac"}, {"ac", 3, "b", 10, 0, "ac"}, {"ac", 2, "", 10, 2, "ac"},
-        {"ac", 2, "xxx", 4, 4, "acxx"}, {"ac", 0, "-", 3, 3, "-ac"}, {"", 0, "--", 2, 2, "--"},
-        {"abcd", 1, "XX", 2, 6, "aXXbcd"}, // already past maxLen: the room wraps
+    const struct {
+        const char *in;
+        size_t pos;
+        const char *ins;
+        size_t maxLen, len;
+        const char *out;
+    } cases[] = {
+        {"ac", 1, "b", 10, 3, "abc"}, {"ac", 1, "b", 2, 2, "ac"},        {"ac", 3, "b", 10, 0, "ac"},
+        {"ac", 2, "", 10, 2, "ac"},   {"ac", 2, "xxx", 4, 4, "acxx"},    {"ac", 0, "-", 3, 3, "-ac"},
+        {"", 0, "--", 2, 2, "--"},    {"abcd", 1, "XX", 2, 6, "aXXbcd"}, // already past maxLen: the room wraps
     };
     for (const auto &c : cases) {
-        wchar_t buf[16] = {L'#', L'#', L'#', L'#', L'#', L'#', L'#', L'#', L'#', L'#'}; char nbuf[16] = "##########";
+        wchar_t buf[16] = {L'#', L'#', L'#', L'#', L'#', L'#', L'#', L'#', L'#', L'#'};
+        char nbuf[16] = "##########";
         const size_t outLen = std::strlen(c.out);
         EXPECT_EQ(TcsIns(std::wcscpy(buf, widen(c.in).c_str()), c.pos, widen(c.ins).c_str(), c.maxLen), c.len) << c.in;
         EXPECT_EQ(StrCIns(std::strcpy(nbuf, c.in), c.pos, c.ins[0], std::strlen(c.ins), c.maxLen), c.len) << c.in;
@@ -75,130 +113,209 @@ TEST(Text, InsertsWithinGreatestLength)
     EXPECT_EQ(TcsCIns(wide, 1, static_cast<wchar_t>(0x20AC), 2, 5), 4u); // the low byte in all four bytes
     EXPECT_EQ(std::wstring(wide, 6), std::wstring({L'x', filled, filled, L'y', 0, L'#'}));
     EXPECT_EQ(TcsCIns(wide, 5, L' ', 1, 9), 0u);
-    EXPECT_EQ(TcsIns(std::wcscpy(wide, L"ac"), 1, L"xyz", 4), 4u); EXPECT_STREQ(wide, L"axyc");
+    EXPECT_EQ(TcsIns(std::wcscpy(wide, L"ac"), 1, L"xyz", 4), 4u);
+    EXPECT_STREQ(wide, L"axyc");
     EXPECT_STREQ(TcsjRight(wide, 4), L"axyc");
-    EXPECT_EQ(TcsjRight(std::wcscpy(wide, L"ab"), 5), wide); EXPECT_EQ(std::wstring(wide, 7), std::wstring(L"   ab\0#", 7));
-    EXPECT_EQ(TcsjLeft(wide), wide); EXPECT_STREQ(wide, L"ab"); EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L" \t ")), L"");
+    EXPECT_EQ(TcsjRight(std::wcscpy(wide, L"ab"), 5), wide);
+    EXPECT_EQ(std::wstring(wide, 7), std::wstring(L"   ab\0#", 7));
+    EXPECT_EQ(TcsjLeft(wide), wide);
+    EXPECT_STREQ(wide, L"ab");
+    EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L" \t ")), L"");
     EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L"a b ")), L"a b ");
 }
 
 TEST(GetUnicodeWidth, BothSidesOfEachRangeEdge)
 {
-    const struct { int ch, width; } cases[] = {
-        {0x2C5,1},{0x2C6,0},{0x2DD,0},{0x2DE,1},{0x2FF,1},{0x300,0},{0x36F,0},{0x370,1},{0x482,1},{0x483,0},{0x486,0},
-        {0x487,1},{0x590,1},{0x591,0},{0x5BD,0},{0x5BE,1},{0x5BF,0},{0x5C0,1},{0x5C1,0},{0x5C4,0},{0x5C5,1},{0x60F,1},
-        {0x610,0},{0x615,0},{0x616,1},{0x64A,1},{0x64B,0},{0x658,0},{0x659,1},{0x66F,1},{0x670,0},{0x671,1},{0x6D5,1},
-        {0x6D6,0},{0x6E4,0},{0x6E5,1},{0x6E6,1},{0x6E7,0},{0x6E8,0},{0x6E9,1},{0x6EA,0},{0x6ED,0},{0x6EE,1},{0x710,1},
-        {0x711,0},{0x712,1},{0x72F,1},{0x730,0},{0x74A,0},{0x74B,1},{0x93B,1},{0x93C,0},{0x93D,1},{0x94C,1},{0x94D,0},
-        {0x94E,1},{0x950,1},{0x951,0},{0x954,0},{0x955,1},{0x9BB,1},{0x9BC,0},{0x9BD,1},{0x9CC,1},{0x9CD,0},{0x9CE,1},
-        {0xA3B,1},{0xA3C,0},{0xA3D,1},{0xA4C,1},{0xA4D,0},{0xA4E,1},{0xABB,1},{0xABC,0},{0xABD,1},{0xACC,1},{0xACD,0},
-        {0xACE,1},{0xB3B,1},{0xB3C,0},{0xB3D,1},{0xB4C,1},{0xB4D,0},{0xB4E,1},{0xBCC,1},{0xBCD,0},{0xBCE,1},{0xC4C,1},
-        {0xC4D,0},{0xC4E,1},{0xC54,1},{0xC55,0},{0xC56,0},{0xC57,1},{0xCBB,1},{0xCBC,0},{0xCBD,1},{0xCCC,1},{0xCCD,0},
-        {0xCCE,1},{0xD4C,1},{0xD4D,0},{0xD4E,1},{0xDC9,1},{0xDCA,0},{0xDCB,1},{0xE37,1},{0xE38,0},{0xE3A,0},{0xE3B,1},
-        {0xE47,1},{0xE48,0},{0xE4B,0},{0xE4C,1},{0xEB7,1},{0xEB8,0},{0xEB9,0},{0xEBA,1},{0xEC7,1},{0xEC8,0},{0xECB,0},
-        {0xECC,1},{0xF17,1},{0xF18,0},{0xF19,0},{0xF1A,1},{0xF34,1},{0xF35,0},{0xF36,1},{0xF37,0},{0xF38,1},{0xF39,0},
-        {0xF3A,1},{0xF70,1},{0xF71,0},{0xF84,0},{0xF85,1},{0xF86,0},{0xF87,0},{0xF88,1},{0xF8F,1},{0xF90,0},{0xFBC,0},
-        {0xFBD,1},{0x1036,1},{0x1037,0},{0x1038,1},{0x1039,0},{0x103A,1},{0x10FF,1},{0x1100,2},{0x115F,2},{0x1160,1},
-        {0x1713,1},{0x1714,0},{0x1715,1},{0x1733,1},{0x1734,0},{0x1735,1},{0x17D1,1},{0x17D2,0},{0x17D3,1},{0x17DC,1},
-        {0x17DD,0},{0x17DE,1},{0x18A8,1},{0x18A9,0},{0x18AA,1},{0x1938,1},{0x1939,0},{0x193B,0},{0x193C,1},{0x20CF,1},
-        {0x20D0,0},{0x20FF,0},{0x2100,1},{0x2328,1},{0x2329,2},{0x232A,2},{0x232B,1},{0x2E7F,1},{0x2E80,2},{0x301F,2},
-        {0x3020,0},{0x302F,0},{0x3030,2},{0x303E,2},{0x303F,1},{0x3040,2},{0x3098,2},{0x3099,0},{0x309A,0},{0x309B,2},
-        {0x4DBF,2},{0x4DC0,1},{0x4DFF,1},{0x4E00,2},{0xD7FF,2},{0xD800,1},{0xE7C7,1},{0xE7C8,2},{0xE87F,2},{0xE880,1},
-        {0xF8FF,1},{0xF900,2},{0xFA6A,2},{0xFA6B,1},{0xFB1D,1},{0xFB1E,0},{0xFB1F,1},{0xFE1F,1},{0xFE20,0},{0xFE23,0},
-        {0xFE24,1},{0xFE2F,1},{0xFE30,2},{0xFE6B,2},{0xFE6C,1},{0xFF00,1},{0xFF01,2},{0xFF60,2},{0xFF61,1},{0xFFDF,1},
-        {0xFFE0,2},{0xFFE6,2},{0xFFE7,1},{0x1FFFF,1},{0x20000,2},{0x3FFFF,2},{0x40000,1},
-        {0x41,1},{0,1},{0xAD,1},{-5,1},{0xFF,1},{0x100,1},{0x301,0},{0xAC00,2},{0xDFFF,1},{0x1F600,1},{0x10FFFF,1},
-        {INT_MAX,1},{INT_MIN,1}};
-    for (const auto &c : cases) EXPECT_EQ(GetUnicodeWidth(c.ch), c.width) << std::hex << c.ch;
-    for (int ch = -300; ch < 256; ++ch) ASSERT_EQ(GetUnicodeWidth(ch), 1) << ch;
+    const struct {
+        int ch, width;
+    } cases[] = {
+        {0x2C5, 1},    {0x2C6, 0},   {0x2DD, 0},   {0x2DE, 1},   {0x2FF, 1},   {0x300, 0},   {0x36F, 0},  {0x370, 1},
+        {0x482, 1},    {0x483, 0},   {0x486, 0},   {0x487, 1},   {0x590, 1},   {0x591, 0},   {0x5BD, 0},  {0x5BE, 1},
+        {0x5BF, 0},    {0x5C0, 1},   {0x5C1, 0},   {0x5C4, 0},   {0x5C5, 1},   {0x60F, 1},   {0x610, 0},  {0x615, 0},
+        {0x616, 1},    {0x64A, 1},   {0x64B, 0},   {0x658, 0},   {0x659, 1},   {0x66F, 1},   {0x670, 0},  {0x671, 1},
+        {0x6D5, 1},    {0x6D6, 0},   {0x6E4, 0},   {0x6E5, 1},   {0x6E6, 1},   {0x6E7, 0},   {0x6E8, 0},  {0x6E9, 1},
+        {0x6EA, 0},    {0x6ED, 0},   {0x6EE, 1},   {0x710, 1},   {0x711, 0},   {0x712, 1},   {0x72F, 1},  {0x730, 0},
+        {0x74A, 0},    {0x74B, 1},   {0x93B, 1},   {0x93C, 0},   {0x93D, 1},   {0x94C, 1},   {0x94D, 0},  {0x94E, 1},
+        {0x950, 1},    {0x951, 0},   {0x954, 0},   {0x955, 1},   {0x9BB, 1},   {0x9BC, 0},   {0x9BD, 1},  {0x9CC, 1},
+        {0x9CD, 0},    {0x9CE, 1},   {0xA3B, 1},   {0xA3C, 0},   {0xA3D, 1},   {0xA4C, 1},   {0xA4D, 0},  {0xA4E, 1},
+        {0xABB, 1},    {0xABC, 0},   {0xABD, 1},   {0xACC, 1},   {0xACD, 0},   {0xACE, 1},   {0xB3B, 1},  {0xB3C, 0},
+        {0xB3D, 1},    {0xB4C, 1},   {0xB4D, 0},   {0xB4E, 1},   {0xBCC, 1},   {0xBCD, 0},   {0xBCE, 1},  {0xC4C, 1},
+        {0xC4D, 0},    {0xC4E, 1},   {0xC54, 1},   {0xC55, 0},   {0xC56, 0},   {0xC57, 1},   {0xCBB, 1},  {0xCBC, 0},
+        {0xCBD, 1},    {0xCCC, 1},   {0xCCD, 0},   {0xCCE, 1},   {0xD4C, 1},   {0xD4D, 0},   {0xD4E, 1},  {0xDC9, 1},
+        {0xDCA, 0},    {0xDCB, 1},   {0xE37, 1},   {0xE38, 0},   {0xE3A, 0},   {0xE3B, 1},   {0xE47, 1},  {0xE48, 0},
+        {0xE4B, 0},    {0xE4C, 1},   {0xEB7, 1},   {0xEB8, 0},   {0xEB9, 0},   {0xEBA, 1},   {0xEC7, 1},  {0xEC8, 0},
+        {0xECB, 0},    {0xECC, 1},   {0xF17, 1},   {0xF18, 0},   {0xF19, 0},   {0xF1A, 1},   {0xF34, 1},  {0xF35, 0},
+        {0xF36, 1},    {0xF37, 0},   {0xF38, 1},   {0xF39, 0},   {0xF3A, 1},   {0xF70, 1},   {0xF71, 0},  {0xF84, 0},
+        {0xF85, 1},    {0xF86, 0},   {0xF87, 0},   {0xF88, 1},   {0xF8F, 1},   {0xF90, 0},   {0xFBC, 0},  {0xFBD, 1},
+        {0x1036, 1},   {0x1037, 0},  {0x1038, 1},  {0x1039, 0},  {0x103A, 1},  {0x10FF, 1},  {0x1100, 2}, {0x115F, 2},
+        {0x1160, 1},   {0x1713, 1},  {0x1714, 0},  {0x1715, 1},  {0x1733, 1},  {0x1734, 0},  {0x1735, 1}, {0x17D1, 1},
+        {0x17D2, 0},   {0x17D3, 1},  {0x17DC, 1},  {0x17DD, 0},  {0x17DE, 1},  {0x18A8, 1},  {0x18A9, 0}, {0x18AA, 1},
+        {0x1938, 1},   {0x1939, 0},  {0x193B, 0},  {0x193C, 1},  {0x20CF, 1},  {0x20D0, 0},  {0x20FF, 0}, {0x2100, 1},
+        {0x2328, 1},   {0x2329, 2},  {0x232A, 2},  {0x232B, 1},  {0x2E7F, 1},  {0x2E80, 2},  {0x301F, 2}, {0x3020, 0},
+        {0x302F, 0},   {0x3030, 2},  {0x303E, 2},  {0x303F, 1},  {0x3040, 2},  {0x3098, 2},  {0x3099, 0}, {0x309A, 0},
+        {0x309B, 2},   {0x4DBF, 2},  {0x4DC0, 1},  {0x4DFF, 1},  {0x4E00, 2},  {0xD7FF, 2},  {0xD800, 1}, {0xE7C7, 1},
+        {0xE7C8, 2},   {0xE87F, 2},  {0xE880, 1},  {0xF8FF, 1},  {0xF900, 2},  {0xFA6A, 2},  {0xFA6B, 1}, {0xFB1D, 1},
+        {0xFB1E, 0},   {0xFB1F, 1},  {0xFE1F, 1},  {0xFE20, 0},  {0xFE23, 0},  {0xFE24, 1},  {0xFE2F, 1}, {0xFE30, 2},
+        {0xFE6B, 2},   {0xFE6C, 1},  {0xFF00, 1},  {0xFF01, 2},  {0xFF60, 2},  {0xFF61, 1},  {0xFFDF, 1}, {0xFFE0, 2},
+        {0xFFE6, 2},   {0xFFE7, 1},  {0x1FFFF, 1}, {0x20000, 2}, {0x3FFFF, 2}, {0x40000, 1}, {0x41, 1},   {0, 1},
+        {0xAD, 1},     {-5, 1},      {0xFF, 1},    {0x100, 1},   {0x301, 0},   {0xAC00, 2},  {0xDFFF, 1}, {0x1F600, 1},
+        {0x10FFFF, 1}, {INT_MAX, 1}, {INT_MIN, 1}};
+    for (const auto &c : cases)
+        EXPECT_EQ(GetUnicodeWidth(c.ch), c.width) << std::hex << c.ch;
+    for (int ch = -300; ch < 256; ++ch)
+        ASSERT_EQ(GetUnicodeWidth(ch), 1) << ch;
 }
 
 TEST(WcsCaseCmp, DifferenceOfTheFirstLoweredPair)
 {
     const wchar_t big[] = {0x7FFFFFFF, 0}, negative[] = {-2, 0};
-    const struct { const wchar_t *a, *b; size_t n; int expected; } cases[] = {
-        {L"ABC", L"abd", 99, L'c' - L'd'}, {L"abc", L"ABC", 99, 0}, {L"ab", L"abc", 99, -L'c'}, {L"aC", L"Ab", 99, 1},
-        {L"", L"", 99, 0}, {L"Z", L"a", 99, L'z' - L'a'}, {big, negative, 99, static_cast<int>(0x80000001u)},
-        {L"abc", L"abd", 2, 0}, {L"abc", L"ABD", 3, -1}, {L"ab", L"abc", 2, 0}, {L"b", L"A", 1, 1}, {L"b", L"a", 0, 0}};
+    const struct {
+        const wchar_t *a, *b;
+        size_t n;
+        int expected;
+    } cases[] = {{L"ABC", L"abd", 99, L'c' - L'd'},
+                 {L"abc", L"ABC", 99, 0},
+                 {L"ab", L"abc", 99, -L'c'},
+                 {L"aC", L"Ab", 99, 1},
+                 {L"", L"", 99, 0},
+                 {L"Z", L"a", 99, L'z' - L'a'},
+                 {big, negative, 99, static_cast<int>(0x80000001u)},
+                 {L"abc", L"abd", 2, 0},
+                 {L"abc", L"ABD", 3, -1},
+                 {L"ab", L"abc", 2, 0},
+                 {L"b", L"A", 1, 1},
+                 {L"b", L"a", 0, 0}};
     for (auto c : cases) {
         EXPECT_EQ(WcsNCaseCmp(c.a, c.b, c.n), c.expected) << c.a << "/" << c.b << " " << c.n;
-        EXPECT_TRUE(c.n != 99 || (WcsCaseCmp(c.a, c.b) == c.expected && (ILexiCmp(&c.a, &c.b) < 0) == (c.expected < 0)));
+        EXPECT_TRUE(c.n != 99 ||
+                    (WcsCaseCmp(c.a, c.b) == c.expected && (ILexiCmp(&c.a, &c.b) < 0) == (c.expected < 0)));
     }
-    const wchar_t *same = L"same", *upper = L"SAME"; EXPECT_EQ(WcsNCaseCmp(nullptr, nullptr, 0), 0);
+    const wchar_t *same = L"same", *upper = L"SAME";
+    EXPECT_EQ(WcsNCaseCmp(nullptr, nullptr, 0), 0);
     EXPECT_TRUE(ILexCmp(&same, &same) == 0 && ILexCmp(&upper, &same) < 0 && ILexiCmp(&upper, &same) == 0);
 }
 
 TEST(StrRep, ReplacesWithinBudgetAndGreatestLength)
 {
-    const struct { const char *text, *rep, *pat; size_t maxCount, maxLen; const char *out; size_t count; } cases[] = {
-        {"aXbXc", "YY", "X", 10, 7, "aYYbYYc", 2}, {"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},
-        {"aXb", "YY", "X", 10, 4, "aYYb", 1}, {"aXb", "YY", "X", 10, 3, "aXb", 0}, {"XX", "ab", "X", 10, 4, "abab", 2},
-        {"aaaa", "a", "aa", 10, 10, "aa", 2}, {"aXa", "XX", "X", 10, 20, "aXXa", 1}, // replacement never searched
-        {"a-b-c", nullptr, "-", 10, 10, "abc", 2}, {"a-b-c", "+", "-", 1, 10, "a+b-c", 1},
-        {"aXXXb", "Y", "XXX", 5, 0, "aYb", 1}, {"abc", "Q", "z", 5, 10, "abc", 0}, {"", "x", "a", 3, 10, "", 0},
-        {"abc", "", "", 5, 10, "abc", 5}, {"abc", "x", "a", 0, 10, "abc", 0}, {"abc", "x", nullptr, 5, 10, "abc", 0},
-        {"ab", "x", "", 10, 5, "xxxab", 3}, {"ab", "x", "", 2, 10, "xxab", 2}, {"", "x", "", 3, 10, "xxx", 3}};
+    const struct {
+        const char *text, *rep, *pat;
+        size_t maxCount, maxLen;
+        const char *out;
+        size_t count;
+    } cases[] = {{"aXbXc", "YY", "X", 10, 7, "aYYbYYc", 2},
+                 {"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},
+                 {"aXb", "YY", "X", 10, 4, "aYYb", 1},
+                 {"aXb", "YY", "X", 10, 3, "aXb", 0},
+                 {"XX", "ab", "X", 10, 4, "abab", 2},
+                 {"aaaa", "a", "aa", 10, 10, "aa", 2},
+                 {"aXa", "XX", "X", 10, 20, "aXXa", 1}, // replacement never searched
+                 {"a-b-c", nullptr, "-", 10, 10, "abc", 2},
+                 {"a-b-c", "+", "-", 1, 10, "a+b-c", 1},
+                 {"aXXXb", "Y", "XXX", 5, 0, "aYb", 1},
+                 {"abc", "Q", "z", 5, 10, "abc", 0},
+                 {"", "x", "a", 3, 10, "", 0},
+                 {"abc", "", "", 5, 10, "abc", 5},
+                 {"abc", "x", "a", 0, 10, "abc", 0},
+                 {"abc", "x", nullptr, 5, 10, "abc", 0},
+                 {"ab", "x", "", 10, 5, "xxxab", 3},
+                 {"ab", "x", "", 2, 10, "xxab", 2},
+                 {"", "x", "", 3, 10, "xxx", 3}};
     for (const auto &c : cases) {
-        char buf[32]; const std::wstring rep = c.rep ? widen(c.rep) : L"", pat = c.pat ? widen(c.pat) : L"";
+        char buf[32];
+        const std::wstring rep = c.rep ? widen(c.rep) : L"", pat = c.pat ? widen(c.pat) : L"";
         std::wstring wide = widen(c.text) + std::wstring(32, L'\0');
-        EXPECT_EQ(StrRep(std::strcpy(buf, c.text), c.rep, c.pat, c.maxCount, c.maxLen), c.count) << c.text << "/" << c.pat;
-        EXPECT_EQ(TcsRep(wide.data(), c.rep ? rep.c_str() : nullptr, c.pat ? pat.c_str() : nullptr, c.maxCount, c.maxLen),
-                  c.count) << c.text << "/" << c.pat;
-        EXPECT_STREQ(buf, c.out); EXPECT_EQ(wide.c_str(), widen(c.out));
+        EXPECT_EQ(StrRep(std::strcpy(buf, c.text), c.rep, c.pat, c.maxCount, c.maxLen), c.count)
+            << c.text << "/" << c.pat;
+        EXPECT_EQ(
+            TcsRep(wide.data(), c.rep ? rep.c_str() : nullptr, c.pat ? pat.c_str() : nullptr, c.maxCount, c.maxLen),
+            c.count)
+            << c.text << "/" << c.pat;
+        EXPECT_STREQ(buf, c.out);
+        EXPECT_EQ(wide.c_str(), widen(c.out));
     }
     char abc[] = "abc";
     EXPECT_EQ(StrRep(nullptr, "x", "a", 5, 7) + TcsRep(nullptr, L"x", L"a", 5, 7), 0u);
     EXPECT_EQ(StrRep(abc, nullptr, "", SIZE_MAX, 7), SIZE_MAX); // without looping through the budget
-    for (size_t maxLen = 4; maxLen < 11; ++maxLen) {               // growth stops at the greatest length
-        std::string buf(maxLen + 8, '~'); std::memcpy(buf.data(), "....", 5);
+    for (size_t maxLen = 4; maxLen < 11; ++maxLen) {            // growth stops at the greatest length
+        std::string buf(maxLen + 8, '~');
+        std::memcpy(buf.data(), "....", 5);
         EXPECT_EQ(StrRep(buf.data(), "xx", ".", 100, maxLen), std::min<size_t>(maxLen - 4, 4)) << maxLen;
-        EXPECT_EQ(buf.substr(std::min<size_t>(maxLen, 8)), '\0' + std::string(maxLen - std::min<size_t>(maxLen, 8) + 7, '~'));
+        EXPECT_EQ(buf.substr(std::min<size_t>(maxLen, 8)),
+                  '\0' + std::string(maxLen - std::min<size_t>(maxLen, 8) + 7, '~'));
     }
 }
 
 TEST(StrRep, CharactersAndLinePositions)
 {
-    const struct { int prev, next, lineMode, expected; } cases[] = {
-        {0, 13, 3, 1}, {32, 10, 3, 0}, {32, 65, 0, 1}, {10, 0, 3, 1}, {13, 10, 2, 0}, {10, 65, 2, 1}, {0, 65, 2, 1},
-        {65, 13, 1, 1}, {65, 10, 1, 1}, {65, 0, 1, 1}, {65, 32, 1, 0}, {10, 32, 3, 0}, {65, 65, 2, 0}};
-    for (const auto &c : cases) EXPECT_EQ(StrRepMatchesPosition(c.prev, c.next, c.lineMode), c.expected) << c.prev << c.next;
-    char text[] = "a.b.c", empty[] = "", high[] = "\xE9t\xE9"; wchar_t wide[] = L"x\u00e9x";
-    EXPECT_EQ(StrRepCh(text, '_', '.'), 2u); EXPECT_STREQ(text, "a_b_c");
+    const struct {
+        int prev, next, lineMode, expected;
+    } cases[] = {{0, 13, 3, 1},  {32, 10, 3, 0}, {32, 65, 0, 1}, {10, 0, 3, 1},  {13, 10, 2, 0},
+                 {10, 65, 2, 1}, {0, 65, 2, 1},  {65, 13, 1, 1}, {65, 10, 1, 1}, {65, 0, 1, 1},
+                 {65, 32, 1, 0}, {10, 32, 3, 0}, {65, 65, 2, 0}};
+    for (const auto &c : cases)
+        EXPECT_EQ(StrRepMatchesPosition(c.prev, c.next, c.lineMode), c.expected) << c.prev << c.next;
+    char text[] = "a.b.c", empty[] = "", high[] = "\xE9t\xE9";
+    wchar_t wide[] = L"x\u00e9x";
+    EXPECT_EQ(StrRepCh(text, '_', '.'), 2u);
+    EXPECT_STREQ(text, "a_b_c");
     EXPECT_EQ(StrRepCh(text, '.', '#') + StrRepCh(empty, 'x', 0) + StrRepCh(nullptr, 'x', 'y'), 0u);
     EXPECT_EQ(StrRepCh(high, 'e', 0xE9), 0u); // bytes compare as signed char
-    EXPECT_EQ(StrRepCh(high, 'e', -23), 2u); EXPECT_STREQ(high, "ete");
-    EXPECT_EQ(TcsRepCh(wide, L'e', L'\u00e9'), 1u); EXPECT_STREQ(wide, L"xex");
+    EXPECT_EQ(StrRepCh(high, 'e', -23), 2u);
+    EXPECT_STREQ(high, "ete");
+    EXPECT_EQ(TcsRepCh(wide, L'e', L'\u00e9'), 1u);
+    EXPECT_STREQ(wide, L"xex");
     EXPECT_EQ(TcsRepCh(wide, L'e', 0) + TcsRepCh(nullptr, L'e', L'x'), 0u);
 }
 
 // Both halves of the copying family, dst sized as the size call says; nothing lands past that size.
 TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
 {
-    const struct { const char *src, *rep, *pat; int maxCount, caseSensitive; unsigned lineMode;
-                   size_t sizeCount, newLen, copyCount; const char *out; } cases[] = {
-        {"foo\nfoo", "bar", "foo", -1, 1, 1, 2, 7, 2, "bar\nbar"}, {"foo\r\nfoo", "b", "foo", -1, 1, 1, 2, 4, 2, "b\r\nb"},
-        {"foo foo", "b", "foo", -1, 1, 1, 1, 5, 1, "foo b"}, {"xfoo\nfoo", "bar", "foo", -1, 1, 2, 1, 8, 1, "xfoo\nbar"},
+    const struct {
+        const char *src, *rep, *pat;
+        int maxCount, caseSensitive;
+        unsigned lineMode;
+        size_t sizeCount, newLen, copyCount;
+        const char *out;
+    } cases[] = {
+        {"foo\nfoo", "bar", "foo", -1, 1, 1, 2, 7, 2, "bar\nbar"},
+        {"foo\r\nfoo", "b", "foo", -1, 1, 1, 2, 4, 2, "b\r\nb"},
+        {"foo foo", "b", "foo", -1, 1, 1, 1, 5, 1, "foo b"},
+        {"xfoo\nfoo", "bar", "foo", -1, 1, 2, 1, 8, 1, "xfoo\nbar"},
         {"xfoo\nfoo", "bar", "foo", 2, 1, 2, 0, 8, 0, "xfoo\nfoo"}, // refused candidates spend the budget
-        {"xfoo\nfoo", "bar", "foo", 3, 1, 2, 1, 8, 1, "xfoo\nbar"}, {"aXbXcX", "--", "X", 2, 1, 0, 2, 8, 2, "a--b--cX"},
-        {"aXbXcX", "", "X", -1, 1, 0, 3, 3, 3, "abc"}, {"aXbXcX", nullptr, "X", INT_MIN, 1, 0, 3, 3, 3, "abc"},
-        {"xxabcxx", "!", "ABC", -1, 0, 0, 1, 5, 1, "xx!xx"}, {"xxabcxx", "!", "ABC", -1, 1, 0, 0, 7, 0, "xxabcxx"},
-        {"ABC\nabc", "z", "aBc", -1, 0, 2, 2, 3, 2, "z\nz"}, {"abc", "z", "abcd", -1, 0, 0, 0, 3, 0, "abc"},
-        {"", "z", "a", -1, 1, 0, 0, 0, 0, ""}, {"abc", "zz", "b", 0, 1, 0, 0, 3, 0, "abc"},
+        {"xfoo\nfoo", "bar", "foo", 3, 1, 2, 1, 8, 1, "xfoo\nbar"},
+        {"aXbXcX", "--", "X", 2, 1, 0, 2, 8, 2, "a--b--cX"},
+        {"aXbXcX", "", "X", -1, 1, 0, 3, 3, 3, "abc"},
+        {"aXbXcX", nullptr, "X", INT_MIN, 1, 0, 3, 3, 3, "abc"},
+        {"xxabcxx", "!", "ABC", -1, 0, 0, 1, 5, 1, "xx!xx"},
+        {"xxabcxx", "!", "ABC", -1, 1, 0, 0, 7, 0, "xxabcxx"},
+        {"ABC\nabc", "z", "aBc", -1, 0, 2, 2, 3, 2, "z\nz"},
+        {"abc", "z", "abcd", -1, 0, 0, 0, 3, 0, "abc"},
+        {"", "z", "a", -1, 1, 0, 0, 0, 0, ""},
+        {"abc", "zz", "b", 0, 1, 0, 0, 3, 0, "abc"},
         // Empty pattern: rep takes the place of the first (last) byte of each line; the size is an upper bound.
-        {"a\nb", "> ", "", -1, 1, 2, 2, 7, 2, "> \n> "}, {"a\nb\nc", "> ", "", 1, 1, 2, 1, 7, 1, "> \nb\nc"},
-        {"ab\r\ncd", "!", "", -1, 1, 1, 2, 8, 2, "ab!\nc!"}, {"ab\n", "#", "", -1, 1, 2, 2, 5, 1, "#b\n"},
-        {"ab\n", "#", "", -1, 1, 1, 2, 5, 2, "a##"}, {"\n\n", "#", "", -1, 1, 2, 3, 5, 2, "##"},
-        {"", "ab", "", -1, 1, 1, 1, 2, 0, "~"}, {"a\nb", "x", "", -1, 1, 0, 0, 3, 0, "~"}, {"a\nb", "x", "", -1, 1, 3, 0, 3, 0, "~"},
-        {"a\nb", "x", "", -1, 1, 4, 0, 3, 0, "~"}, {"a\nb", "", "", -1, 1, 2, 0, 3, 0, "~"}, // nothing written at all
-        {"a\nb", nullptr, "", -1, 1, 2, 0, 3, 0, "~"}, {"a\nb", "x", "", 0, 1, 2, 0, 3, 0, "a\nb"}};
+        {"a\nb", "> ", "", -1, 1, 2, 2, 7, 2, "> \n> "},
+        {"a\nb\nc", "> ", "", 1, 1, 2, 1, 7, 1, "> \nb\nc"},
+        {"ab\r\ncd", "!", "", -1, 1, 1, 2, 8, 2, "ab!\nc!"},
+        {"ab\n", "#", "", -1, 1, 2, 2, 5, 1, "#b\n"},
+        {"ab\n", "#", "", -1, 1, 1, 2, 5, 2, "a##"},
+        {"\n\n", "#", "", -1, 1, 2, 3, 5, 2, "##"},
+        {"", "ab", "", -1, 1, 1, 1, 2, 0, "~"},
+        {"a\nb", "x", "", -1, 1, 0, 0, 3, 0, "~"},
+        {"a\nb", "x", "", -1, 1, 3, 0, 3, 0, "~"},
+        {"a\nb", "x", "", -1, 1, 4, 0, 3, 0, "~"},
+        {"a\nb", "", "", -1, 1, 2, 0, 3, 0, "~"}, // nothing written at all
+        {"a\nb", nullptr, "", -1, 1, 2, 0, 3, 0, "~"},
+        {"a\nb", "x", "", 0, 1, 2, 0, 3, 0, "a\nb"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.src) + "/" + c.pat);
-        std::string src = c.src, dst(16, '~'); size_t newLen = 0;
+        std::string src = c.src, dst(16, '~');
+        size_t newLen = 0;
         EXPECT_EQ(StrCpyRepSize(c.src, src.size(), c.rep, c.pat, c.maxCount, &newLen, c.caseSensitive, c.lineMode),
                   c.sizeCount);
         EXPECT_EQ(newLen, c.newLen);
         EXPECT_EQ(StrCpyRep(dst.data(), newLen + 1, src.data(), src.size(), c.rep, c.pat, c.maxCount, c.caseSensitive,
-                            c.lineMode), c.copyCount);
+                            c.lineMode),
+                  c.copyCount);
         EXPECT_EQ(dst.substr(newLen + 1), std::string(15 - newLen, '~'));
         EXPECT_EQ(*c.out == '~' ? dst.substr(0, 1) : dst.substr(0, dst.find('\0')), c.out);
     }
@@ -207,29 +324,81 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
 TEST(StrCpyRep, AgreesWithSizeOverManyCombinations)
 {
     for (const char *text : {"", "a", "aa\n", "\nAa\r\na", "a a\na", "Aaa\n\naA", "\n\n"})
-    for (const char *pat : {"", "a", "A", "aa", "a\n", "\n"}) for (const char *rep : {(const char *)nullptr, "b", "bbb"})
-    for (unsigned lineMode = 0; lineMode < 4; ++lineMode) for (int maxCount : {-1, 1, 2, 5}) for (int cs : {0, 1}) {
-        std::string src = text, dst(src.size() * 4 + 64, '~'); size_t newLen = 0;
-        const size_t sized = StrCpyRepSize(text, src.size(), rep, pat, maxCount, &newLen, cs, lineMode);
-        const size_t copied = StrCpyRep(dst.data(), dst.size(), src.data(), src.size(), rep, pat, maxCount, cs, lineMode);
-        ASSERT_EQ(dst.find_first_not_of('~', newLen + 1), std::string::npos) << text << "/" << pat;
-        EXPECT_TRUE(*pat ? copied == sized && std::strlen(dst.c_str()) == newLen : copied <= sized) << text << "/" << pat;
+        for (const char *pat : {"", "a", "A", "aa", "a\n", "\n"})
+            for (const char *rep : {(const char *)nullptr, "b", "bbb"})
+                for (unsigned lineMode = 0; lineMode < 4; ++lineMode)
+                    for (int maxCount : {-1, 1, 2, 5})
+                        for (int cs : {0, 1}) {
+                            std::string src = text, dst(src.size() * 4 + 64, '~');
+                            size_t newLen = 0;
+                            const size_t sized =
+                                StrCpyRepSize(text, src.size(), rep, pat, maxCount, &newLen, cs, lineMode);
+                            const size_t copied = StrCpyRep(dst.data(), dst.size(), src.data(), src.size(), rep, pat,
+                                                            maxCount, cs, lineMode);
+                            ASSERT_EQ(dst.find_first_not_of('~', newLen + 1), std::string::npos) << text << "/" << pat;
+                            EXPECT_TRUE(*pat ? copied == sized && std::strlen(dst.c_str()) == newLen : copied <= sized)
+                                << text << "/" << pat;
+                        }
+}
+
+// Every dst size from the new length plus one down to 0. Replacement k ends at output offset ends[k] and its
+// segment starts at starts[k] (later when bytes past refused candidates came first). It is made only if it
+// ends within the size; the first that does not ends the call, leaving the bytes before its segment and, when
+// it follows a replacement directly, that replacement's NUL. When all fit, the rest and the NUL go in unchecked.
+TEST(StrCpyRep, EverySizeFollowsTheCapacityRules)
+{
+    const struct {
+        const char *src, *rep, *pat;
+        int maxCount, caseSensitive;
+        unsigned lineMode;
+        const char *out;
+        std::vector<size_t> ends, starts;
+    } cases[] = {{"aXbXc", "YY", "X", -1, 1, 0, "aYYbYYc", {3, 6}, {0, 3}},
+                 {"fooXXbarXX", "-", "XX", -1, 1, 0, "foo-bar-", {4, 8}, {0, 4}},
+                 {"aX\nX", "ZZ", "X", -1, 1, 2, "aX\nZZ", {5}, {2}},
+                 {"xAxa", "bb", "a", 1, 0, 0, "xbbxa", {3}, {0}},
+                 {"a\nb", "> ", "", -1, 1, 2, "> \n> ", {2, 5}, {0, 2}},
+                 {"aXbXc", "YY", "X", 0, 1, 0, "aXbXc", {}, {}}};
+    for (const auto &c : cases) {
+        std::string src = c.src;
+        size_t newLen = 0;
+        const size_t count =
+            StrCpyRepSize(c.src, src.size(), c.rep, c.pat, c.maxCount, &newLen, c.caseSensitive, c.lineMode);
+        ASSERT_EQ(count, c.ends.size()) << c.src;
+        for (size_t size = newLen + 1; size + 1 > 0; --size) {
+            std::string dst(newLen + 8, '~');
+            const size_t made = StrCpyRep(dst.data(), size, src.data(), src.size(), c.rep, c.pat, c.maxCount,
+                                          c.caseSensitive, c.lineMode);
+            size_t fit = 0;
+            while (fit < count && c.ends[fit] <= size)
+                ++fit;
+            std::string expected = std::string(c.out) + '\0';
+            if (fit < count) {
+                expected = std::string(c.out, c.starts[fit]);
+                if (fit > 0 && c.starts[fit] == c.ends[fit - 1])
+                    expected += '\0';
+            }
+            EXPECT_EQ(made, fit) << c.src << " size " << size;
+            EXPECT_EQ(dst, expected + std::string(dst.size() - expected.size(), '~')) << c.src << " size " << size;
+        }
     }
 }
 
-TEST(StrCpyRep, ShortDestinationsNullsAndLengths)
+TEST(StrCpyRep, NullsAndLengths)
 {
-    size_t newLen = 99; char dst[16] = "~~~~~~~~~~~~~~~", src[] = "aXbXc", abc[] = "abcfoo";
-    EXPECT_EQ(StrCpyRep(dst, 0, src, 5, "YYY", "X", -1, 1, 0), 0u); EXPECT_EQ(dst[0], '~');
-    EXPECT_EQ(StrCpyRep(dst, 4, src, 5, "YYY", "X", -1, 1, 0), 1u); EXPECT_EQ(std::string(dst, 5), "aYYY~"); // no fit
-    EXPECT_EQ(StrCpyRep(dst, 7, src, 5, "YY", "X", -1, 1, 0), 2u); EXPECT_EQ(std::string(dst, 8), std::string("aYYbYY\0~", 8));
-    EXPECT_EQ(StrCpyRep(dst, 3, src, 5, "x", "l", 0, 1, 0), 0u); EXPECT_EQ(std::string(dst, 4), std::string("aX\0b", 4));
-    EXPECT_EQ(StrCpyRepSize(nullptr, 0, "x", "a", -1, &newLen, 1, 0) + StrCpyRepSize(abc, 6, "x", nullptr, -1, &newLen, 1, 0), 0u);
+    size_t newLen = 99;
+    char dst[16] = "~~~~~~~~~~~~~~~", abc[] = "abcfoo";
+    EXPECT_EQ(StrCpyRepSize(nullptr, 0, "x", "a", -1, &newLen, 1, 0) +
+                  StrCpyRepSize(abc, 6, "x", nullptr, -1, &newLen, 1, 0),
+              0u);
     EXPECT_EQ(StrCpyRepSize(abc, 6, "x", "foo", -1, nullptr, 1, 0), 1u);
-    EXPECT_EQ(StrCpyRep(nullptr, 16, abc, 6, "x", "a", -1, 1, 0) + StrCpyRep(dst, 16, nullptr, 6, "x", "a", -1, 1, 0)
-              + StrCpyRep(dst, 16, abc, 6, "x", nullptr, -1, 1, 0), 0u);
-    EXPECT_EQ(StrCpyRepSize(abc, 3, "x", "foo", -1, &newLen, 1, 0), 0u); EXPECT_EQ(newLen, 3u); // none past the length
-    EXPECT_EQ(StrCpyRep(dst, 4, abc, 3, "x", "foo", -1, 1, 0), 0u); EXPECT_STREQ(dst, "abc");
+    EXPECT_EQ(StrCpyRep(nullptr, 16, abc, 6, "x", "a", -1, 1, 0) + StrCpyRep(dst, 16, nullptr, 6, "x", "a", -1, 1, 0) +
+                  StrCpyRep(dst, 16, abc, 6, "x", nullptr, -1, 1, 0),
+              0u);
+    EXPECT_EQ(StrCpyRepSize(abc, 3, "x", "foo", -1, &newLen, 1, 0), 0u);
+    EXPECT_EQ(newLen, 3u); // none past the length
+    EXPECT_EQ(StrCpyRep(dst, 4, abc, 3, "x", "foo", -1, 1, 0), 0u);
+    EXPECT_STREQ(dst, "abc");
 }
 
 } // namespace

@@ -22,12 +22,22 @@
 namespace {
 
 using Names = std::vector<std::wstring>;
-std::wstring widen(const std::string &ascii) { return std::wstring(ascii.begin(), ascii.end()); }
-std::wstring take(wchar_t *text) { std::wstring kept = text ? text : L"(null)"; free(text); return kept; }
+std::wstring widen(const std::string &ascii)
+{
+    return std::wstring(ascii.begin(), ascii.end());
+}
+std::wstring take(wchar_t *text)
+{
+    std::wstring kept = text ? text : L"(null)";
+    free(text);
+    return kept;
+}
 
 TEST(QvSystemNames, BaseAndExtensionPointIntoThePath)
 {
-    const struct { const char *path, *base, *ext; } cases[] = {
+    const struct {
+        const char *path, *base, *ext;
+    } cases[] = {
         {"dir/sub\\name.txt", "name.txt", ".txt"},
         {"c:name", "name", ""},
         {"dir/", "", ""},
@@ -48,18 +58,17 @@ TEST(QvSystemNames, BaseAndExtensionPointIntoThePath)
 
 TEST(QvSystemPaths, CleanUpNarrowAndWide)
 {
-    const struct { const char *in, *out; } cases[] = {
-        {"dir\\sub\\file.txt \t", "dir/sub/file.txt"},
-        {"   ", ""},
-        {" lead\\", " lead/"},
-        {"a!", "a!"},  // 33 is kept
-        {"\xC3\xA9/x\xC3\xA9 ", "\xC3\xA9/x"},  // signed bytes: a UTF-8 ending is cut
+    const struct {
+        const char *in, *out;
+    } cases[] = {
+        {"dir\\sub\\file.txt \t", "dir/sub/file.txt"}, {"   ", ""}, {" lead\\", " lead/"}, {"a!", "a!"}, // 33 is kept
+        {"\xC3\xA9/x\xC3\xA9 ", "\xC3\xA9/x"}, // signed bytes: a UTF-8 ending is cut
     };
     for (const auto &c : cases)
         EXPECT_STREQ(FixPathSeparatorA(std::string(c.in).data()), c.out) << c.in;
     wchar_t accented[] = L"d\\f\u00e9 \t", negative[] = {L'a', static_cast<wchar_t>(0x80000041), 0};
     EXPECT_STREQ(FixPathSeparator(accented), L"d/f\u00e9");
-    EXPECT_STREQ(FixPathSeparator(negative), L"a");  // signed: a blank
+    EXPECT_STREQ(FixPathSeparator(negative), L"a"); // signed: a blank
     EXPECT_TRUE(!FixPathSeparatorA(nullptr) && !FixPathSeparator(nullptr));
 }
 
@@ -70,14 +79,22 @@ protected:
         char pattern[] = "/tmp/qvsystem_files_XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
         root_ = pattern;
-        for (const std::string name : {"abc", "ac", "abcd", "a.b.txt", "x.txt", "noext", "name.", ".hidden", "sub/", "sub.d/", ".hiddendir/"})
+        for (const std::string name :
+             {"abc", "ac", "abcd", "a.b.txt", "x.txt", "noext", "name.", ".hidden", "sub/", "sub.d/", ".hiddendir/"})
             name.back() == '/' ? (void)mkdir(at(name).c_str(), 0755) : write(name, "");
     }
     void TearDown() override { std::filesystem::remove_all(root_); }
     std::string at(const std::string &name) const { return root_ + "/" + name; }
     std::wstring wideAt(const std::wstring &name) const { return widen(root_) + L"/" + name; }
-    void write(const std::string &name, const std::string &text) const { std::ofstream(at(name), std::ios::binary) << text; }
-    std::string read(const std::string &name) const { std::ifstream in(at(name), std::ios::binary); return {std::istreambuf_iterator<char>(in), {}}; }
+    void write(const std::string &name, const std::string &text) const
+    {
+        std::ofstream(at(name), std::ios::binary) << text;
+    }
+    std::string read(const std::string &name) const
+    {
+        std::ifstream in(at(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
     bool exists(const std::string &name) const { return std::filesystem::exists(at(name)); }
     std::string root_;
 };
@@ -96,13 +113,17 @@ Names listed(const wchar_t *folder, const wchar_t *mask, int files = 1, bool byE
 
 TEST_F(QvSystemFiles, ListByMask)
 {
-    const struct { const wchar_t *mask; int files; Names expected; } cases[] = {
-        {L"*", 1, {L"a.b.txt", L"abc", L"abcd", L"ac", L"name.", L"noext", L"x.txt"}},  // no hidden ones
+    const struct {
+        const wchar_t *mask;
+        int files;
+        Names expected;
+    } cases[] = {
+        {L"*", 1, {L"a.b.txt", L"abc", L"abcd", L"ac", L"name.", L"noext", L"x.txt"}}, // no hidden ones
         {L"*.*", 1, {L"a.b.txt", L"x.txt"}},
-        {L"*.txt", 1, {L"x.txt"}},  // the star stops at the first dot
+        {L"*.txt", 1, {L"x.txt"}}, // the star stops at the first dot
         {L"*.", 1, {L"name."}},
         {L"a?c", 1, {L"abc"}},
-        {L"abc*", 1, {L"abcd"}},  // 'abc' is used up before the star
+        {L"abc*", 1, {L"abcd"}}, // 'abc' is used up before the star
         {L"", 1, {}},
         {L"*", 0, {L"sub", L"sub.d"}},
     };
@@ -111,7 +132,7 @@ TEST_F(QvSystemFiles, ListByMask)
     EXPECT_EQ(FFileMaskMatch(nullptr, L"*") + FFileMaskMatch(L"", L"*") + FFileMaskMatch(L"abc", nullptr), 0);
     EXPECT_EQ(listed(widen(root_ + "/*.txt").c_str(), nullptr), Names{L"x.txt"});
     EXPECT_EQ(listed(widen(root_ + "\\a?c").c_str(), nullptr), Names{L"abc"});
-    EXPECT_EQ(listed(L"/tmp", nullptr), Names{});  // empty folder part
+    EXPECT_EQ(listed(L"/tmp", nullptr), Names{}); // empty folder part
     for (const wchar_t *folder : {static_cast<const wchar_t *>(nullptr), L"", L"/no/such/folder"})
         EXPECT_EQ(listed(folder, L"*"), Names{});
     // By descriptor: the same listing twice from one descriptor, none from -1.
@@ -136,8 +157,9 @@ TEST_F(QvSystemFiles, ListGrowsAndKeepsWholeNames)
     }
     const Names names = listed(widen(root_).c_str(), L"*.dat");
     EXPECT_TRUE(names.size() == 120 && std::adjacent_find(names.begin(), names.end()) == names.end());
-    const std::wstring longExt(253, L'e');  // the longest a name allows
-    for (const std::string &name : {std::string(255, 'n'), std::string("\xC3\xA9t\xC3\xA9.txt"), "x." + std::string(253, 'e')})
+    const std::wstring longExt(253, L'e'); // the longest a name allows
+    for (const std::string &name :
+         {std::string(255, 'n'), std::string("\xC3\xA9t\xC3\xA9.txt"), "x." + std::string(253, 'e')})
         write(name, "");
     EXPECT_EQ(listed(widen(root_).c_str(), L"nn*"), Names{std::wstring(255, L'n')});
     EXPECT_EQ(listed(widen(root_).c_str(), L"?t?.*"), Names{L"\u00e9t\u00e9.txt"});
@@ -145,7 +167,7 @@ TEST_F(QvSystemFiles, ListGrowsAndKeepsWholeNames)
     EXPECT_EQ(listed(widen(root_).c_str(), L".d", 0, true), Names{L"sub.d"});
     EXPECT_EQ(listed(widen(root_).c_str(), nullptr, 1, true), Names{L"name."});
     EXPECT_EQ(listed(widen(root_).c_str(), (L"." + longExt).c_str(), 1, true), Names{L"x." + longExt});
-    EXPECT_EQ(listed(widen(root_).c_str(), std::wstring(258, L'e').c_str(), 1, true), Names{});  // past the mask buffer
+    EXPECT_EQ(listed(widen(root_).c_str(), std::wstring(258, L'e').c_str(), 1, true), Names{}); // past the mask buffer
 }
 
 TEST_F(QvSystemFiles, WorkingFolderChangedAndRestored)
@@ -154,11 +176,11 @@ TEST_F(QvSystemFiles, WorkingFolderChangedAndRestored)
     std::string child = root_ + "\\sub\t";
     wchar_t parent[] = L"..\\", empty[] = L"", missing[] = L"/no/such/folder";
     EXPECT_EQ(IChDirA(child.data()), 1);
-    EXPECT_EQ(child.c_str(), at("sub"));  // cleaned in place
+    EXPECT_EQ(child.c_str(), at("sub")); // cleaned in place
     EXPECT_EQ(take(SGetCwd()), widen(at("sub")));
     EXPECT_EQ(IChDir(parent), 1);
     EXPECT_STREQ(parent, L"../");
-    EXPECT_EQ(listed(L"*.txt", nullptr), Names{L"x.txt"});  // no folder part: the working folder
+    EXPECT_EQ(listed(L"*.txt", nullptr), Names{L"x.txt"}); // no folder part: the working folder
     EXPECT_EQ(IChDir(nullptr) + IChDir(empty) + IChDirA(nullptr) + IChDir(missing), 0);
     char *narrow = SGetCwdA();
     EXPECT_STREQ(narrow, root_.c_str());
@@ -177,7 +199,7 @@ TEST_F(QvSystemFiles, OpenForWritingCreatesMissingFolders)
         EXPECT_EQ(FileOpenA(at("none/x.txt").c_str(), mode), nullptr) << (mode ? mode : "(null)");
     EXPECT_EQ(FileOpen(wideAt(L"none/x.txt").c_str(), L"a"), nullptr);
     EXPECT_FALSE(exists("none"));
-    EXPECT_EQ(FileOpenA(at("abc/sub/x.txt").c_str(), "w"), nullptr);  // a file in the way
+    EXPECT_EQ(FileOpenA(at("abc/sub/x.txt").c_str(), "w"), nullptr); // a file in the way
     EXPECT_TRUE(!FileOpenA(nullptr, "w") && !FileOpen(nullptr, L"w"));
 }
 
@@ -186,22 +208,28 @@ TEST_F(QvSystemFiles, RenameRemoveAndExistence)
     EXPECT_EQ(IFileRenameA(at("abc").c_str(), (at("b") + " ").c_str()), 0);
     EXPECT_EQ(IFileRename(wideAt(L"b").c_str(), wideAt(L"\u00e9").c_str()), 0);
     EXPECT_TRUE(exists("\xC3\xA9") && !exists("abc") && !exists("b"));
-    EXPECT_EQ(IFileRenameA(at("missing").c_str(), at("c").c_str()) + IFileRename(wideAt(L"\u00e9").c_str(), nullptr), -2);
+    EXPECT_EQ(IFileRenameA(at("missing").c_str(), at("c").c_str()) + IFileRename(wideAt(L"\u00e9").c_str(), nullptr),
+              -2);
     EXPECT_EQ(IFileRemove(wideAt(L"\u00e9").c_str()), 0);
-    EXPECT_EQ(IFileRemoveA(at("ac\xC3\xA9").c_str()), 0);  // the narrow clean-up names "ac"
-    EXPECT_EQ(IFileRemoveA((at("sub.d") + "\t").c_str()), 0);  // an empty folder
+    EXPECT_EQ(IFileRemoveA(at("ac\xC3\xA9").c_str()), 0);     // the narrow clean-up names "ac"
+    EXPECT_EQ(IFileRemoveA((at("sub.d") + "\t").c_str()), 0); // an empty folder
     EXPECT_FALSE(exists("\xC3\xA9") || exists("ac") || exists("sub.d"));
     EXPECT_EQ(IFileRemoveA(at("missing").c_str()) + IFileRemoveA(nullptr), -2);
-    const struct { std::string path; int file, folder; } cases[] = {
+    const struct {
+        std::string path;
+        int file, folder;
+    } cases[] = {
         {at("noext"), 1, 0},
         {at("sub"), 1, 1},
         {at("missing"), 0, 0},
-        {at("sub") + " ", 1, 0},  // only the file test cleans
+        {at("sub") + " ", 1, 0}, // only the file test cleans
         {"", 0, 0},
     };
     for (const auto &c : cases)
-        EXPECT_EQ((std::vector{IFileExistsA(c.path.c_str()), IFileExists(widen(c.path).c_str()), IFolderExistsA(c.path.c_str()),
-                               IFolderExists(widen(c.path).c_str())}), (std::vector{c.file, c.file, c.folder, c.folder})) << c.path;
+        EXPECT_EQ((std::vector{IFileExistsA(c.path.c_str()), IFileExists(widen(c.path).c_str()),
+                               IFolderExistsA(c.path.c_str()), IFolderExists(widen(c.path).c_str())}),
+                  (std::vector{c.file, c.file, c.folder, c.folder}))
+            << c.path;
     EXPECT_EQ(IFileExists(nullptr) + IFolderExistsA(nullptr), 0);
 }
 
@@ -210,9 +238,9 @@ TEST_F(QvSystemFiles, CopyAndStreamQueries)
     const std::string copied = std::string(10, 'N') + std::string(90, 'o');
     write("from", std::string(10, 'N'));
     write("to", std::string(100, 'o'));
-    EXPECT_EQ(IFileCopyA(at("to").c_str(), at("from").c_str()), 0);  // over a longer file
+    EXPECT_EQ(IFileCopyA(at("to").c_str(), at("from").c_str()), 0); // over a longer file
     EXPECT_EQ(read("to"), copied);
-    std::string big;  // more than one 16384-byte chunk
+    std::string big; // more than one 16384-byte chunk
     for (int i = 0; i < 5000; ++i)
         big += std::to_string(i);
     write("big", big);
@@ -230,20 +258,20 @@ TEST_F(QvSystemFiles, CopyAndStreamQueries)
     ASSERT_EQ(utimes(at("to").c_str(), times), 0);
     FILE *file = FileOpenA(at("to").c_str(), nullptr);
     ASSERT_NE(file, nullptr);
-    EXPECT_EQ(fputc('x', file), EOF);  // read only by default
+    EXPECT_EQ(fputc('x', file), EOF); // read only by default
     EXPECT_EQ(LFileLength(file), 100);
     EXPECT_EQ(LFileTime1970(file), 1234567890);
-    close(fileno(file));  // the stream outlives its descriptor
+    close(fileno(file)); // the stream outlives its descriptor
     EXPECT_EQ(LFileLength(file) + LFileTime1970(file) + LFileLength(nullptr), -3);
     fclose(file);
 }
 
 TEST(QvSystemProcess, ShellExecutableAndModuleFolders)
 {
-    EXPECT_EQ(ISystemCallA("exit 3"), 3 << 8);  // the wait status as it comes
+    EXPECT_EQ(ISystemCallA("exit 3"), 3 << 8); // the wait status as it comes
     const std::string exe = std::filesystem::canonical("/proc/self/exe").string();
     EXPECT_EQ(take(SGetExeFullPath()), widen(exe));
-    EXPECT_EQ(take(SGetModuleFolder(nullptr)), widen(exe.substr(0, exe.rfind('/') + 1)));  // keeps the '/'
+    EXPECT_EQ(take(SGetModuleFolder(nullptr)), widen(exe.substr(0, exe.rfind('/') + 1))); // keeps the '/'
     EXPECT_EQ(SGetModuleFolder(L"x"), nullptr);
 }
 
@@ -253,7 +281,7 @@ TEST(QvSystemProcess, DynamicLoadingAndModuleOfAddress)
     char libm[] = "libm.so.6 \t", missing[] = "nosuch.so";
     void *cosine = GetDynamicLink(libm, "cos", &code[0]);
     ASSERT_NE(cosine, nullptr);
-    EXPECT_STREQ(libm, "libm.so.6");  // cleaned in place
+    EXPECT_STREQ(libm, "libm.so.6"); // cleaned in place
     EXPECT_EQ(reinterpret_cast<double (*)(double)>(cosine)(0.0), 1.0);
     EXPECT_EQ(GetDynamicLink(missing, "cos", &code[1]), nullptr);
     EXPECT_EQ(GetDynamicLink(libm, "no_such_symbol_qv", &code[2]), nullptr);
@@ -266,7 +294,7 @@ TEST(QvSystemProcess, DynamicLoadingAndModuleOfAddress)
     ASSERT_NE(dladdr(cosine, &info), 0);
     const std::string file = info.dli_fname, folder = file.substr(0, file.rfind('/'));
     EXPECT_EQ(take(SGetModuleFolderOf(cosine, 0)), widen(file));
-    EXPECT_EQ(take(SGetModuleFolderOf(cosine, 1)), widen(folder));  // drops the '/'
+    EXPECT_EQ(take(SGetModuleFolderOf(cosine, 1)), widen(folder)); // drops the '/'
     EXPECT_EQ(take(SGetModuleFolderOf(cosine, INT32_MAX)), L"");
     EXPECT_EQ(SGetModuleFolderOf(nullptr, 1), nullptr);
 }
@@ -282,7 +310,8 @@ TEST(QvSystemProcess, EnvironmentSetAndUnsetByTheTest)
     EXPECT_EQ(take(SGetEnv(L"QVSYSTEM_TEST_VARIABLE")), L"caf\u00e9");
     EXPECT_EQ(take(SGetUserFolder()), L"/home/qv");
     ASSERT_EQ(unsetenv("QVSYSTEM_TEST_VARIABLE") + unsetenv("HOME"), 0);
-    EXPECT_TRUE(!SGetEnv(L"QVSYSTEM_TEST_VARIABLE") && !SGetEnvA("QVSYSTEM_TEST_VARIABLE") && !SGetUserFolder() && !SGetEnv(nullptr));
+    EXPECT_TRUE(!SGetEnv(L"QVSYSTEM_TEST_VARIABLE") && !SGetEnvA("QVSYSTEM_TEST_VARIABLE") && !SGetUserFolder() &&
+                !SGetEnv(nullptr));
     if (home)
         setenv("HOME", savedHome.c_str(), 1);
 }
@@ -290,13 +319,15 @@ TEST(QvSystemProcess, EnvironmentSetAndUnsetByTheTest)
 TEST(QvSystemProcess, WideTextToNumbers)
 {
     const std::wstring blanks = std::wstring(30, L' ') + L"123", accents = std::wstring(16, L'\u00e9') + L"5";
-    const struct { const wchar_t *text; int64_t integer; double real; } cases[] = {
-        {L"42abc", 42, 42.0},
-        {L"  2.5e3", 2, 2500.0},
-        {nullptr, 0, 0.0},
-        {L"9223372036854775807", INT64_MAX, 9223372036854775807.0},
-        {blanks.c_str(), 1, 1.0},   // only 31 bytes are read
-        {accents.c_str(), 0, 0.0},  // 32 bytes of accents first
+    const struct {
+        const wchar_t *text;
+        int64_t integer;
+        double real;
+    } cases[] = {
+        {L"42abc", 42, 42.0},      {L"  2.5e3", 2, 2500.0},
+        {nullptr, 0, 0.0},         {L"9223372036854775807", INT64_MAX, 9223372036854775807.0},
+        {blanks.c_str(), 1, 1.0},  // only 31 bytes are read
+        {accents.c_str(), 0, 0.0}, // 32 bytes of accents first
     };
     for (const auto &c : cases)
         EXPECT_TRUE(TAtoI(c.text) == c.integer && TAtoF(c.text) == c.real) << (c.text ? c.text : L"(null)");

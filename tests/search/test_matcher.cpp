@@ -2,10 +2,13 @@
 // it gets and where the line counter stands.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <iterator>
 #include <random>
 #include <string>
+#include <utility>
 
 #include "capture.h"
 #include "fyndle.h"
@@ -35,13 +38,7 @@ Search runSearch(const std::string &options, std::string pattern, const std::str
 {
     auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
     g_fBinary = has('b');
-    g_fMatchCase = has('c');
-    if (!g_fMatchCase)
-        for (char &ch : pattern)
-            ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern.c_str(), &g_chFirst, has('r'));
-    if (!g_fMatchCase)
-        WidenPatternForCase(g_aiPattern);
+    PreparePattern(pattern.data(), has('r'), has('c'));
     Search s;
     StdoutCapture capture;
     s.found = iGrepText(name, text.data(), static_cast<int>(text.size()), &s.offset, &s.line, text.data(), has('w'));
@@ -126,29 +123,125 @@ TEST(Matcher, HowFarTheSearchGetsAndTheLineCount)
     EXPECT_EQ(line, 3);
 }
 
-// The skipping scans must give exactly what the plain attempt-by-attempt
-// search gives: reports, count, bytes consumed and lines counted, also for
-// attempts that run off the window's end.
+// A random -r pattern of up to six elements: first elements that accept one,
+// two, three or many bytes, sets with 'z', negated sets, escapes, '.', '$',
+// and '*' or '+' after any element that takes one.
+std::string randomPattern(std::mt19937 &rng)
+{
+    const char *elements[] = {"s", "a", "_", "[ab]", "[sz]", "[a-z]", "[xyz]", "[^s]", "[^_ ]", "\\~a", "\\.", ".", "[Z_]"};
+    const char *suffixes[] = {"", "", "*", "+"};
+    std::string pattern;
+    const int count = 1 + static_cast<int>(rng() % 6);
+    for (int k = 0; k < count; ++k) {
+        if (k == count - 1 && rng() % 6 == 0) {
+            pattern += '$';
+            break;
+        }
+        const char *element = elements[rng() % std::size(elements)];
+        pattern += element;
+        if (std::strcmp(element, ".") != 0)
+            pattern += suffixes[rng() % std::size(suffixes)];
+    }
+    return pattern;
+}
+
+// Random text over a small alphabet, at times with long runs of one byte
+// and without any newline.
+std::string randomText(std::mt19937 &rng, size_t size)
+{
+    const std::string alphabet = rng() % 3 ? "sab_zZxS .\n\r" : "sabzx_";
+    std::string text;
+    while (text.size() < size) {
+        const char ch = alphabet[rng() % alphabet.size()];
+        text.append(rng() % 8 ? 1 : 1 + rng() % 300, ch);
+    }
+    text.resize(size);
+    return text;
+}
+
+// Searches text as the scanner does, in windows of at most `window` bytes
+// that carry what was not consumed (a window that consumed nothing moves on
+// by one byte); with a MatchState per text, or alone window by window.
+Search searchWindows(const std::string &text, int window, bool keepState, int matchWord)
+{
+    Search s;
+    MatchState state{};
+    StdoutCapture capture;
+    for (int64_t at = 0; at < static_cast<int64_t>(text.size());) {
+        const int len = static_cast<int>(std::min<int64_t>(window, static_cast<int64_t>(text.size()) - at));
+        const int64_t before = s.offset;
+        s.found += keepState ? SearchWindow(&state, at, "f", text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord)
+                             : iGrepText("f", text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord);
+        at += std::max<int64_t>(s.offset - before, 1);
+    }
+    s.out = capture.take();
+    return s;
+}
+
+// The shortcuts (skipping scans, remembered and carried paths) must give
+// exactly what the plain attempt-by-attempt search gives: reports, count,
+// bytes consumed and lines counted, over single windows and over texts
+// searched window by window.
 TEST(Matcher, ShortcutsChangeNothing)
 {
-    const char *patterns[] = {"s[a-z]*_t", "s[ab]*_", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st",
-                              "s[^s]*s_", "ab_", "a\\~b_", "[ab]_s", "s.*t", "sa"};
-    const std::string alphabet = "sab_tST \n\r";
+    const char *fixed[] = {"s[a-z]*_t", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st", "ab_", "[ab]_s", "sa"};
     std::mt19937 rng(7);
-    for (int round = 0; round < 4000; ++round) {
-        std::string text(1 + rng() % 200, ' ');
-        for (char &ch : text)
-            ch = alphabet[rng() % alphabet.size()];
+    for (int round = 0; round < 3000; ++round) {
+        const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
+        const std::string text = randomText(rng, 1 + rng() % (round % 10 ? 200 : 2000));
         const std::string options = std::string("r") + (round % 2 ? "b" : "") + (round % 3 ? "" : "c") + (round % 5 ? "" : "w");
-        const char *pattern = patterns[rng() % std::size(patterns)];
+        const std::string context = options + " '" + pattern + "' over '" + text + "'";
         SetMatcherShortcuts(false);
         Search plain = runSearch(options, pattern, text);
+        Search plainWindows = searchWindows(text, 61, false, round % 5 == 0);
         SetMatcherShortcuts(true);
         Search fast = runSearch(options, pattern, text);
-        ASSERT_EQ(fast.out, plain.out) << options << " '" << pattern << "' over '" << text << "'";
-        ASSERT_EQ(fast.found, plain.found) << pattern;
-        ASSERT_EQ(fast.offset, plain.offset) << options << " '" << pattern << "' over '" << text << "'";
-        ASSERT_EQ(fast.line, plain.line) << options << " '" << pattern << "' over '" << text << "'";
+        Search fastWindows = searchWindows(text, 61, true, round % 5 == 0);
+        for (const auto &[got, want] : {std::pair(&fast, &plain), std::pair(&fastWindows, &plainWindows)}) {
+            ASSERT_EQ(got->out, want->out) << context;
+            ASSERT_EQ(got->found, want->found) << context;
+            ASSERT_EQ(got->offset, want->offset) << context;
+            ASSERT_EQ(got->line, want->line) << context;
+        }
+    }
+}
+
+// The work stays linear in the window's size on windows where every start
+// makes a long attempt: doubling the window at most doubles the states
+// worked, also for a text searched in windows that move on by one byte.
+TEST(Matcher, WorkGrowsLinearly)
+{
+    struct Shape {
+        const char *pattern;
+        char fill;      // the window is this byte...
+        char last;      // ...but for its last one
+        int window;     // searched in windows of this size (0: one window)
+    };
+    const Shape shapes[] = {
+        {"[a-z]*_q", 'a', ' ', 0}, {"[^\"]*\"q", 'a', '"', 0}, {"x[a-z]*_q", 'x', ' ', 0}, {"[a-z]+_", 'a', ' ', 0},
+        {"a[a-z]*[a-z]*_", 'a', ' ', 0}, {"[^ ]*_t ", 'q', ' ', 0}, {"[a-z]*_q", 'a', 'a', 512},
+        {"x[a-z]*_q", 'x', 'x', 512}, {"[^\"]*\"q", 'a', '"', 512},
+    };
+    for (const Shape &shape : shapes) {
+        int64_t steps[2];
+        for (int size : {2048, 4096}) {
+            std::string pattern = shape.pattern;
+            PreparePattern(pattern.data(), 1, 0);
+            std::string text(static_cast<size_t>(size) - 1, shape.fill);
+            text += shape.last;
+            MatchState state{};
+            int64_t offset = 0, line = 0;
+            const int window = shape.window > 0 ? shape.window : size;
+            for (int64_t at = 0; at < size;) {
+                const int len = static_cast<int>(std::min<int64_t>(window, size - at));
+                const int64_t before = offset;
+                SearchWindow(&state, at, nullptr, text.data() + at, len, &offset, &line, text.data() + at, 0);
+                at += std::max<int64_t>(offset - before, 1);
+            }
+            steps[size / 4096] = state.steps;
+            EXPECT_LE(state.steps, 4 * g_cPattern * size) << shape.pattern << " over " << size;
+        }
+        EXPECT_LE(steps[1], 2 * steps[0] + 64) << shape.pattern;
     }
 }
 

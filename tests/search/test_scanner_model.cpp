@@ -212,12 +212,14 @@ void compileFor(const SearchSetup &setup, bool widen)
     g_fFileNamesOnly = setup.namesOnly;
     g_fCountLines = 0;
     std::string pattern = setup.pattern;
+    if (widen) {
+        PreparePattern(pattern.data(), setup.regExp, setup.matchCase);
+        return;
+    }
     if (!setup.matchCase)
         for (char &ch : pattern)
             ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern.c_str(), &g_chFirst, setup.regExp);
-    if (widen && !setup.matchCase)
-        WidenPatternForCase(g_aiPattern);
 }
 
 class ScannerModel : public testing::Test {

@@ -35,11 +35,13 @@ int main(void)
         check(strcmp(copy, "hello, world") == 0, "StrLower folds");
         check(end == copy + strlen(copy), "StrLower returns the end");
     }
-    wide = A2T_dup("gr\xC3\xBC\xC3\x9F" "e");      /* "grüße" in UTF-8 */
-    check(wide != NULL && wcslen(wide) == 5 && wide[2] == 0xFC && wide[3] == 0xDF,
-          "A2T_dup decodes UTF-8");
+    wide = A2T_dup("gr\xC3\xBC\xC3\x9F"
+                   "e"); /* "grüße" in UTF-8 */
+    check(wide != NULL && wcslen(wide) == 5 && wide[2] == 0xFC && wide[3] == 0xDF, "A2T_dup decodes UTF-8");
     T2A_cpy(narrow, sizeof narrow, wide);
-    check(strcmp(narrow, "gr\xC3\xBC\xC3\x9F" "e") == 0, "T2A_cpy encodes UTF-8");
+    check(strcmp(narrow, "gr\xC3\xBC\xC3\x9F"
+                         "e") == 0,
+          "T2A_cpy encodes UTF-8");
 
     /* qvstdlib: a plain table of strings, released with TabFreePlain. */
     {
@@ -49,7 +51,7 @@ int main(void)
             table[0] = copy;
             table[1] = StrDup("second");
             check(table[1] != NULL && strcmp(table[1], "second") == 0, "StrDup into a table");
-            TabFreePlain(table, 2, 1);   /* frees copy too */
+            TabFreePlain(table, 2, 1); /* frees copy too */
             copy = NULL;
         }
     }

@@ -35,10 +35,11 @@ int main()
     check(std::string(upper) == "mixed case", "StrLower");
     std::free(upper);
 
-    wchar_t *wide = A2T_dup("\xE2\x82\xAC" "5");   // "€5"
+    wchar_t *wide = A2T_dup("\xE2\x82\xAC"
+                            "5"); // "€5"
     check(wide != nullptr && std::wcscmp(wide, L"\u20AC5") == 0, "A2T_dup");
     char narrow[4];
-    T2A_cpy(narrow, sizeof narrow, wide);   // room for the euro sign only
+    T2A_cpy(narrow, sizeof narrow, wide); // room for the euro sign only
     check(std::string(narrow) == "\xE2\x82\xAC", "T2A_cpy cuts at the size");
     std::free(wide);
 
@@ -53,8 +54,7 @@ int main()
     MatI(m, 2);
     m[0][1] = -3.0;
     double **copy = MatDup(m, 2, 2);
-    check(copy != nullptr && copy[0][0] == 1.0 && copy[0][1] == -3.0 && copy[1][1] == 1.0,
-          "MatDup of an identity");
+    check(copy != nullptr && copy[0][0] == 1.0 && copy[0][1] == -3.0 && copy[1][1] == 1.0, "MatDup of an identity");
     MatFreeBlock(copy);
     MatFreeBlock(m);
 

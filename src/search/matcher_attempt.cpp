@@ -1,0 +1,224 @@
+// Attempt engine.
+//
+// An attempt walks through states (element k, position p): k never goes
+// down and p never goes back. Which state comes next depends only on the
+// state and the text byte there (a '+' that refuses a byte looks at the next
+// element's count, which is always 0 at that moment, so it always fails),
+// never on where the attempt began. Hence:
+// - every state of a path that failed fails again, and every state of a
+//   path that matched leads to the same match end;
+// - two paths that share a state are one path from there on, and a path
+//   that begins later never passes a path that began earlier without
+//   sharing a state with it. So per element only the last path through it
+//   needs keeping: a later attempt reaches that element at or after the
+//   path's first position there, and is either inside the path's stretch
+//   (and ends as it did) or past it, on states nobody has worked.
+// - a path that ran into the window's end follows the same states in the
+//   next window, which holds the same text up to at least the same end; it
+//   is carried, and whoever joins it goes on from its frontier.
+// So every state is worked at most once per file, and each attempt costs,
+// besides new states, one check per element it reaches.
+#include "matcher_attempt.h"
+
+namespace {
+
+// Per element of one attempt: its first and last window index there.
+struct Stretch {
+    int64_t first[kMaxElements + 1];
+    int64_t last[kMaxElements + 1];
+};
+
+// The carried path went on from its frontier up to element lastRow: its
+// stretches there grow by what this attempt worked.
+void extendCarried(MatchState &state, const Stretch &stretch, int64_t base, int lastRow)
+{
+    for (int k = state.pendElement; k >= 0 && k <= lastRow && k < kMaxElements; ++k) {
+        if (k > state.pendElement)
+            state.pendLo[k] = base + stretch.first[k];
+        state.pendHi[k] = base + stretch.last[k];
+    }
+    if (lastRow + 1 > state.pendRows)
+        state.pendRows = lastRow + 1;
+}
+
+// Records an attempt that ended in `result` (match end or kPathFails):
+// its own elements firstRow..ownEnd-1 become the last path of this window
+// there; when it had joined the carried path, that path gets the same
+// outcome and what it worked from the frontier up to element lastRow.
+void record(MatchState &state, const Stretch &stretch, int64_t base, int firstRow, int ownEnd, bool joined,
+            int lastRow, int64_t result)
+{
+    for (int k = firstRow; k < ownEnd; ++k) {
+        state.memoLo[k] = base + stretch.first[k];
+        state.memoHi[k] = base + stretch.last[k];
+        state.memoEnd[k] = result;
+    }
+    if (ownEnd > state.memoRows)
+        state.memoRows = ownEnd;
+    if (joined) {
+        extendCarried(state, stretch, base, lastRow);
+        state.pendEnd = result;
+    }
+}
+
+// Records an attempt that ran off the window at the frontier (element,
+// pos): it becomes the carried path (joined to the old one when it went on
+// from there).
+void carry(MatchState &state, Stretch &stretch, int64_t base, int firstRow, int ownEnd, bool joined, int element,
+           int64_t pos)
+{
+    stretch.last[element] = pos;
+    if (joined) {
+        extendCarried(state, stretch, base, element);
+    } else {
+        ownEnd = element + 1;
+        state.pendRows = ownEnd;
+    }
+    // Its own elements before the joint: later attempts meet it there, not
+    // the older path, which lies before it.
+    for (int k = firstRow; k < ownEnd; ++k) {
+        state.pendLo[k] = base + stretch.first[k];
+        state.pendHi[k] = base + stretch.last[k];
+    }
+    if (!joined || firstRow < state.pendFirst)
+        state.pendFirst = firstRow;
+    state.pendElement = element;
+    state.pendPos = base + pos;
+    state.pendEnd = kPathPending;
+    state.pendValid = true;
+}
+
+} // namespace
+
+Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos,
+                   int element, int64_t *end)
+{
+    const int count = g_cPattern;
+    const bool memo = state.useMemo;
+    Stretch stretch;
+    const int firstRow = element;
+    int ownEnd = kMaxElements + 1;  // where this attempt joined the carried path
+    bool joined = false;
+    if (pos >= len) {
+        if (memo) {
+            stretch.first[element] = pos;
+            carry(state, stretch, base, firstRow, firstRow, false, element, pos);
+        }
+        return Outcome::RanOut;
+    }
+    int64_t steps = 0;
+    g_aiMatchCount[element] = 0;
+    stretch.first[element] = pos;
+    bool entering = memo;
+    for (;;) {
+        if (entering) {
+            entering = false;
+            const int64_t at = base + pos;
+            if (element < state.memoRows && state.memoLo[element] <= at && at <= state.memoHi[element]) {
+                const int64_t result = state.memoEnd[element];
+                state.steps += steps;
+                record(state, stretch, base, firstRow, joined ? ownEnd : element, joined, element - 1, result);
+                if (result == kPathFails)
+                    return Outcome::Fail;
+                *end = result - base;
+                return Outcome::Success;
+            }
+            if (!joined && state.pendValid && element >= state.pendFirst && element < state.pendRows &&
+                state.pendLo[element] <= at && at <= state.pendHi[element]) {
+                ownEnd = element;
+                if (state.pendEnd != kPathPending) {
+                    const int64_t result = state.pendEnd;
+                    state.steps += steps;
+                    record(state, stretch, base, firstRow, element, false, -1, result);
+                    if (result == kPathFails)
+                        return Outcome::Fail;
+                    *end = result - base;
+                    return Outcome::Success;
+                }
+                joined = true;
+                element = state.pendElement;
+                pos = state.pendPos - base;
+                stretch.first[element] = state.pendLo[element] - base;
+                if (pos >= len) {
+                    state.steps += steps;
+                    carry(state, stretch, base, firstRow, ownEnd, true, element, pos);
+                    return Outcome::RanOut;
+                }
+            }
+        }
+        ++steps;
+        const int previous = element;
+        const uint32_t flags = g_aiPatCount[element];
+        const uint32_t bit = 1u << element;
+        const uint32_t flip = (flags & kFlagNegated) ? bit : 0u;
+        const bool accepted = ((g_aiPattern[text[pos]] ^ flip) & bit) != 0;
+        int32_t &matched = g_aiMatchCount[element];
+        matched = accepted ? matched + 1 : -matched;
+
+        bool consumed = accepted;
+        if (flags & (kFlagStar | kFlagPlus)) {
+            if (accepted) {
+                // Take the whole run of accepted bytes at once.
+                int64_t run = pos + 1;
+                while (run < len && ((g_aiPattern[text[run]] ^ flip) & bit))
+                    ++run;
+                steps += run - pos - 1;
+                if (run >= len) {
+                    state.steps += steps;
+                    if (memo)
+                        carry(state, stretch, base, firstRow, ownEnd, joined, element, len);
+                    return Outcome::RanOut;
+                }
+                matched += static_cast<int32_t>(run - pos - 1);
+                pos = run;
+                continue;
+            }
+            // Going on after a '+' needs the next element to have accepted
+            // bytes in this attempt already, which it cannot have, not
+            // being reached yet: the attempt fails.
+            if (flags & kFlagPlus) {
+                stretch.last[element] = pos;
+                state.steps += steps;
+                if (memo)
+                    record(state, stretch, base, firstRow, joined ? ownEnd : element + 1, joined, element, kPathFails);
+                return Outcome::Fail;
+            }
+            ++element;
+        } else if (flags & kFlagOptional) {
+            ++element;
+        } else {
+            ++element;
+            if (!accepted) {
+                state.steps += steps;
+                if (pos + 1 >= len) {
+                    if (memo)
+                        carry(state, stretch, base, firstRow, ownEnd, joined, previous, pos);
+                    return Outcome::RanOut;
+                }
+                stretch.last[previous] = pos;
+                if (memo)
+                    record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous, kPathFails);
+                return Outcome::Fail;
+            }
+        }
+        stretch.last[previous] = pos;
+        if (element >= count) {
+            *end = pos + 1;
+            state.steps += steps;
+            if (memo)
+                record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous, base + *end);
+            return Outcome::Success;
+        }
+        g_aiMatchCount[element] = 0;
+        if (consumed && ++pos >= len) {
+            state.steps += steps;
+            if (memo) {
+                stretch.first[element] = pos;
+                carry(state, stretch, base, firstRow, ownEnd, joined, element, pos);
+            }
+            return Outcome::RanOut;
+        }
+        stretch.first[element] = pos;
+        entering = memo;
+    }
+}

@@ -1,0 +1,133 @@
+// Search plan.
+//
+// Chooses, from the compiled pattern alone, the scans that let the matcher
+// pass over starts whose attempts are known to fail: the two rarest
+// one-byte elements of an all-single pattern or of a star-tail pattern's
+// tail (by a fixed table of byte frequencies in source text and prose), and
+// the bytes a first element of one byte accepts. Invariant: the plan only
+// names elements and values; whether a skip is safe is the finders' matter
+// (matcher_skip.cpp), which never skip an attempt that could run off the
+// window or succeed.
+#include "matcher_plan.h"
+
+SearchPlan g_plan;
+
+namespace {
+
+// How often a byte stands in typical source text and prose, most frequent
+// first; bytes not listed count as the rarest.
+constexpr const char kByteFrequency[] =
+    " etnirsaoc_ldu\nphfm\t*;(),/bg=ykvx.-w01TE2S3#ANRIDLCOPMF4U8BGXH6K5\"{}<>79[]'&+:|!WVYQJZjqz%?\\^~@$`";
+
+constexpr int byteRank(unsigned char byte)
+{
+    for (int i = 0; kByteFrequency[i] != 0; ++i)
+        if (static_cast<unsigned char>(kByteFrequency[i]) == byte)
+            return i;
+    return 255;
+}
+
+// The values element k accepts, up to three of them, and how many there are.
+int acceptedValues(int element, unsigned char values[3])
+{
+    int found = 0;
+    for (int byte = 0; byte < 256; ++byte)
+        if ((g_aiPattern[byte] >> element) & 1u) {
+            if (found < 3)
+                values[found] = static_cast<unsigned char>(byte);
+            ++found;
+        }
+    return found;
+}
+
+// Picks, among the one-byte elements from..to-1, the two rarest that accept
+// one or two values (negated ones accept too many). Offsets count from
+// element `from`.
+ScanPair chooseScanPair(int from, int to)
+{
+    ScanPair scan{-1, 0, 0, -1, 0, 0};
+    unsigned char values[3];
+    int rarest = -1, secondRarest = -1;
+    for (int k = from; k < to; ++k) {
+        if (g_aiPatCount[k] & kFlagNegated)
+            continue;
+        int found = acceptedValues(k, values);
+        if (found < 1 || found > 2)
+            continue;
+        unsigned char other = found == 2 ? values[1] : values[0];
+        // A pair of values is as frequent as its more frequent member.
+        int rank = byteRank(values[0]) < byteRank(other) ? byteRank(values[0]) : byteRank(other);
+        if (rank > rarest) {
+            secondRarest = rarest;
+            scan.pair = scan.rare;
+            scan.pairA = scan.rareA;
+            scan.pairB = scan.rareB;
+            rarest = rank;
+            scan.rare = k - from;
+            scan.rareA = values[0];
+            scan.rareB = other;
+        } else if (rank > secondRarest) {
+            secondRarest = rank;
+            scan.pair = k - from;
+            scan.pairA = values[0];
+            scan.pairB = other;
+        }
+    }
+    return scan;
+}
+
+} // namespace
+
+void PlanSearch()
+{
+    SearchPlan &plan = g_plan;
+    plan = SearchPlan{};
+    plan.count = g_cPattern;
+    const unsigned char first = g_chFirst;
+    plan.firstOther =
+        (!g_fMatchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
+
+    // Every element must take exactly one byte.
+    plan.literal = g_cPattern > 0;
+    for (int k = 0; k < g_cPattern; ++k) {
+        const uint32_t flags = g_aiPatCount[k];
+        if ((flags & ~kFlagNegated) != kFlagSingle)
+            plan.literal = false;
+        if (flags & kFlagNegated)
+            plan.negated |= 1u << k;
+    }
+    if (plan.literal) {
+        plan.scan = chooseScanPair(0, g_cPattern);
+        plan.literal = plan.scan.rare >= 0;
+    }
+
+    // A first byte, a star, then at least one element of exactly one byte.
+    // The first byte alone decides element 0 (as in the ordinary scan).
+    plan.starTail = first != 0 && g_cPattern >= 3 && g_aiPatCount[0] == kFlagSingle &&
+                    (g_aiPatCount[1] & ~kFlagNegated) == kFlagStar;
+    for (int k = 2; k < g_cPattern && plan.starTail; ++k)
+        plan.starTail = (g_aiPatCount[k] & ~kFlagNegated) == kFlagSingle;
+    if (plan.starTail) {
+        plan.starBit = 1u << 1;
+        plan.starFlip = (g_aiPatCount[1] & kFlagNegated) ? plan.starBit : 0u;
+        plan.tailScan = chooseScanPair(2, g_cPattern);
+        plan.starTail = plan.tailScan.rare >= 0;
+    }
+
+    const uint32_t flags0 = g_aiPatCount[0];
+    plan.skipFirst = first == 0 && g_cPattern > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
+    for (int byte = 0; byte < 256; ++byte)
+        plan.firstAccepts[byte] = (((g_aiPattern[byte] & 1u) != 0) != ((flags0 & kFlagNegated) != 0));
+    if (plan.skipFirst) {
+        int found = 0;
+        for (int byte = 0; byte < 256; ++byte)
+            if (plan.firstAccepts[byte]) {
+                if (found < 2)
+                    (found == 0 ? plan.firstA : plan.firstB) = static_cast<unsigned char>(byte);
+                ++found;
+            }
+        if (found == 1)
+            plan.firstB = plan.firstA;
+        plan.firstValues = found <= 2 ? found : 0;
+    }
+}

@@ -1,0 +1,44 @@
+// Search plan: what the compiled pattern lets the matcher skip, worked out
+// once when the pattern is prepared and read-only from then on, so that any
+// number of searches may read it at the same time.
+#pragma once
+
+#include <cstdint>
+
+#include "fyndle.h"
+
+// The one or two rarest elements of a run of one-byte elements, with the one
+// or two values each accepts, for a vector scan that checks both at once.
+struct ScanPair {
+    int rare;                   // offset of the rarest element, or -1: none fit
+    unsigned char rareA, rareB; // the values it accepts (equal when one)
+    int pair;                   // offset of the second rarest, or -1
+    unsigned char pairA, pairB; // the values that one accepts
+};
+
+struct SearchPlan {
+    int count;                  // g_cPattern when planned: 0 means no plan (no shortcut)
+    unsigned char firstOther;   // g_chFirst in its other case when the search ignores case, else g_chFirst
+    uint32_t negated;           // bit k: element k accepts what its table bit refuses
+
+    bool literal;               // every element takes exactly one byte
+    ScanPair scan;              // literal: offsets from the match start
+
+    bool starTail;              // first byte, element 1 starred, the rest one byte each
+    uint32_t starBit;           // element 1's table bit
+    uint32_t starFlip;          // starBit when element 1 is negated, else 0
+    ScanPair tailScan;          // starTail: offsets from the tail's first byte
+
+    bool skipFirst;             // no first byte, element 0 takes exactly one byte
+    int firstValues;            // bytes element 0 accepts, when that is 1 or 2, else 0
+    unsigned char firstA, firstB; // those bytes (equal when one)
+    bool firstAccepts[256];     // element 0 accepts the byte (negation applied)
+};
+
+// The plan of the prepared pattern; PreparePattern (pattern.h) makes it.
+extern SearchPlan g_plan;
+
+// Makes g_plan for the compiled pattern in g_aiPattern, g_aiPatCount,
+// g_cPattern and g_chFirst (tables already widened for case) and the case
+// switch g_fMatchCase. Called only while no search runs.
+void PlanSearch();

@@ -1,0 +1,29 @@
+// Skip finders: vector scans that pass over attempts known to fail. Each
+// takes the window as window indices and the prepared plan, reads only
+// [0, len) of the text and keeps no state.
+#pragma once
+
+#include <cstdint>
+
+#include "matcher_plan.h"
+
+// For a pattern of one-byte elements (plan.literal): moves *pos to the next
+// start from which the whole pattern matches and returns true; or, when no
+// such start lies far enough from the window's end to be decided here,
+// moves *pos to the first start that the ordinary search must try and
+// returns false. Attempts at the starts passed over would fail without
+// running off the window.
+bool FindLiteral(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t *pos);
+
+// For a star-tail pattern (plan.starTail): the first start at or after pos
+// from which an attempt may run off the window; starts before it only
+// match or fail.
+int64_t StarTailUndecided(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos);
+
+// For a star-tail pattern: moves *pos to the next start from which the
+// pattern matches, sets *end past the match and returns true; or, when no
+// such start lies before `undecided`, moves *pos to the first start the
+// ordinary search must try and returns false. Every start passed over
+// would fail without running off the window.
+bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided,
+                  unsigned char first, int64_t *pos, int64_t *end);
