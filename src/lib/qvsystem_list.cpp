@@ -32,7 +32,10 @@ constexpr size_t kNameBuffer = 512;
 // Room for "*." + extension + terminator in FileListByExt.
 constexpr size_t kExtMaskBuffer = 260;
 
-bool isFolderSeparator(wchar_t ch) { return ch == L'/' || ch == L'\\'; }
+bool isFolderSeparator(wchar_t ch)
+{
+    return ch == L'/' || ch == L'\\';
+}
 
 bool entryHasWantedType(const dirent *entry, int files)
 {
@@ -44,8 +47,8 @@ bool entryHasWantedType(const dirent *entry, int files)
 bool appendName(wchar_t ***table, int *capacity, int *count, const wchar_t *name)
 {
     if (*count == *capacity) {
-        auto grown = static_cast<wchar_t **>(
-            realloc(*table, sizeof(wchar_t *) * static_cast<size_t>(*capacity + kGrowBy)));
+        auto grown =
+            static_cast<wchar_t **>(realloc(*table, sizeof(wchar_t *) * static_cast<size_t>(*capacity + kGrowBy)));
         if (!grown)
             return false;
         *table = grown;

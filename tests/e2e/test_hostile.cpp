@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -47,8 +48,7 @@ void writeAt(int dirFd, const char *name, const std::string &content)
 // it on the way down or on the way back up. Each file holds one needle.
 // Sets *want to the reports of "-s needle @" in walk order, *found to their
 // number, and returns the bottom folder's descriptor.
-int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, std::string *want,
-               int *found)
+int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, std::string *want, int *found)
 {
     std::string path = "@";
     std::string down, up;
@@ -118,7 +118,7 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
     } cases[] = {{1500, "ddd", 100, RLIMIT_NOFILE, 64}, {50000, "d", 5000, RLIMIT_STACK, 8 << 20}};
     for (const auto &deep : cases) {
         SCOPED_TRACE(deep.levels);
-        TempTree tree("/dev/shm");  // a memory file system makes and removes deep trees many times faster
+        TempTree tree("/dev/shm"); // a memory file system makes and removes deep trees many times faster
         std::string want;
         int found = 0;
         const int bottom = buildChain(tree, deep.levels, deep.name, deep.sideEvery, &want, &found);
@@ -126,8 +126,8 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
         {
             ScopedLimit limit(deep.resource, deep.limit);
             check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found), 0, 300);
-            check(tree, {"-l", "-s", "@"}, std::to_string(found + 1) + " lines counted in " + std::to_string(found) +
-                                               " files.\n", 0, 300);
+            check(tree, {"-l", "-s", "@"},
+                  std::to_string(found + 1) + " lines counted in " + std::to_string(found) + " files.\n", 0, 300);
             if (deep.levels == 1500) {
                 const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
                 ASSERT_EQ(fchdir(bottom), 0);
@@ -136,7 +136,8 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
                 close(here);
                 const size_t at = want.find("/bottom.txt"), begin = want.rfind('\n', at) + 1;
                 EXPECT_EQ(r.out, kBanner + searching("needle") +
-                                     expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) + summary(1, 1, 1));
+                                     expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) +
+                                     summary(1, 1, 1));
             }
         }
         removeChain(bottom, deep.levels, deep.name);
@@ -145,25 +146,39 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
 
 TEST(Hostile, SparseFileAbove2GiB)
 {
-    TempTree tree;
+    TempTree tree("/dev/shm"); // zeros of a hole in memory read fastest
     const int fd = open(tree.path("big.bin").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     ASSERT_GE(fd, 0);
     ASSERT_EQ(ftruncate(fd, 0x80000010 + 4096), 0) << std::strerror(errno);
     ASSERT_EQ(pwrite(fd, "first line\n", 11, 0), 11);
     ASSERT_EQ(pwrite(fd, "needle\n", 7, 0x80000010), 7);
     close(fd);
-    check(tree, {"-b", "needle", "@"}, searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), 0, 600);
+    check(tree, {"-b", "needle", "@"}, searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), 0,
+          600);
     check(tree, {"-l", "@"}, "2 lines counted in 1 file.\n", 0, 600);
 }
 
 TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
 {
-    // Root reads whatever the permissions: it runs fyndle as nobody instead.
-    TempTree tree;
+    // Root reads whatever the permissions: it runs fyndle as nobody instead,
+    // from a copy in a folder of its own that nobody can reach wherever the
+    // build lies.
+    TempTree tree, binary;
     struct AsUser {
-        AsUser() { g_runAsUser = geteuid() == 0 ? 65534 : -1; }
-        ~AsUser() { g_runAsUser = -1; }
-    } asUser;
+        AsUser(const std::string &copy)
+        {
+            g_runAsUser = geteuid() == 0 ? 65534 : -1;
+            g_binary = copy;
+        }
+        ~AsUser()
+        {
+            g_runAsUser = -1;
+            g_binary = FYNDLE_BINARY;
+        }
+    } asUser(binary.path("fyndle"));
+    ASSERT_EQ(chmod(binary.root().c_str(), 0755), 0);
+    std::filesystem::copy_file(FYNDLE_BINARY, g_binary);
+    ASSERT_EQ(chmod(g_binary.c_str(), 0755), 0);
     if (runFyndle({}).exitCode == 125)
         GTEST_SKIP() << "running as root, and unable to run fyndle as another user";
     ASSERT_EQ(chmod(tree.root().c_str(), 0755), 0);
@@ -176,7 +191,7 @@ TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
         if (name != "locked")
             want += name == "open.txt" ? "@/open.txt (1): needle\n" : "unable to open file @/secret.txt\n";
     check(tree, {"-s", "needle", "@"}, want + summary(1, 1, 2));
-    check(tree, {"-l", "-s", "@"}, "1 lines counted in 1 file.\n");  // without a word on what it cannot open
+    check(tree, {"-l", "-s", "@"}, "1 lines counted in 1 file.\n"); // without a word on what it cannot open
 }
 
 TEST(Hostile, FifosAndDevicesAreNeitherListedNorOpened)
@@ -204,7 +219,8 @@ TEST(Hostile, LinkLoopsDanglingLinksAndRemovedFiles)
     tree.file("sub/c.txt", "a needle\n");
     tree.file("removed.txt", "needle\n");
     const std::vector<std::pair<const char *, const char *>> links = {
-        {"loop", "loop"}, {"l1", "l2"}, {"l2", "l1"}, {"sub/up", ".."}, {"sub/here", "."}, {"dangling.txt", "removed.txt"}};
+        {"loop", "loop"}, {"l1", "l2"},      {"l2", "l1"},
+        {"sub/up", ".."}, {"sub/here", "."}, {"dangling.txt", "removed.txt"}};
     for (const auto &[name, target] : links)
         ASSERT_EQ(symlink(target, tree.path(name).c_str()), 0);
     ASSERT_EQ(unlink(tree.path("removed.txt").c_str()), 0);
@@ -236,8 +252,8 @@ TEST(Hostile, FileRemovedBetweenListingAndOpeningIsReported)
     tree.file(order[0], content);
     tree.file(order[1], "needle\n");
     g_runOnOneCpu = true;
-    const RunResult r = runFyndle({"needle", tree.root()}, "", 120, [&] { unlink(tree.path(order[1]).c_str()); },
-                                  head.size());
+    const RunResult r = runFyndle(
+        {"needle", tree.root()}, "", 120, [&] { unlink(tree.path(order[1]).c_str()); }, head.size());
     g_runOnOneCpu = false;
     EXPECT_EQ(r.exitCode, 0);
     want += "unable to open file " + tree.path(order[1]) + "\n" + summary(kLines, 1, 2);
@@ -251,8 +267,10 @@ TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
     // swallows the two bytes after it and the whole is dropped; a stray 0x80
     // comes back as C2 80. A folder whose name changes lists no files.
     TempTree tree;
-    const std::vector<std::pair<std::string, std::string>> names = {
-        {"bad\xff.txt", "bad.txt"}, {"caf\xe9.txt", "cafxt"}, {"x\x80y", "x\xc2\x80y"}, {"new\nline.txt", "new\nline.txt"}};
+    const std::vector<std::pair<std::string, std::string>> names = {{"bad\xff.txt", "bad.txt"},
+                                                                    {"caf\xe9.txt", "cafxt"},
+                                                                    {"x\x80y", "x\xc2\x80y"},
+                                                                    {"new\nline.txt", "new\nline.txt"}};
     for (const auto &name : names)
         tree.file(name.first, "needle\n");
     tree.file("dir\xff/inside.txt", "needle\n");
@@ -263,7 +281,8 @@ TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
             if (entry == onDisk) {
                 ++tried;
                 found += changed == onDisk;
-                want += changed == onDisk ? "@/" + onDisk + " (1): needle\n" : "unable to open file @/" + changed + "\n";
+                want +=
+                    changed == onDisk ? "@/" + onDisk + " (1): needle\n" : "unable to open file @/" + changed + "\n";
             }
     check(tree, {"-s", "needle", "@"}, want + summary(found, found, tried));
 }
