@@ -94,6 +94,14 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
          searching("^s") + "@/a.txt (0x6): \ns\n@/a.txt (0x10): \ns\n" + summary(2, 1, 1)},
         {{"-r", "t;$", "@"}, regex, searching("t;$") + "@/a.txt (3): strict t;\n" + summary(1, 1, 1)},
         {{"qq", "@"}, {{"a.txt", "zz\n"}, {"b.txt", "no\n"}}, searching("qq") + summary(0, 0, 2)},
+        // 'z' at either end of the alphabet's folding, as a first byte, in a
+        // star and in the plain text; a three-value first element.
+        {{"fizz", "@"}, {{"a.txt", "the FIZZ\n"}}, searching("fizz") + "@/a.txt (1): the FIZZ\n" + summary(1, 1, 1)},
+        {{"-r", "zip*", "@"}, {{"a.txt", "a ZIP\n"}}, searching("zip*") + "@/a.txt (1): a ZIP\n" + summary(1, 1, 1)},
+        {{"-r", "[1-3]$", "@"}, {{"a.txt", "v3\nv4\n"}}, searching("[1-3]$") + "@/a.txt (1): v3\n" + summary(1, 1, 1)},
+        {{"-f", "k", "@", "a?.txt,b?.txt"},
+         {{"a1.txt", "k\n"}, {"b2.txt", "k\n"}, {"c3.txt", "k\n"}},
+         searching("k") + "@/a1.txt : 1 occurrence.\n@/b2.txt : 1 occurrence.\n" + summary(2, 2, 2)},
         {{"-l", "@", "*.txt"}, counted, "5 lines counted in 2 files.\n"},
         {{"-l", "-v", "@", "c.md", "ignored"},
          counted,

@@ -30,6 +30,11 @@ struct SearchSetup {
 
 // ---- the model ----
 
+// The window and its cut as the design gives them, written down here again
+// so that a change to the scanner's own constants shows.
+constexpr int kModelWindow = 5120;
+constexpr int kModelCutFrom = 4801;
+
 enum class Step { Success, Fail, RanOut };
 
 Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
@@ -182,14 +187,14 @@ namespace {
 
 std::string modelFile(const std::string &content, const std::string &path)
 {
-    unsigned char buf[kWindowSize], copy[kWindowSize];
+    unsigned char buf[kModelWindow], copy[kModelWindow];
     std::string out;
     int carried = 0;
     size_t readPos = 0;
     int64_t offset = 0, line = 0, total = 0;
     const int64_t size = static_cast<int64_t>(content.size());
     while (offset < size) {
-        size_t want = static_cast<size_t>(kWindowSize - carried);
+        size_t want = static_cast<size_t>(kModelWindow - carried);
         size_t got = std::min({want, s_readCap != 0 ? s_readCap : want, content.size() - readPos});
         if (got == 0)
             break;
@@ -197,8 +202,8 @@ std::string modelFile(const std::string &content, const std::string &path)
         readPos += got;
         int n = carried + static_cast<int>(got);
         int searched = n;
-        if (n >= kCutFrom + 1)
-            for (int i = n - 1; i >= kCutFrom; --i)
+        if (n >= kModelCutFrom + 1)
+            for (int i = n - 1; i >= kModelCutFrom; --i)
                 if (buf[i] == '\n') {
                     searched = i + 1;
                     break;
@@ -328,6 +333,7 @@ TEST_F(ScannerModel, CarriedFoldedBytesPrintFolded)
     std::string content = std::string(5117, 'x') + "ABCABD\n";
     expectSame(SearchSetup{"abd", false, false, false, false, false}, content);
     expectSame(SearchSetup{"abd", false, true, false, false, false}, content);
+    expectSame(SearchSetup{"xyw", false, false, false, false, false}, std::string(5117, '-') + "XYZXYW\n");
 }
 
 TEST_F(ScannerModel, StuckWindowsMoveOnByOneByte)
