@@ -49,6 +49,9 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
 cmake --build "$build" -j2 --target fyndle read_floor_5k read_floor_256k bench_micro
 
 fyndle=$build/fyndle
+# fyndle runs pinned to one core, so that it is measured as one thread
+# against rg -j1 and the floors.
+one="taskset -c 0"
 floor5k=$build/bench/read_floor_5k
 floor256k=$build/bench/read_floor_256k
 results=$build/bench-results
@@ -81,39 +84,39 @@ commands=(
   "read floor"           "5120-byte reads"  "$floor5k $tree"
   "read floor"           "256 KiB reads"    "$floor256k $tree"
 
-  "rare literal"         fyndle  "$fyndle -s pthread_mutex $tree"
+  "rare literal"         fyndle  "$one $fyndle -s pthread_mutex $tree"
   "rare literal"         rg      "$rg -n -i -F pthread_mutex $tree"
   "rare literal"         grep    "grep -r -n -i -F pthread_mutex $tree"
 
-  "frequent literal"     fyndle  "$fyndle -s struct $tree"
+  "frequent literal"     fyndle  "$one $fyndle -s struct $tree"
   "frequent literal"     rg      "$rg -n -i -F struct $tree"
   "frequent literal"     grep    "grep -r -n -i -F struct $tree"
 
-  "struct -c"          fyndle  "$fyndle -s -c struct $tree"
+  "struct -c"          fyndle  "$one $fyndle -s -c struct $tree"
   "struct -c"          rg      "$rg -n -s -F struct $tree"
   "struct -c"          grep    "grep -r -n -F struct $tree"
 
-  "struct -w"          fyndle  "$fyndle -s -w struct $tree"
+  "struct -w"          fyndle  "$one $fyndle -s -w struct $tree"
   "struct -w"          rg      "$rg -n -i -w -F struct $tree"
   "struct -w"          grep    "grep -r -n -i -w -F struct $tree"
 
-  "struct -b"          fyndle  "$fyndle -s -b struct $tree"
+  "struct -b"          fyndle  "$one $fyndle -s -b struct $tree"
   "struct -b"          rg      "$rg -i -F -b -o struct $tree"
   "struct -b"          grep    "grep -r -i -F -b -o struct $tree"
 
-  "struct -f"          fyndle  "$fyndle -s -f struct $tree"
+  "struct -f"          fyndle  "$one $fyndle -s -f struct $tree"
   "struct -f"          rg      "$rg -c -i -F struct $tree"
   "struct -f"          grep    "grep -r -c -i -F struct $tree"
 
-  "lines -l"           fyndle  "$fyndle -s -l $tree"
+  "lines -l"           fyndle  "$one $fyndle -s -l $tree"
   "lines -l"           rg      "$rg -c '' $tree"
   "lines -l"           grep    "grep -r -c '' $tree"
 
-  "regex s[a-z]*_t"     fyndle  "$fyndle -s -r 's[a-z]*_t' $tree"
+  "regex s[a-z]*_t"     fyndle  "$one $fyndle -s -r 's[a-z]*_t' $tree"
   "regex s[a-z]*_t"     rg      "$rg -n -i -e 's[a-z]*_t' $tree"
   "regex s[a-z]*_t"     grep    "grep -r -n -i -e 's[a-z]*_t' $tree"
 
-  "regex [sS]truct"     fyndle  "$fyndle -s -r '[sS]truct' $tree"
+  "regex [sS]truct"     fyndle  "$one $fyndle -s -r '[sS]truct' $tree"
   "regex [sS]truct"     rg      "$rg -n -i -e '[sS]truct' $tree"
   "regex [sS]truct"     grep    "grep -r -n -i -e '[sS]truct' $tree"
 )
@@ -217,6 +220,49 @@ if [ "$big" = 1 ]; then
     END { for (i = 1; i <= n; i++) printf "  %-18s %10.1f ms %6.2f x floor\n", name[i], m[i], m[i] / m[1] }' \
     "$results/times-big.csv" | tee "$results/table-big.txt"
 fi
+
+# --- pattern shapes on one core ---------------------------------------------
+# Each group: a base row, then fyndle rows that must stay within a factor of
+# it. Over the tree: -r shapes against the 256 KiB read floor (at most 2x).
+# Over one-line files of 10 MiB (bench/make-long-lines.sh): -r shapes whose
+# attempts run long, against a rare literal over the same file (at most 10x).
+shape_group() {  # name factor base-label base-command (label command)...
+  local name=$1 factor=$2; shift 2
+  local args=() labels=()
+  while [ $# -gt 0 ]; do args+=(-n "$1" "$2"); labels+=("$1"); shift 2; done
+  hyperfine -N -i --warmup 1 --runs "$runs" --style basic --export-csv "$results/times-$name.csv" \
+    "${args[@]}" >"$results/hyperfine-$name.log" 2>&1 || true
+  awk -F, -v factor="$factor" 'FNR == 1 { next }
+    { m[++n] = $4 * 1000; label[n] = $1 }
+    END {
+      printf "%-28s %10s %8s  %s\n", "fyndle -r (one core)", "median ms", "x base", "target"
+      for (i = 1; i <= n; i++) {
+        target = i == 1 ? "(base)" : (m[i] <= factor * m[1] ? "met" : "MISSED") sprintf(" (<=%gx)", factor)
+        printf "%-28s %10.1f %8.2f  %s\n", label[i], m[i], m[i] / m[1], target
+      }
+    }' "$results/times-$name.csv" | tee "$results/table-$name.txt"
+}
+
+echo
+echo "pattern shapes over $tree, one core:"
+shapes=('[^ ]*_t ' '[A-Z_]*MAX' '[a-z]+_lock' 'str[^;]*;' '[sS][a-z]*_t' '#[ ]*define' 'return[ ]*-1;$'
+        '"[^"]*\.h"' '\~ [a-z]*_t;$' 'p[a-z_]*mutex_[lt]' '\#[ ]*include[ ]*<')
+group=("256 KiB reads" "$floor256k $tree")
+for shape in "${shapes[@]}"; do group+=("$shape" "$one $fyndle -s -r '$shape' $tree"); done
+shape_group shapes 2 "${group[@]}"
+
+lines=$build/long-lines
+[ -s "$lines/letters/letters.txt" ] || { "$here/make-long-lines.sh" "$lines/tmp"; mkdir -p "$lines/letters" "$lines/words";
+  mv "$lines/tmp/letters.txt" "$lines/letters/"; mv "$lines/tmp/words.txt" "$lines/words/"; rmdir "$lines/tmp"; }
+for file in letters words; do
+  echo
+  echo "one line of 10 MiB ($file.txt), one core:"
+  group=("rare literal zqxjkv" "$one $fyndle zqxjkv $lines/$file $file.txt")
+  for shape in '[a-z]*_q' '[a-z]+x' '[^"]*"q' 'x[a-z]*_q' 'q[^;]*;' '[^ ]*_t ' 'k[a-z]*[^a-z]' '[qx][a-z]*_'; do
+    group+=("$shape" "$one $fyndle -r '$shape' $lines/$file $file.txt")
+  done
+  shape_group "$file" 10 "${group[@]}"
+done
 
 echo "load at end: $(cut -d' ' -f1-3 /proc/loadavg)" | tee -a "$results/conditions.txt"
 

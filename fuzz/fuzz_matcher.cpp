@@ -1,16 +1,20 @@
 // Pattern compiler and matcher over random windows of text.
 //
 // Input: a settings byte (bit 0 regular expression, bit 1 whole words,
-// bit 2 binary reports, bit 3 case-sensitive), a pattern length byte, the
-// pattern, five bytes of starting file offset, two of starting line count,
-// then the window. The window lives in a block of exactly its size.
+// bit 2 binary reports, bit 3 case-sensitive, bits 4-7 the size of smaller
+// windows), a pattern length byte, the pattern, five bytes of starting file
+// offset, two of starting line count, then the window. The window lives in
+// a block of exactly its size.
 //
 // Properties, beyond staying inside the window:
 // - the offset grows by at most the window's length, and never shrinks;
 // - printing changes nothing: a run with a name (reports captured) counts,
 //   consumes and counts lines exactly as a run with a null name;
-// - the skipping scans change nothing: a run with the shortcuts off gives
-//   the same reports, consumption and line count;
+// - the shortcuts change nothing: a run with them off gives the same
+//   reports, consumption and line count; so does the window searched as a
+//   file of smaller windows (their size from the settings byte's high bits)
+//   that carry what was not consumed, with a MatchState kept across them
+//   against the plain search of each window alone;
 // - in text mode every report is one line "f (N): ..." with N above the
 //   starting line count and never going down;
 // - a case-insensitive search (widened pattern tables over the text as it
@@ -38,7 +42,7 @@ struct Outcome {
 
 // Runs the matcher once; with a name, what it prints is captured.
 Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t line, const char *print,
-            int matchWord)
+            int matchWord, int window = 0)
 {
     Outcome outcome{0, offset, line, std::string()};
     char *captured = nullptr;
@@ -50,7 +54,20 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
         FUZZ_CHECK(stream != nullptr);
         stdout = stream;
     }
-    outcome.reports = iGrepText(name, text, len, &outcome.offset, &outcome.line, print, matchWord);
+    if (window == 0) {
+        outcome.reports = iGrepText(name, text, len, &outcome.offset, &outcome.line, print, matchWord);
+    } else {
+        // As the scanner does: a window that consumed nothing moves on by one byte.
+        MatchState state{};
+        for (int at = 0; at < len;) {
+            const int part = len - at < window ? len - at : window;
+            const int64_t before = outcome.offset;
+            outcome.reports += SearchWindow(&state, at, name, text + at, part, &outcome.offset, &outcome.line,
+                                            print + at, matchWord);
+            const int64_t consumed = outcome.offset - before;
+            at += consumed > 0 ? static_cast<int>(consumed) : 1;
+        }
+    }
     if (stream != nullptr) {
         stdout = saved;
         std::fclose(stream);
@@ -141,9 +158,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     else
         checkTextReports(named.printed, named.reports, startLine);
 
+    const int pieces = 8 + (settings >> 4) * 23;
+    const Outcome carried = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord, pieces);
     SetMatcherShortcuts(false);
     const Outcome plain = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord);
+    const Outcome plainWindows = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord, pieces);
     SetMatcherShortcuts(true);
+    FUZZ_CHECK(carried.reports == plainWindows.reports);
+    FUZZ_CHECK(carried.offset == plainWindows.offset);
+    FUZZ_CHECK(carried.line == plainWindows.line);
+    FUZZ_CHECK(carried.printed == plainWindows.printed);
     FUZZ_CHECK(plain.reports == named.reports);
     FUZZ_CHECK(plain.offset == named.offset);
     FUZZ_CHECK(plain.line == named.line);

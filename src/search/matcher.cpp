@@ -21,6 +21,7 @@
 
 #include <atomic>
 #include <cctype>
+#include <string>
 
 #include "bytescan.h"
 #include "fyndle.h"
@@ -35,6 +36,19 @@ std::atomic<bool> s_shortcuts{true};
 bool isWordByte(unsigned char byte)
 {
     return byte == '_' || std::isalnum(byte);
+}
+
+// print[from, from + count) as it is printed: the bytes before `folded` in
+// lower case (in scratch, when there are any to fold).
+const char *shown(const char *print, int64_t from, int64_t count, int64_t folded, std::string &scratch)
+{
+    if (from >= folded)
+        return print + from;
+    scratch.assign(print + from, static_cast<size_t>(count));
+    for (int64_t i = 0; i < count && from + i < folded; ++i)
+        if (scratch[i] >= 'A' && scratch[i] <= 'Z')
+            scratch[i] = static_cast<char>(scratch[i] - 'A' + 'a');
+    return scratch.data();
 }
 
 // Readies state for the window [windowStart, windowStart + len): forgets
@@ -79,11 +93,28 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
 
     const bool shortcuts = s_shortcuts.load(std::memory_order_relaxed);
     const bool carried = beginWindow(state, windowStart, len, shortcuts);
-    const bool skipping = shortcuts && !carried && plan.count == g_cPattern;
+    // The finders scan the window from its start: not worth it, and no
+    // longer linear, when it mostly repeats the last one, as windows that
+    // move on by one byte do.
+    const bool planned = shortcuts && plan.count == g_cPattern;
+    const bool skipping = planned && !(carried && state.pendWindowEnd - windowStart > len / 2);
     const bool literal = skipping && plan.literal;
     const bool starTail = skipping && plan.starTail;
-    const bool skipFirst = skipping && plan.skipFirst;
+    const bool skipFirst = planned && plan.skipFirst;
+    if (skipping && (plan.neverStar || plan.neverPlus)) {
+        // No attempt matches: the search stops at the first that runs off
+        // the window, the first start from which every byte up to the
+        // window's last (for a star: but one) is one element 0 takes.
+        int64_t from = plan.neverStar ? len - 1 : len;
+        while (from > 0 && plan.firstAccepts[text[from - 1]])
+            --from;
+        state.pendValid = false;
+        *offset += from;
+        return 0;
+    }
     int64_t undecided = starTail ? StarTailUndecided(plan, text, len, 0) : 0;
+    const int64_t folded = state.printFolded;
+    std::string scratch;
     int reports = 0;
     int64_t pos = 0;      // where the next attempt (or first-byte scan) begins
     int64_t counted = 0;  // with a first byte: newlines before this are in *line
@@ -92,14 +123,14 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     for (;;) {
         int64_t start;
         int64_t end = 0;
-        Outcome outcome;
+        AttemptEnd outcome;
         if (literal && FindLiteral(plan, text, len, &pos)) {
             start = pos;
             end = pos + g_cPattern;
-            outcome = Outcome::Success;
+            outcome = AttemptEnd::Success;
         } else if (starTail && pos < undecided && FindStarTail(plan, text, len, undecided, first, &pos, &end)) {
             start = pos;
-            outcome = Outcome::Success;
+            outcome = AttemptEnd::Success;
         } else if (first != 0) {
             start = pos + static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
             if (start >= len) {
@@ -110,7 +141,7 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             g_aiMatchCount[0] = 1;
             if (g_cPattern == 1) {
                 end = start + 1;
-                outcome = Outcome::Success;
+                outcome = AttemptEnd::Success;
             } else {
                 outcome = RunAttempt(state, text, base, len, start + 1, 1, &end);
             }
@@ -133,11 +164,19 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             outcome = RunAttempt(state, text, base, len, start, 0, &end);
         }
 
-        if (outcome == Outcome::Fail) {
+        if (outcome == AttemptEnd::Fail) {
             pos = start + 1;
+            // Later starts whose first state lies on the failed path's
+            // stretch of the same element fail too.
+            const int row = first != 0 ? 1 : 0;
+            if (state.useMemo && row < state.memoRows && state.memoEnd[row] == kPathFails) {
+                const int64_t past = state.memoHi[row] - base + (first != 0 ? 0 : 1);
+                if (past > pos)
+                    pos = past;
+            }
             continue;
         }
-        if (outcome == Outcome::RanOut) {
+        if (outcome == AttemptEnd::RanOut) {
             ranOut = true;
             if (first != 0) {
                 *line += CountNewlines(text + counted, static_cast<size_t>(start + 1 - counted));
@@ -167,7 +206,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         ++reports;
         if (g_fBinary) {
             if (name != nullptr)
-                ReportMatch(name, *offset + start, print + start, static_cast<size_t>(end - start));
+                ReportMatch(name, *offset + start, shown(print, start, end - start, folded, scratch),
+                            static_cast<size_t>(end - start));
             pos = counted = end;
             continue;
         }
@@ -176,7 +216,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         const int64_t lineEnd =
             lineStart + static_cast<int64_t>(FindLineDelimiter(text + lineStart, static_cast<size_t>(len - lineStart)));
         if (name != nullptr)
-            ReportLine(name, lineAtStart + 1, print + lineStart, static_cast<size_t>(lineEnd - lineStart));
+            ReportLine(name, lineAtStart + 1, shown(print, lineStart, lineEnd - lineStart, folded, scratch),
+                       static_cast<size_t>(lineEnd - lineStart));
         // One report per line: go on at the delimiter that ends it. Newlines
         // that the match took beyond that point are counted once more.
         pos = counted = lineEnd;

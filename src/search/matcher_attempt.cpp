@@ -20,6 +20,9 @@
 // besides new states, one check per element it reaches.
 #include "matcher_attempt.h"
 
+#include "bytescan.h"
+#include "matcher_plan.h"
+
 namespace {
 
 // Per element of one attempt: its first and last window index there.
@@ -90,11 +93,14 @@ void carry(MatchState &state, Stretch &stretch, int64_t base, int firstRow, int 
 
 } // namespace
 
-Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos,
+AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos,
                    int element, int64_t *end)
 {
     const int count = g_cPattern;
     const bool memo = state.useMemo;
+    // Without a plan for this pattern the byte scans are not used.
+    static const SearchPlan kNoPlan{};
+    const SearchPlan &plan = g_plan.count == count ? g_plan : kNoPlan;
     Stretch stretch;
     const int firstRow = element;
     int ownEnd = kMaxElements + 1;  // where this attempt joined the carried path
@@ -104,7 +110,7 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
             stretch.first[element] = pos;
             carry(state, stretch, base, firstRow, firstRow, false, element, pos);
         }
-        return Outcome::RanOut;
+        return AttemptEnd::RanOut;
     }
     int64_t steps = 0;
     g_aiMatchCount[element] = 0;
@@ -119,9 +125,9 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
                 state.steps += steps;
                 record(state, stretch, base, firstRow, joined ? ownEnd : element, joined, element - 1, result);
                 if (result == kPathFails)
-                    return Outcome::Fail;
+                    return AttemptEnd::Fail;
                 *end = result - base;
-                return Outcome::Success;
+                return AttemptEnd::Success;
             }
             if (!joined && state.pendValid && element >= state.pendFirst && element < state.pendRows &&
                 state.pendLo[element] <= at && at <= state.pendHi[element]) {
@@ -131,9 +137,9 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
                     state.steps += steps;
                     record(state, stretch, base, firstRow, element, false, -1, result);
                     if (result == kPathFails)
-                        return Outcome::Fail;
+                        return AttemptEnd::Fail;
                     *end = result - base;
-                    return Outcome::Success;
+                    return AttemptEnd::Success;
                 }
                 joined = true;
                 element = state.pendElement;
@@ -142,7 +148,7 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
                 if (pos >= len) {
                     state.steps += steps;
                     carry(state, stretch, base, firstRow, ownEnd, true, element, pos);
-                    return Outcome::RanOut;
+                    return AttemptEnd::RanOut;
                 }
             }
         }
@@ -160,14 +166,18 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
             if (accepted) {
                 // Take the whole run of accepted bytes at once.
                 int64_t run = pos + 1;
-                while (run < len && ((g_aiPattern[text[run]] ^ flip) & bit))
-                    ++run;
+                if (plan.runStops[element] > 0)
+                    run += static_cast<int64_t>(FindEitherByte(text + run, static_cast<size_t>(len - run),
+                                                               plan.runStopA[element], plan.runStopB[element]));
+                else
+                    while (run < len && ((g_aiPattern[text[run]] ^ flip) & bit))
+                        ++run;
                 steps += run - pos - 1;
                 if (run >= len) {
                     state.steps += steps;
                     if (memo)
                         carry(state, stretch, base, firstRow, ownEnd, joined, element, len);
-                    return Outcome::RanOut;
+                    return AttemptEnd::RanOut;
                 }
                 matched += static_cast<int32_t>(run - pos - 1);
                 pos = run;
@@ -181,7 +191,7 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
                 state.steps += steps;
                 if (memo)
                     record(state, stretch, base, firstRow, joined ? ownEnd : element + 1, joined, element, kPathFails);
-                return Outcome::Fail;
+                return AttemptEnd::Fail;
             }
             ++element;
         } else if (flags & kFlagOptional) {
@@ -193,12 +203,12 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
                 if (pos + 1 >= len) {
                     if (memo)
                         carry(state, stretch, base, firstRow, ownEnd, joined, previous, pos);
-                    return Outcome::RanOut;
+                    return AttemptEnd::RanOut;
                 }
                 stretch.last[previous] = pos;
                 if (memo)
                     record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous, kPathFails);
-                return Outcome::Fail;
+                return AttemptEnd::Fail;
             }
         }
         stretch.last[previous] = pos;
@@ -207,7 +217,7 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
             state.steps += steps;
             if (memo)
                 record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous, base + *end);
-            return Outcome::Success;
+            return AttemptEnd::Success;
         }
         g_aiMatchCount[element] = 0;
         if (consumed && ++pos >= len) {
@@ -216,7 +226,7 @@ Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, i
                 stretch.first[element] = pos;
                 carry(state, stretch, base, firstRow, ownEnd, joined, element, pos);
             }
-            return Outcome::RanOut;
+            return AttemptEnd::RanOut;
         }
         stretch.first[element] = pos;
         entering = memo;

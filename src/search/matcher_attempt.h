@@ -7,7 +7,7 @@
 
 #include "fyndle.h"
 
-enum class Outcome { Success, Fail, RanOut };
+enum class AttemptEnd { Success, Fail, RanOut };
 
 // What a path of states is known to end in: the file position where its
 // match ends (0 or more), or one of these.
@@ -19,6 +19,7 @@ inline constexpr int64_t kPathPending = -2; // ran into a window's end; goes on 
 // (element, file position) they went through. One per search in progress;
 // never shared between threads. Zero-initialised is a valid start.
 struct MatchState {
+    int printFolded;                // set by the caller: leading bytes of the window that print in lower case
     bool useMemo;                   // remember and reuse paths (off: every attempt runs in full)
     int64_t steps;                  // states worked so far, all windows (for tests)
 
@@ -49,5 +50,5 @@ struct MatchState {
 // carried path's frontier; an attempt that runs off the window becomes the
 // carried path. The counts of g_aiMatchCount are kept for the states this
 // attempt works itself.
-Outcome RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos,
+AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos,
                    int element, int64_t *end);

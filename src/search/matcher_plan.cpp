@@ -114,10 +114,36 @@ void PlanSearch()
         plan.starTail = plan.tailScan.rare >= 0;
     }
 
+    for (int k = 0; k < g_cPattern; ++k) {
+        if (!(g_aiPatCount[k] & (kFlagStar | kFlagPlus)))
+            continue;
+        const bool negated = g_aiPatCount[k] & kFlagNegated;
+        int refused = 0;
+        for (int byte = 0; byte < 256 && refused <= 2; ++byte)
+            if ((((g_aiPattern[byte] >> k) & 1u) != 0) == negated) {
+                if (refused < 2)
+                    (refused == 0 ? plan.runStopA[k] : plan.runStopB[k]) = static_cast<unsigned char>(byte);
+                ++refused;
+            }
+        if (refused == 1)
+            plan.runStopB[k] = plan.runStopA[k];
+        plan.runStops[k] = refused <= 2 ? refused : 0;
+    }
+
     const uint32_t flags0 = g_aiPatCount[0];
     plan.skipFirst = first == 0 && g_cPattern > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
     for (int byte = 0; byte < 256; ++byte)
         plan.firstAccepts[byte] = (((g_aiPattern[byte] & 1u) != 0) != ((flags0 & kFlagNegated) != 0));
+    if (first == 0 && g_cPattern >= 1) {
+        plan.neverPlus = (flags0 & kFlagPlus) != 0;
+        if ((flags0 & kFlagStar) && g_cPattern >= 2 && (g_aiPatCount[1] & ~kFlagNegated) == kFlagSingle) {
+            const bool negated1 = g_aiPatCount[1] & kFlagNegated;
+            plan.neverStar = true;
+            for (int byte = 0; byte < 256; ++byte)
+                if ((((g_aiPattern[byte] >> 1) & 1u) != 0) != negated1 && !plan.firstAccepts[byte])
+                    plan.neverStar = false;
+        }
+    }
     if (plan.skipFirst) {
         int found = 0;
         for (int byte = 0; byte < 256; ++byte)

@@ -33,6 +33,18 @@ struct SearchPlan {
     int firstValues;            // bytes element 0 accepts, when that is 1 or 2, else 0
     unsigned char firstA, firstB; // those bytes (equal when one)
     bool firstAccepts[256];     // element 0 accepts the byte (negation applied)
+
+    // No first byte, and no attempt can ever match: element 0 is a '+'
+    // (which fails at the first byte it refuses), or a star followed by a
+    // one-byte element that accepts only bytes the star takes (so it meets
+    // a byte it refuses).
+    bool neverPlus;             // element 0 is a '+'
+    bool neverStar;             // element 0 is such a star
+
+    // Per starred or '+' element: when it refuses just one or two byte
+    // values, they end its runs and a byte scan finds them.
+    int runStops[kMaxElements]; // 1 or 2, else 0
+    unsigned char runStopA[kMaxElements], runStopB[kMaxElements]; // the values (equal when one)
 };
 
 // The plan of the prepared pattern; PreparePattern (pattern.h) makes it.

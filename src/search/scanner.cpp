@@ -13,7 +13,9 @@
 // A case-insensitive search matches through widened pattern tables and
 // never rewrites the text. The one place where folding shows is a window's
 // leading bytes that the previous window had searched and carried: a
-// folding scanner would have folded them in place, so they print folded.
+// folding scanner would have folded them in place, so the matcher prints
+// them folded (and only when it prints them: windows that move on by one
+// byte would otherwise copy almost a whole window each time).
 #include "scanner.h"
 
 #include <cerrno>
@@ -107,15 +109,6 @@ int64_t countLines(int fd)
     }
 }
 
-// Index of the first upper-case letter of text[0..len), or len.
-int64_t firstUpperCase(const char *text, int len)
-{
-    for (int i = 0; i < len; ++i)
-        if (text[i] >= 'A' && text[i] <= 'Z')
-            return i;
-    return len;
-}
-
 int64_t searchFile(int fd, int64_t size, const char *path)
 {
     ChunkReader reader{fd, size, 0, 0, 0, false, false};
@@ -126,7 +119,6 @@ int64_t searchFile(int fd, int64_t size, const char *path)
     int64_t windowStart = 0; // file position of the window's first byte
     int carried = 0;         // bytes the window keeps from the last one
     int folded = 0;          // leading bytes of the window a folding scanner would have folded
-    int64_t cleanTo = 0;     // file bytes before this hold no upper-case letter
     MatchState state{};      // what the matcher carries from window to window
     while (offset < size) {
         reader.ensure(windowStart, kWindowSize);
@@ -143,24 +135,11 @@ int64_t searchFile(int fd, int64_t size, const char *path)
                 searched = static_cast<int>(static_cast<const char *>(newline) - window) + 1;
         }
 
-        const char *print = window;
-        const int foldedHere = folded < searched ? folded : searched;
-        // Windows may overlap by almost all their bytes: look at each byte once.
-        if (windowStart + foldedHere > cleanTo) {
-            const int64_t from = cleanTo > windowStart ? cleanTo - windowStart : 0;
-            const int64_t upper = firstUpperCase(window + from, foldedHere - static_cast<int>(from));
-            cleanTo = windowStart + from + upper;
-        }
-        if (foldedHere > 0 && cleanTo < windowStart + foldedHere) {
-            std::memcpy(g_sCopyBuffer, window, static_cast<size_t>(searched));
-            for (int i = 0; i < foldedHere; ++i)
-                if (g_sCopyBuffer[i] >= 'A' && g_sCopyBuffer[i] <= 'Z')
-                    g_sCopyBuffer[i] = static_cast<char>(g_sCopyBuffer[i] - 'A' + 'a');
-            print = g_sCopyBuffer;
-        }
+        // The matcher prints these leading bytes folded, when it prints them.
+        state.printFolded = folded < searched ? folded : searched;
 
         const int64_t before = offset;
-        total += SearchWindow(&state, windowStart, name, window, searched, &offset, &line, print, g_fMatchWord);
+        total += SearchWindow(&state, windowStart, name, window, searched, &offset, &line, window, g_fMatchWord);
         const int64_t consumed = offset - before;
         // A window in which nothing was consumed still moves on by one byte.
         int64_t leftover = searched - consumed - (consumed == 0 ? 1 : 0);
