@@ -38,6 +38,13 @@ int FFileMaskMatch(const wchar_t *name, const wchar_t *mask);
 // memory runs out while listing, the names collected so far are returned.
 wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count, int files);
 
+// As FileListByMask for the folder open as dirFd (opened for reading or
+// with O_PATH), so that folders whose path is too long for one system call
+// can be listed. dirFd stays open and its read position is not moved. A
+// negative dirFd, or a null or empty mask, lists nothing (null, *count =
+// 0).
+wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count, int files);
+
 // As FileListByMask with the mask "*." followed by ext (a leading '.' of ext
 // is skipped; a null ext counts as empty). The mask is built in a buffer of
 // 260 wide characters: an extension longer than 257 characters (after its

@@ -1,6 +1,12 @@
 // qvsystem_list: the files (or subfolders) of one folder whose names fit a
 // wildcard mask, as a plain table of new wide strings.
 //
+// The listing works on an open folder descriptor, so that a folder whose
+// path is too long to name in one call can still be listed; the path form
+// opens the folder and lists it the same way. The descriptor is read
+// through a fresh open of "." relative to it, which has its own read
+// position: the caller's descriptor is neither moved nor closed.
+//
 // Names are tested as wide text, case-sensitively, one code point against
 // one mask character. The table starts with room for kGrowBy entries and
 // grows by kGrowBy; an empty result is a null table with a count of 0, so
@@ -13,6 +19,8 @@
 #include "qvstring.h"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cwchar>
@@ -24,7 +32,10 @@ constexpr size_t kNameBuffer = 512;
 // Room for "*." + extension + terminator in FileListByExt.
 constexpr size_t kExtMaskBuffer = 260;
 
-bool isFolderSeparator(wchar_t ch) { return ch == L'/' || ch == L'\\'; }
+bool isFolderSeparator(wchar_t ch)
+{
+    return ch == L'/' || ch == L'\\';
+}
 
 bool entryHasWantedType(const dirent *entry, int files)
 {
@@ -36,8 +47,8 @@ bool entryHasWantedType(const dirent *entry, int files)
 bool appendName(wchar_t ***table, int *capacity, int *count, const wchar_t *name)
 {
     if (*count == *capacity) {
-        auto grown = static_cast<wchar_t **>(
-            realloc(*table, sizeof(wchar_t *) * static_cast<size_t>(*capacity + kGrowBy)));
+        auto grown =
+            static_cast<wchar_t **>(realloc(*table, sizeof(wchar_t *) * static_cast<size_t>(*capacity + kGrowBy)));
         if (!grown)
             return false;
         *table = grown;
@@ -50,22 +61,12 @@ bool appendName(wchar_t ***table, int *capacity, int *count, const wchar_t *name
     return true;
 }
 
-wchar_t **listFolder(const wchar_t *folder, const wchar_t *mask, int *count, int files)
+wchar_t **listOpenFolder(DIR *dir, const wchar_t *mask, int *count, int files)
 {
-    char *narrowFolder = T2A_dup(folder);
-    if (!narrowFolder)
-        return nullptr;
-    DIR *dir = opendir(narrowFolder);
-    free(narrowFolder);
-    if (!dir)
-        return nullptr;
-
     int capacity = kGrowBy;
     auto table = static_cast<wchar_t **>(malloc(sizeof(wchar_t *) * kGrowBy));
-    if (!table) {
-        closedir(dir);
+    if (!table)
         return nullptr;
-    }
 
     int found = 0;
     wchar_t name[kNameBuffer];
@@ -78,13 +79,26 @@ wchar_t **listFolder(const wchar_t *folder, const wchar_t *mask, int *count, int
         if (!appendName(&table, &capacity, &found, name))
             break;
     }
-    closedir(dir);
 
     if (found == 0) {
         free(table);
         return nullptr;
     }
     *count = found;
+    return table;
+}
+
+wchar_t **listFolder(const wchar_t *folder, const wchar_t *mask, int *count, int files)
+{
+    char *narrowFolder = T2A_dup(folder);
+    if (!narrowFolder)
+        return nullptr;
+    int dirFd = open(narrowFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    free(narrowFolder);
+    if (dirFd < 0)
+        return nullptr;
+    wchar_t **table = FileListByMaskAt(dirFd, mask, count, files);
+    close(dirFd);
     return table;
 }
 
@@ -114,6 +128,27 @@ extern "C" int FFileMaskMatch(const wchar_t *name, const wchar_t *mask)
         }
     }
     return pos == length ? 1 : 0;
+}
+
+extern "C" wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count, int files)
+{
+    int ignored = 0;
+    if (!count)
+        count = &ignored;
+    *count = 0;
+    if (dirFd < 0 || !mask || mask[0] == L'\0')
+        return nullptr;
+    int ownFd = openat(dirFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (ownFd < 0)
+        return nullptr;
+    DIR *dir = fdopendir(ownFd);
+    if (!dir) {
+        close(ownFd);
+        return nullptr;
+    }
+    wchar_t **table = listOpenFolder(dir, mask, count, files);
+    closedir(dir);
+    return table;
 }
 
 extern "C" wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count, int files)

@@ -6,7 +6,9 @@
 // carried to the start of the next window. The windows are exactly those of
 // 5120-byte reads into one buffer, but the file is read in large chunks:
 // g_sBuffer holds the file bytes [bufferStart, bufferStart + bufferUsed)
-// and every window lies inside it.
+// and every window lies inside it. A file whose first read comes back
+// short before its end (kernel files that give a page per read) is read
+// once per window instead, because there a window ends where its read did.
 //
 // A case-insensitive search matches through widened pattern tables and
 // never rewrites the text. The one place where folding shows is a window's
@@ -32,14 +34,16 @@ namespace {
 
 struct ChunkReader {
     int fd;
-    int64_t size;         // size of the file when opened
-    int64_t bufferStart;  // file position of g_sBuffer[0]
-    int64_t bufferUsed;   // bytes of the file held in g_sBuffer
-    int64_t totalRead;    // bytes read from the file so far
-    bool atEnd;           // nothing more will be read
+    int64_t size;        // size of the file when opened
+    int64_t bufferStart; // file position of g_sBuffer[0]
+    int64_t bufferUsed;  // bytes of the file held in g_sBuffer
+    int64_t totalRead;   // bytes read from the file so far
+    bool atEnd;          // nothing more will be read
+    bool perWindow;      // reads come back short: one read per window, each window ends where its read did
 
     // Makes [position, position + want) resident, or as much of it as the
     // file has. position must lie within the resident bytes or at their end.
+    // In per-window mode it reads once, whatever is resident.
     void ensure(int64_t position, int64_t want);
 };
 
@@ -60,26 +64,35 @@ namespace {
 
 void ChunkReader::ensure(int64_t position, int64_t want)
 {
-    if (atEnd || position + want <= bufferStart + bufferUsed)
+    if (atEnd || (!perWindow && position + want <= bufferStart + bufferUsed))
         return;
     int64_t keep = bufferStart + bufferUsed - position;
     std::memmove(g_sBuffer, g_sBuffer + (position - bufferStart), static_cast<size_t>(keep));
     bufferStart = position;
     bufferUsed = keep;
+    // The first read asks for the first window only, so that a file whose
+    // reads come back short is known before any window depends on it.
+    bool first = totalRead == 0;
     while (bufferUsed < static_cast<int64_t>(kChunkSize)) {
-        ssize_t got = read(fd, g_sBuffer + bufferUsed, kChunkSize - static_cast<size_t>(bufferUsed));
+        const int64_t ask = perWindow || first ? want - bufferUsed : static_cast<int64_t>(kChunkSize) - bufferUsed;
+        ssize_t got = read(fd, g_sBuffer + bufferUsed, static_cast<size_t>(ask));
         if (got < 0 && errno == EINTR)
             continue;
-        if (got <= 0) {  // a read error ends the file like its end does
+        if (got <= 0) { // a read error ends the file like its end does
             atEnd = true;
             return;
         }
         bufferUsed += got;
         totalRead += got;
-        if (totalRead >= size) {  // the file as it was when opened is all in
+        if (totalRead >= size) { // the file as it was when opened is all in
             atEnd = true;
             return;
         }
+        if (first && got < ask)
+            perWindow = true;
+        if (perWindow)
+            return;
+        first = false;
     }
 }
 
@@ -98,15 +111,15 @@ int64_t countLines(int fd)
 
 int64_t searchFile(int fd, int64_t size, const char *path)
 {
-    ChunkReader reader{fd, size, 0, 0, 0, false};
+    ChunkReader reader{fd, size, 0, 0, 0, false, false};
     const char *name = g_fFileNamesOnly ? nullptr : path;
-    int64_t offset = 0;       // running byte offset handed to the matcher
-    int64_t line = 0;         // running line counter
+    int64_t offset = 0; // running byte offset handed to the matcher
+    int64_t line = 0;   // running line counter
     int64_t total = 0;
-    int64_t windowStart = 0;  // file position of the window's first byte
-    int carried = 0;          // bytes the window keeps from the last one
-    int folded = 0;           // leading bytes of the window a folding scanner would have folded
-    MatchState state{};       // what the matcher carries from window to window
+    int64_t windowStart = 0; // file position of the window's first byte
+    int carried = 0;         // bytes the window keeps from the last one
+    int folded = 0;          // leading bytes of the window a folding scanner would have folded
+    MatchState state{};      // what the matcher carries from window to window
     while (offset < size) {
         reader.ensure(windowStart, kWindowSize);
         int64_t fresh = reader.bufferStart + reader.bufferUsed - (windowStart + carried);

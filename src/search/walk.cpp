@@ -1,17 +1,27 @@
 // Folder walk.
 //
-// Each folder is listed once and opened once: the listing serves the file
-// masks and the walk into subfolders alike, and files and subfolders are
-// opened relative to the folder's descriptor, so that paths of any length
-// work. The full path is kept only for printing, in one growing string that
-// every level extends and cuts back.
+// The walk keeps its place in an explicit stack of folders, one entry per
+// level, so that no depth the file system holds can overflow the call
+// stack. Subfolders are opened relative to their parent's descriptor and
+// the full path is kept only for printing (one growing string that every
+// level extends and cuts back), so paths of any length work.
 //
-// Names go through wide text on their way from the folder to the mask test
-// and back (as the library's listing does), so a name that is not valid
-// UTF-8 comes back changed and is reported as a file that cannot be opened;
-// a folder whose path does not survive that trip lists no files.
+// Only the deepest kKeptFolders levels (and the starting folder) keep their
+// descriptor open, so that any open-file limit is enough. When the walk
+// climbs back to a level whose descriptor was closed, it reopens it as ".."
+// of the level below and checks that the folder is the same one (device and
+// inode); failing that, it reopens it by name from the starting folder.
+//
+// Files are listed through the library's listing, by descriptor; folders to
+// walk into are read here with the raw names, so that a folder whose name
+// is not valid UTF-8 is still entered. Names go through wide text on their
+// way from the folder to the mask test and back, so a file name that is not
+// valid UTF-8 comes back changed and is reported as a file that cannot be
+// opened, and a folder whose path does not survive that trip lists the
+// files of the folder its changed path names, if any.
 #include "walk.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -24,6 +34,7 @@
 #include <vector>
 
 #include "fyndle.h"
+#include "qvstdlib.h"
 #include "qvstring.h"
 #include "qvsystem.h"
 #include "parallel.h"
@@ -31,127 +42,209 @@
 
 namespace {
 
-// What a folder holds that the search looks at.
-struct Listing {
-    std::vector<std::string> files;    // regular files, in the folder's order
-    std::vector<std::string> folders;  // subfolders, in the folder's order
-};
+// Folder descriptors the walk keeps open below the starting folder.
+constexpr size_t kKeptFolders = 16;
+// Longest piece of a path handed to one open call.
+constexpr size_t kPathPiece = PATH_MAX - 1;
 
 struct FreeDeleter {
     void operator()(void *block) const { std::free(block); }
 };
 
-bool isHidden(const char *name)
-{
-    return name[0] == '.';
-}
+// One level of the walk.
+struct Level {
+    std::vector<std::string> subfolders; // folders to walk into, in listing order
+    size_t next;                         // index of the next subfolder to enter
+    size_t pathLength;                   // length of the printed path of this folder
+    int fd;                              // the folder's descriptor, -1 while closed
+    dev_t device;                        // identity, to check a reopened descriptor
+    ino_t inode;
+    bool pathRoundTrips; // the path survives the trip through wide text
+};
 
-// Reads the visible regular files and folders of the folder open as fd.
-void readEntries(int fd, std::vector<std::string> *files, std::vector<std::string> *folders)
+// Opens path (relative to dirFd, or absolute) of any length by opening it
+// a piece at a time, each piece ending at a '/'. -1 on failure.
+int openLong(int dirFd, const std::string &path, int flags)
 {
-    int own = dup(fd);
-    if (own < 0)
-        return;
-    DIR *dir = fdopendir(own);
-    if (dir == nullptr) {
-        close(own);
-        return;
-    }
-    while (const dirent *entry = readdir(dir)) {
-        if (entry->d_ino == 0 || isHidden(entry->d_name))
-            continue;
-        if (entry->d_type == DT_REG && files != nullptr)
-            files->emplace_back(entry->d_name);
-        else if (entry->d_type == DT_DIR && folders != nullptr)
-            folders->emplace_back(entry->d_name);
-    }
-    closedir(dir);
-}
-
-// The folder's path as it comes back from wide text.
-std::string wideRoundTrip(const std::string &path)
-{
-    std::unique_ptr<wchar_t, FreeDeleter> wide(A2T_dup(path.c_str()));
-    if (!wide)
-        return std::string();
-    std::unique_ptr<char, FreeDeleter> narrow(T2A_dup(wide.get()));
-    return narrow ? std::string(narrow.get()) : std::string();
-}
-
-Listing listFolder(const std::string &path, int fd)
-{
-    Listing listing;
-    if (fd < 0)
-        return listing;
-    std::string listed = wideRoundTrip(path);
-    if (listed == path) {
-        readEntries(fd, &listing.files, &listing.folders);
-        return listing;
-    }
-    readEntries(fd, nullptr, &listing.folders);
-    int other = listed.empty() ? -1 : open(listed.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (other >= 0) {
-        readEntries(other, &listing.files, nullptr);
-        close(other);
-    }
-    return listing;
-}
-
-// Searches the files of one folder that fit one mask and adds them to the
-// run's counters.
-void doFiles(std::string &path, int fd, const char *mask, const std::vector<std::string> &files)
-{
-    std::vector<std::string> chosen;
-    std::unique_ptr<wchar_t, FreeDeleter> wideMask(A2T_dup(mask));
-    for (const std::string &file : files) {
-        wchar_t wideName[512];
-        A2T_cpy(wideName, 512, file.c_str());
-        if (FFileMaskMatch(wideName, wideMask.get())) {
-            char name[512];
-            T2A_cpy(name, 512, wideName);
-            chosen.emplace_back(name);
+    if (path.size() <= kPathPiece)
+        return openat(dirFd, path.c_str(), flags);
+    size_t begin = 0;
+    int fd = dirFd;
+    while (begin < path.size()) {
+        size_t end = path.size();
+        if (end - begin > kPathPiece) {
+            end = path.rfind('/', begin + kPathPiece);
+            if (end == std::string::npos || end < begin)
+                end = begin; // one name longer than a whole piece
+            if (end == begin)
+                end = begin + 1; // a leading '/' is a piece of its own
         }
+        const bool last = end >= path.size();
+        int opened =
+            openat(fd, path.substr(begin, end - begin).c_str(), last ? flags : O_PATH | O_DIRECTORY | O_CLOEXEC);
+        if (fd != dirFd)
+            close(fd);
+        if (opened < 0)
+            return -1;
+        fd = opened;
+        begin = end;
+        while (begin < path.size() && path[begin] == '/' && !last)
+            ++begin;
+    }
+    return fd;
+}
+
+bool roundTrips(const char *text, std::string *changed)
+{
+    std::unique_ptr<wchar_t, FreeDeleter> wide(A2T_dup(text));
+    std::unique_ptr<char, FreeDeleter> narrow(wide ? T2A_dup(wide.get()) : nullptr);
+    if (narrow && std::strcmp(narrow.get(), text) == 0)
+        return true;
+    if (changed != nullptr)
+        *changed = narrow ? narrow.get() : "";
+    return false;
+}
+
+// The visible subfolders of the folder open as fd, in the folder's order.
+std::vector<std::string> readSubfolders(int fd)
+{
+    std::vector<std::string> folders;
+    if (fd < 0)
+        return folders;
+    int own = openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR *dir = own < 0 ? nullptr : fdopendir(own);
+    if (dir == nullptr) {
+        if (own >= 0)
+            close(own);
+        return folders;
+    }
+    while (const dirent *entry = readdir(dir))
+        if (entry->d_ino != 0 && entry->d_name[0] != '.' && entry->d_type == DT_DIR)
+            folders.emplace_back(entry->d_name);
+    closedir(dir);
+    return folders;
+}
+
+// Searches the files of the folder open as fd that fit one mask, listed
+// from listFd, and adds them to the run's counters.
+void doFiles(std::string &path, int fd, int listFd, const char *mask)
+{
+    int count = 0;
+    wchar_t **list = nullptr;
+    if (listFd >= 0) {
+        std::unique_ptr<wchar_t, FreeDeleter> wideMask(A2T_dup(mask));
+        list = FileListByMaskAt(listFd, wideMask.get(), &count, 1);
     }
     if (g_fVerbose)
-        ReportTrying(path.c_str(), static_cast<int>(chosen.size()));
-    if (chosen.empty())
+        ReportTrying(path.c_str(), count);
+    if (list == nullptr)
         return;
     const size_t folderLength = path.size();
-    for (const std::string &name : chosen) {
+    for (int index = 0; index < count; ++index) {
+        char name[512];
+        T2A_cpy(name, sizeof name, list[index]);
         path.resize(folderLength);
         path += '/';
         path += name;
-        SearchFile(fd, name.c_str(), path.c_str());
+        SearchFile(fd, name, path.c_str());
     }
     path.resize(folderLength);
+    TabFreePlain(list, static_cast<uint64_t>(count), 1);
 }
 
-void doAllFiles(std::string &path, int fd, const std::vector<std::string> &masks, const Listing &listing)
+// Every mask over the folder open as fd (-1: a folder that could not be
+// opened, which lists nothing).
+void doAllFiles(std::string &path, int fd, bool pathRoundTrips, const std::vector<std::string> &masks)
 {
+    int listFd = fd;
+    std::string changed;
+    if (fd >= 0 && !pathRoundTrips && !roundTrips(path.c_str(), &changed))
+        listFd = changed.empty() ? -1 : openLong(AT_FDCWD, changed, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     for (const std::string &mask : masks)
-        doFiles(path, fd, mask.c_str(), listing.files);
+        doFiles(path, fd, listFd, mask.c_str());
+    if (listFd >= 0 && listFd != fd)
+        close(listFd);
 }
 
-// Depth first, each folder's own files before its subfolders.
-int doFolders(std::string &path, int fd, const std::vector<std::string> &masks, const std::vector<std::string> &folders)
+bool sameFolder(int fd, const Level &level)
 {
-    if (fd < 0)
-        return 0;
-    const size_t folderLength = path.size();
-    for (const std::string &name : folders) {
-        path.resize(folderLength);
+    struct stat status;
+    return fstat(fd, &status) == 0 && status.st_dev == level.device && status.st_ino == level.inode;
+}
+
+// Reopens the closed level at index `at`: as ".." of belowFd (the level
+// under it, or -1), else by names from the starting folder.
+void reopen(std::vector<Level> &stack, size_t at, int belowFd)
+{
+    Level &level = stack[at];
+    int fd = belowFd < 0 ? -1 : openat(belowFd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0 && !sameFolder(fd, level)) {
+        close(fd);
+        fd = -1;
+    }
+    if (fd < 0) {
+        std::string names;
+        for (size_t index = 1; index <= at; ++index) {
+            const Level &parent = stack[index - 1];
+            if (index > 1)
+                names += '/';
+            names += parent.subfolders[parent.next - 1];
+        }
+        fd = openLong(stack[0].fd, names, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd >= 0 && !sameFolder(fd, level)) {
+            close(fd);
+            fd = -1;
+        }
+    }
+    level.fd = fd;
+    if (fd < 0) // the folder moved away: what is left of it is skipped
+        level.next = level.subfolders.size();
+}
+
+// Depth first, pre-order: each folder's own files, then its subfolders in
+// listing order.
+void doFolders(std::string &path, int fd, bool pathRoundTrips, const std::vector<std::string> &masks)
+{
+    std::vector<Level> stack;
+    stack.push_back(Level{readSubfolders(fd), 0, path.size(), fd, 0, 0, pathRoundTrips});
+    size_t firstOpen = 1; // levels [1, firstOpen) have their descriptor closed
+    while (!stack.empty()) {
+        Level &top = stack.back();
+        if (top.next == top.subfolders.size()) {
+            const size_t at = stack.size() - 1;
+            if (at == 0)
+                break;
+            if (at - 1 >= 1 && at - 1 < firstOpen) {
+                reopen(stack, at - 1, top.fd);
+                firstOpen = at - 1;
+            }
+            if (top.fd >= 0)
+                close(top.fd);
+            stack.pop_back();
+            continue;
+        }
+        const std::string &name = top.subfolders[top.next++];
+        path.resize(top.pathLength);
         path += '/';
         path += name;
-        int sub = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        Listing listing = listFolder(path, sub);
-        doAllFiles(path, sub, masks, listing);
-        std::vector<std::string>().swap(listing.files);
-        doFolders(path, sub, masks, listing.folders);
-        if (sub >= 0)
-            close(sub);
+        const bool subRoundTrips = top.pathRoundTrips && roundTrips(name.c_str(), nullptr);
+        int sub = top.fd < 0 ? -1 : openat(top.fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        doAllFiles(path, sub, subRoundTrips, masks);
+        std::vector<std::string> subfolders = readSubfolders(sub);
+        struct stat status;
+        if (subfolders.empty() || fstat(sub, &status) != 0) {
+            if (sub >= 0)
+                close(sub);
+            continue;
+        }
+        stack.push_back(Level{std::move(subfolders), 0, path.size(), sub, status.st_dev, status.st_ino, subRoundTrips});
+        if (stack.size() - firstOpen > kKeptFolders) {
+            close(stack[firstOpen].fd);
+            stack[firstOpen].fd = -1;
+            ++firstOpen;
+        }
     }
-    path.resize(folderLength);
-    return 1;
+    path.resize(stack.front().pathLength);
 }
 
 // Cuts the mask text into masks: at ';' only when it holds a wildcard, and
@@ -192,8 +285,12 @@ int FRunMask(char *directory, const char *maskList)
         return 0;
     }
     std::string path = resolved.get();
+    // The resolved path may be longer than one system call takes.
     struct stat status;
-    const bool exists = stat(path.c_str(), &status) == 0;
+    int probe = openLong(AT_FDCWD, path, O_PATH | O_CLOEXEC);
+    const bool exists = probe >= 0 && fstat(probe, &status) == 0;
+    if (probe >= 0)
+        close(probe);
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     if (!exists || (!isFolder && path.back() == '/')) {
         ReportPathNotFound(path.c_str());
@@ -218,12 +315,12 @@ int FRunMask(char *directory, const char *maskList)
     const std::vector<std::string> masks = splitMasks(maskText);
 
     g_cFilesTried = g_cFiles = g_cCount = 0;
-    int fd = path.empty() ? -1 : open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    Listing listing = listFolder(path, fd);
+    int fd = path.empty() ? -1 : openLong(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool pathRoundTrips = roundTrips(path.c_str(), nullptr);
     BeginSearch();
-    doAllFiles(path, fd, masks, listing);
-    if (g_fDoSubdirectories)
-        doFolders(path, fd, masks, listing.folders);
+    doAllFiles(path, fd, pathRoundTrips, masks);
+    if (g_fDoSubdirectories && fd >= 0)
+        doFolders(path, fd, pathRoundTrips, masks);
     EndSearch();
     if (fd >= 0)
         close(fd);

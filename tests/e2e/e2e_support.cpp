@@ -46,11 +46,11 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
             if (sched_setaffinity(0, sizeof allowed, &allowed) != 0)
                 _exit(124);
         }
-        std::vector<char *> argv{const_cast<char *>(FYNDLE_BINARY)};
+        std::vector<char *> argv{const_cast<char *>(g_binary.c_str())};
         for (const std::string &arg : args)
             argv.push_back(const_cast<char *>(arg.c_str()));
         argv.push_back(nullptr);
-        execv(FYNDLE_BINARY, argv.data());
+        execv(g_binary.c_str(), argv.data());
         _exit(127);
     }
     close(pipes[0][1]);
@@ -99,12 +99,13 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
     return result;
 }
 
-TempTree::TempTree()
+TempTree::TempTree(const std::string &base)
 {
-    std::string pattern = (fs::temp_directory_path() / "fyndle-e2e-XXXXXX").string();
+    const bool useBase = !base.empty() && access(base.c_str(), W_OK | X_OK) == 0;
+    std::string pattern = ((useBase ? fs::path(base) : fs::temp_directory_path()) / "fyndle-e2e-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("mkdtemp failed");
-    root_ = fs::canonical(pattern).string();  // as fyndle prints it, through a linked /tmp
+    root_ = fs::canonical(pattern).string(); // as fyndle prints it, through a linked /tmp
 }
 
 TempTree::~TempTree()
@@ -116,7 +117,7 @@ TempTree::~TempTree()
         if (it->is_directory(ignored) && !it->is_symlink(ignored))
             fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
     fs::remove_all(root_, ignored);
-    if (fs::exists(root_, ignored))  // paths beyond the system's limit
+    if (fs::exists(root_, ignored)) // paths beyond the system's limit
         (void)!std::system(("rm -rf '" + root_ + "'").c_str());
 }
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 struct RunResult {
-    int exitCode = -1;  // -1 when the process did not exit normally
+    int exitCode = -1; // -1 when the process did not exit normally
     std::string out, err;
 };
 
@@ -18,6 +18,8 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
 
 // When not negative, runFyndle runs the binary as this user and group.
 inline int g_runAsUser = -1;
+// The binary runFyndle runs.
+inline std::string g_binary = FYNDLE_BINARY;
 
 // When set, runFyndle pins the binary to one CPU (the first it may run
 // on), so that it searches without threads.
@@ -26,7 +28,9 @@ inline bool g_runOnOneCpu = false;
 // A temporary folder that removes itself with everything in it.
 class TempTree {
 public:
-    TempTree();
+    // In the system's temporary folder, or in base when it is a folder we
+    // can write to.
+    explicit TempTree(const std::string &base = "");
     ~TempTree();
     TempTree(const TempTree &) = delete;
     TempTree &operator=(const TempTree &) = delete;

@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -15,51 +19,166 @@
 
 namespace {
 
-TEST(Hostile, FolderPathLongerThan4096Bytes)
-{
-    TempTree tree;
-    const std::string component(200, 'd');
-    std::string full = tree.root();
-    int fd = open(full.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    while (fd >= 0 && full.size() <= 4200) {
-        ASSERT_EQ(mkdirat(fd, component.c_str(), 0755), 0) << std::strerror(errno);
-        const int next = openat(fd, component.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        close(fd);
-        fd = next;
-        full += "/" + component;
+// Lowers a soft resource limit for the fyndle runs started meanwhile.
+struct ScopedLimit {
+    int resource;
+    rlimit saved{};
+    ScopedLimit(int which, rlim_t soft) : resource(which)
+    {
+        getrlimit(resource, &saved);
+        rlimit lowered = saved;
+        lowered.rlim_cur = saved.rlim_max < soft ? saved.rlim_max : soft;
+        setrlimit(resource, &lowered);
     }
-    ASSERT_GE(fd, 0);
-    const int file = openat(fd, "bottom.txt", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    const std::string content = "nothing here\nthe needle is here\n";
+    ~ScopedLimit() { setrlimit(resource, &saved); }
+};
+
+void writeAt(int dirFd, const char *name, const std::string &content)
+{
+    const int file = openat(dirFd, name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    ASSERT_GE(file, 0) << std::strerror(errno);
     ASSERT_EQ(write(file, content.data(), content.size()), static_cast<ssize_t>(content.size()));
     close(file);
+}
+
+// A chain of `levels` folders named `name` below the tree's root, built by
+// descriptor so that no long path is needed. The bottom one holds
+// bottom.txt; every sideEvery levels a folder "side" beside the next level
+// holds side.txt, made before or after it by turns so that the walk meets
+// it on the way down or on the way back up. Each file holds one needle.
+// Sets *want to the reports of "-s needle @" in walk order, *found to their
+// number, and returns the bottom folder's descriptor.
+int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, std::string *want, int *found)
+{
+    std::string path = "@";
+    std::string down, up;
+    int fd = open(tree.root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    *found = 1;
+    for (int level = 0; level < levels && fd >= 0; ++level) {
+        const bool side = level > 0 && level % sideEvery == 0, sideFirst = level / sideEvery % 2 == 0;
+        if (side && sideFirst)
+            mkdirat(fd, "side", 0755);
+        EXPECT_EQ(mkdirat(fd, name.c_str(), 0755), 0) << std::strerror(errno);
+        if (side && !sideFirst)
+            mkdirat(fd, "side", 0755);
+        if (side) {
+            const int sideFd = openat(fd, "side", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            writeAt(sideFd, "side.txt", "needle\n");
+            close(sideFd);
+            const std::string line = path + "/side/side.txt (1): needle\n";
+            DIR *dir = fdopendir(openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+            while (const dirent *entry = readdir(dir))
+                if (entry->d_name == name || std::strcmp(entry->d_name, "side") == 0) {
+                    if (entry->d_name == name)
+                        up = line + up;
+                    else
+                        down += line;
+                    break;
+                }
+            closedir(dir);
+            ++*found;
+        }
+        const int next = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        close(fd);
+        fd = next;
+        path += "/" + name;
+    }
+    writeAt(fd, "bottom.txt", "nothing here\nthe needle is here\n");
+    *want = down + path + "/bottom.txt (2): the needle is here\n" + up;
+    return fd;
+}
+
+// Removes what buildChain made, climbing from its bottom folder (closed
+// here): a tree this deep is beyond the reach of path-based clean-up.
+void removeChain(int fd, int levels, const std::string &name)
+{
+    unlinkat(fd, "bottom.txt", 0);
+    for (int level = 0; level < levels && fd >= 0; ++level) {
+        const int parent = openat(fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        close(fd);
+        fd = parent;
+        unlinkat(fd, "side/side.txt", 0);
+        unlinkat(fd, "side", AT_REMOVEDIR);
+        EXPECT_EQ(unlinkat(fd, name.c_str(), AT_REMOVEDIR), 0) << std::strerror(errno);
+    }
     close(fd);
-    ASSERT_GT(full.size(), 4096u);
-    check(tree, {"-s", "needle", "@"}, searching("needle") + full + "/bottom.txt (2): the needle is here\n" + summary(1, 1, 1));
-    check(tree, {"-l", "-s", "@"}, "2 lines counted in 1 file.\n");
+}
+
+TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
+{
+    // 1,500 levels of paths beyond 4096 bytes with 64 descriptors, also
+    // searched from its bottom folder as the working folder; 50,000 levels
+    // with an 8 MB stack.
+    const struct {
+        int levels;
+        std::string name;
+        int sideEvery;
+        int resource;
+        rlim_t limit;
+    } cases[] = {{1500, "ddd", 100, RLIMIT_NOFILE, 64}, {50000, "d", 5000, RLIMIT_STACK, 8 << 20}};
+    for (const auto &deep : cases) {
+        SCOPED_TRACE(deep.levels);
+        TempTree tree("/dev/shm"); // a memory file system makes and removes deep trees many times faster
+        std::string want;
+        int found = 0;
+        const int bottom = buildChain(tree, deep.levels, deep.name, deep.sideEvery, &want, &found);
+        ASSERT_GE(bottom, 0);
+        {
+            ScopedLimit limit(deep.resource, deep.limit);
+            check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found), 0, 300);
+            check(tree, {"-l", "-s", "@"},
+                  std::to_string(found + 1) + " lines counted in " + std::to_string(found) + " files.\n", 0, 300);
+            if (deep.levels == 1500) {
+                const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+                ASSERT_EQ(fchdir(bottom), 0);
+                const RunResult r = runFyndle({"needle", "."});
+                EXPECT_EQ(fchdir(here), 0);
+                close(here);
+                const size_t at = want.find("/bottom.txt"), begin = want.rfind('\n', at) + 1;
+                EXPECT_EQ(r.out, kBanner + searching("needle") +
+                                     expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) +
+                                     summary(1, 1, 1));
+            }
+        }
+        removeChain(bottom, deep.levels, deep.name);
+    }
 }
 
 TEST(Hostile, SparseFileAbove2GiB)
 {
-    TempTree tree;
+    TempTree tree("/dev/shm"); // zeros of a hole in memory read fastest
     const int fd = open(tree.path("big.bin").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     ASSERT_GE(fd, 0);
     ASSERT_EQ(ftruncate(fd, 0x80000010 + 4096), 0) << std::strerror(errno);
     ASSERT_EQ(pwrite(fd, "first line\n", 11, 0), 11);
     ASSERT_EQ(pwrite(fd, "needle\n", 7, 0x80000010), 7);
     close(fd);
-    check(tree, {"-b", "needle", "@"}, searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), 0, 600);
+    check(tree, {"-b", "needle", "@"}, searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), 0,
+          600);
     check(tree, {"-l", "@"}, "2 lines counted in 1 file.\n", 0, 600);
 }
 
 TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
 {
-    // Root reads whatever the permissions: it runs fyndle as nobody instead.
-    TempTree tree;
+    // Root reads whatever the permissions: it runs fyndle as nobody instead,
+    // from a copy in a folder of its own that nobody can reach wherever the
+    // build lies.
+    TempTree tree, binary;
     struct AsUser {
-        AsUser() { g_runAsUser = geteuid() == 0 ? 65534 : -1; }
-        ~AsUser() { g_runAsUser = -1; }
-    } asUser;
+        AsUser(const std::string &copy)
+        {
+            g_runAsUser = geteuid() == 0 ? 65534 : -1;
+            g_binary = copy;
+        }
+        ~AsUser()
+        {
+            g_runAsUser = -1;
+            g_binary = FYNDLE_BINARY;
+        }
+    } asUser(binary.path("fyndle"));
+    ASSERT_EQ(chmod(binary.root().c_str(), 0755), 0);
+    std::filesystem::copy_file(FYNDLE_BINARY, g_binary);
+    ASSERT_EQ(chmod(g_binary.c_str(), 0755), 0);
     if (runFyndle({}).exitCode == 125)
         GTEST_SKIP() << "running as root, and unable to run fyndle as another user";
     ASSERT_EQ(chmod(tree.root().c_str(), 0755), 0);
@@ -72,7 +191,7 @@ TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
         if (name != "locked")
             want += name == "open.txt" ? "@/open.txt (1): needle\n" : "unable to open file @/secret.txt\n";
     check(tree, {"-s", "needle", "@"}, want + summary(1, 1, 2));
-    check(tree, {"-l", "-s", "@"}, "1 lines counted in 1 file.\n");  // without a word on what it cannot open
+    check(tree, {"-l", "-s", "@"}, "1 lines counted in 1 file.\n"); // without a word on what it cannot open
 }
 
 TEST(Hostile, FifosAndDevicesAreNeitherListedNorOpened)
@@ -100,7 +219,8 @@ TEST(Hostile, LinkLoopsDanglingLinksAndRemovedFiles)
     tree.file("sub/c.txt", "a needle\n");
     tree.file("removed.txt", "needle\n");
     const std::vector<std::pair<const char *, const char *>> links = {
-        {"loop", "loop"}, {"l1", "l2"}, {"l2", "l1"}, {"sub/up", ".."}, {"sub/here", "."}, {"dangling.txt", "removed.txt"}};
+        {"loop", "loop"}, {"l1", "l2"},      {"l2", "l1"},
+        {"sub/up", ".."}, {"sub/here", "."}, {"dangling.txt", "removed.txt"}};
     for (const auto &[name, target] : links)
         ASSERT_EQ(symlink(target, tree.path(name).c_str()), 0);
     ASSERT_EQ(unlink(tree.path("removed.txt").c_str()), 0);
@@ -132,8 +252,8 @@ TEST(Hostile, FileRemovedBetweenListingAndOpeningIsReported)
     tree.file(order[0], content);
     tree.file(order[1], "needle\n");
     g_runOnOneCpu = true;
-    const RunResult r = runFyndle({"needle", tree.root()}, "", 120, [&] { unlink(tree.path(order[1]).c_str()); },
-                                  head.size());
+    const RunResult r = runFyndle(
+        {"needle", tree.root()}, "", 120, [&] { unlink(tree.path(order[1]).c_str()); }, head.size());
     g_runOnOneCpu = false;
     EXPECT_EQ(r.exitCode, 0);
     want += "unable to open file " + tree.path(order[1]) + "\n" + summary(kLines, 1, 2);
@@ -147,8 +267,10 @@ TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
     // swallows the two bytes after it and the whole is dropped; a stray 0x80
     // comes back as C2 80. A folder whose name changes lists no files.
     TempTree tree;
-    const std::vector<std::pair<std::string, std::string>> names = {
-        {"bad\xff.txt", "bad.txt"}, {"caf\xe9.txt", "cafxt"}, {"x\x80y", "x\xc2\x80y"}, {"new\nline.txt", "new\nline.txt"}};
+    const std::vector<std::pair<std::string, std::string>> names = {{"bad\xff.txt", "bad.txt"},
+                                                                    {"caf\xe9.txt", "cafxt"},
+                                                                    {"x\x80y", "x\xc2\x80y"},
+                                                                    {"new\nline.txt", "new\nline.txt"}};
     for (const auto &name : names)
         tree.file(name.first, "needle\n");
     tree.file("dir\xff/inside.txt", "needle\n");
@@ -159,7 +281,8 @@ TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
             if (entry == onDisk) {
                 ++tried;
                 found += changed == onDisk;
-                want += changed == onDisk ? "@/" + onDisk + " (1): needle\n" : "unable to open file @/" + changed + "\n";
+                want +=
+                    changed == onDisk ? "@/" + onDisk + " (1): needle\n" : "unable to open file @/" + changed + "\n";
             }
     check(tree, {"-s", "needle", "@"}, want + summary(found, found, tried));
 }

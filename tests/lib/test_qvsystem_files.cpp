@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -134,6 +135,17 @@ TEST_F(QvSystemFiles, ListByMask)
     EXPECT_EQ(listed(L"/tmp", nullptr), Names{}); // empty folder part
     for (const wchar_t *folder : {static_cast<const wchar_t *>(nullptr), L"", L"/no/such/folder"})
         EXPECT_EQ(listed(folder, L"*"), Names{});
+    // By descriptor: the same listing twice from one descriptor, none from -1.
+    const int fd = open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (int dirFd : {fd, fd, -1}) {
+        int count = 7;
+        wchar_t **table = FileListByMaskAt(dirFd, L"*.*", &count, 1);
+        Names names(table, table + count);
+        TabFreePlain(table, static_cast<uint64_t>(count), 1);
+        std::sort(names.begin(), names.end());
+        EXPECT_EQ(names, dirFd < 0 ? Names{} : Names({L"a.b.txt", L"x.txt"}));
+    }
+    close(fd);
 }
 
 TEST_F(QvSystemFiles, ListGrowsAndKeepsWholeNames)
