@@ -50,7 +50,7 @@ cmake --build "$build" -j2 --target fyndle read_floor_5k read_floor_256k bench_m
 
 fyndle=$build/fyndle
 # fyndle runs pinned to one core, so that it is measured as one thread
-# against rg -j1 and the floors.
+# against rg -j1 and the floors; the thread rows at the end run it free.
 one="taskset -c 0"
 floor5k=$build/bench/read_floor_5k
 floor256k=$build/bench/read_floor_256k
@@ -263,6 +263,42 @@ for file in letters words; do
   done
   shape_group "$file" 10 "${group[@]}"
 done
+
+# fyndle on every CPU against rg as it starts (its own threads), warm and,
+# where the page cache can be dropped (root), cold; and fyndle on 1 and 2
+# CPUs. Target on the literals: fyndle at most 0.9 times rg.
+thread_group() {  # name hyperfine-options...
+  local name=$1; shift
+  local rgt="rg --no-ignore"
+  hyperfine -i "$@" --runs "$runs" --style basic --export-csv "$results/times-$name.csv" \
+    -n "rare literal~fyndle" "$fyndle -s pthread_mutex $tree" -n "rare literal~rg" "$rgt -n -i -F pthread_mutex $tree" \
+    -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree" \
+    -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree" \
+    -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree" \
+    -n "rare literal~fyndle 2 CPUs" "taskset -c 0,1 $fyndle -s pthread_mutex $tree" \
+    >"$results/hyperfine-$name.log" 2>&1 || true
+  awk -F, 'FNR == 1 { next }
+    { split($1, key, "~"); m[$1] = $4 * 1000; row[++n] = $1 }
+    END {
+      printf "%-20s %-16s %10s %8s  %s\n", "search", "tool", "median ms", "x rg", "target"
+      for (i = 1; i <= n; i++) {
+        split(row[i], key, "~"); rgv = m[key[1] "~rg"]
+        target = (key[2] == "fyndle" && key[1] ~ /literal/) ? (m[row[i]] <= 0.9 * rgv ? "met (<=0.9x rg)" : "MISSED (<=0.9x rg)") : ""
+        printf "%-20s %-16s %10.1f %8.2f  %s\n", key[1], key[2], m[row[i]], m[row[i]] / rgv, target
+      }
+    }' "$results/times-$name.csv" | tee "$results/table-$name.txt"
+}
+
+echo
+echo "threads, warm cache (load $(cut -d' ' -f1 /proc/loadavg)):"
+thread_group threads-warm -N --warmup 2
+echo
+if [ "$(id -u)" = 0 ] && [ -w /proc/sys/vm/drop_caches ]; then
+  echo "threads, cold cache, dropped before every run (load $(cut -d' ' -f1 /proc/loadavg)):"
+  thread_group threads-cold --prepare 'sync; echo 3 > /proc/sys/vm/drop_caches'
+else
+  echo "threads, cold cache: skipped (dropping the page cache needs root and /proc/sys/vm/drop_caches)"
+fi
 
 echo "load at end: $(cut -d' ' -f1-3 /proc/loadavg)" | tee -a "$results/conditions.txt"
 

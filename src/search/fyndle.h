@@ -1,9 +1,10 @@
 // fyndle: the state that the pieces of the tool share.
 //
-// Options are one-byte flags, the compiled pattern lives in fixed tables
-// that are written once before any search and only read after, and the run
-// counters are summed
-// by the file scanner and printed by the folder walk. Counters, offsets
+// Options are one-byte flags and the compiled pattern lives in fixed
+// tables: both are written once before any search and only read after, so
+// the searching threads share them without locks. Window buffers and match
+// counts are per thread. The run counters are summed file by file in the
+// walk's order (output.h) and printed by the folder walk. Counters, offsets
 // and line numbers are 64-bit so that files and runs above 2 GiB count
 // right; below that they print exactly as 32-bit ints would.
 #pragma once

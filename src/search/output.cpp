@@ -19,11 +19,12 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "fyndle.h"
 
 struct OutputSlot {
-    std::string kept;      // bytes written while not at the head
+    std::vector<std::string> kept;  // bytes written while not at the head, in pieces
     int64_t number = 0;    // the file's result, once closed
     bool isFile = false;   // counted and flushed as a file when retired
     bool closed = false;   // its thread has written everything
@@ -31,10 +32,12 @@ struct OutputSlot {
 
 namespace {
 
-// Bytes that slots behind the head may keep in all.
+// Bytes that slots behind the head may keep in all, counted in pieces of
+// a fixed size, so that what is allocated is what is counted.
 constexpr size_t kKeptLimit = 1 << 20;
+constexpr size_t kPieceSize = 16 << 10;
 // Bytes a thread gathers before it hands them to its slot.
-constexpr size_t kStagingLimit = 8 << 10;
+constexpr size_t kStagingLimit = 8 << 10;  // below kPieceSize
 // Slots that may be unwritten at once (each file slot holds an open file).
 constexpr size_t kSlotLimit = 64;
 
@@ -43,7 +46,7 @@ std::condition_variable s_changed;     // a slot retired, kept bytes written, or
 std::deque<OutputSlot *> s_order;      // unretired slots, head first
 std::atomic<OutputSlot *> s_direct{nullptr};
 bool s_flushing = false;               // a thread is retiring slots
-size_t s_kept = 0;                     // sum of kept bytes
+size_t s_kept = 0;                     // sum of the kept pieces' sizes
 bool s_ordered = false;                // read and written by the walk thread only
 
 thread_local OutputSlot *t_slot = nullptr;
@@ -63,13 +66,18 @@ void retire(std::unique_lock<std::mutex> &held)
     while (!s_order.empty()) {
         OutputSlot *head = s_order.front();
         if (!head->kept.empty()) {
-            std::string bytes;
-            bytes.swap(head->kept);
-            s_kept -= bytes.size();
-            s_changed.notify_all();
+            std::vector<std::string> pieces;
+            pieces.swap(head->kept);
             held.unlock();
-            writeOut(bytes.data(), bytes.size());
+            size_t sizes = 0;
+            for (const std::string &piece : pieces) {
+                writeOut(piece.data(), piece.size());
+                sizes += piece.capacity();
+            }
+            pieces.clear();
             held.lock();
+            s_kept -= sizes;
+            s_changed.notify_all();
             continue;
         }
         if (!head->closed) {
@@ -120,9 +128,15 @@ void commit(OutputSlot *slot, const char *bytes, size_t len)
             writeOut(bytes, len);
             return;
         }
-        if (s_kept == 0 || s_kept + len <= kKeptLimit) {
-            slot->kept.append(bytes, len);
-            s_kept += len;
+        if (!slot->kept.empty() && slot->kept.back().capacity() - slot->kept.back().size() >= len) {
+            slot->kept.back().append(bytes, len);
+            return;
+        }
+        if (s_kept == 0 || s_kept + kPieceSize <= kKeptLimit) {
+            std::string &piece = slot->kept.emplace_back();
+            piece.reserve(len > kPieceSize ? len : kPieceSize);
+            piece.append(bytes, len);
+            s_kept += piece.capacity();
             return;
         }
         s_changed.wait(held);

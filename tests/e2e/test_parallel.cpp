@@ -45,13 +45,18 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
         int found = 0;
         for (int line = 0; line < lineCount; ++line) {
             const bool hit = random() % static_cast<unsigned>(every) == 0;
-            content += hit ? "some needle text " + std::to_string(line) + "\n" : "plain text line " + std::to_string(line) + "\n";
+            content += hit ? "some needle text " : "plain text line ";
+            content += std::to_string(line);
+            content += '\n';
             found += hit;
         }
         matches += found;
         matchingFiles += found > 0;
         lines += lineCount;
-        tree.file("d" + std::to_string(i % 7) + "/s" + std::to_string(i % 5) + "/f" + std::to_string(i) + ".txt", content);
+        std::string name = "d";
+        name += std::to_string(i % 7), name += "/s", name += std::to_string(i % 5);
+        name += "/f", name += std::to_string(i), name += ".txt";
+        tree.file(name, content);
     }
     const RunResult plain = sameBothWays({"-s", "needle", tree.root()});
     EXPECT_NE(plain.out.find(summary(static_cast<int>(matches), static_cast<int>(matchingFiles), kFiles)),
@@ -106,9 +111,9 @@ TEST(Parallel, ClosedPipeAndFullDeviceEndTheRunAsOnOneCpu)
     TempTree tree;
     std::string content;
     for (int i = 0; i < 5000; ++i)
-        content += "needle " + std::to_string(i) + "\n";
+        content += "needle ", content += std::to_string(i), content += '\n';
     for (int i = 0; i < 40; ++i)
-        tree.file("f" + std::to_string(i), content);
+        tree.file(std::string("f").append(std::to_string(i)), content);
     const std::vector<std::string> args{"needle", tree.root()};
     EXPECT_EQ(fate(args, "pipe", true), "signal 13");
     EXPECT_EQ(fate(args, "pipe", false), "signal 13");
