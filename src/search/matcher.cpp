@@ -168,9 +168,13 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             pos = start + 1;
             // Later starts whose first state lies on the failed path's
             // stretch of the same element fail too.
-            const int row = first != 0 ? 1 : 0;
-            if (state.useMemo && row < state.memoRows && state.memoEnd[row] == kPathFails) {
-                const int64_t past = state.memoHi[row] - base + (first != 0 ? 0 : 1);
+            // A start's first state is (0, start), or (1, start + 1) past a
+            // first byte or a one-byte element 0 that takes it.
+            const bool second = first != 0 || (g_aiPatCount[0] & ~kFlagNegated) == kFlagSingle;
+            const int row = second ? 1 : 0;
+            if (state.useMemo && row < state.memoRows && (g_aiPatCount[row] & kRunFlags) &&
+                state.memoEnd[row] == kPathFails) {
+                const int64_t past = state.memoHi[row] - base + (second ? 0 : 1);
                 if (past > pos)
                     pos = past;
             }

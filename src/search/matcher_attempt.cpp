@@ -13,6 +13,10 @@
 //   needs keeping: a later attempt reaches that element at or after the
 //   path's first position there, and is either inside the path's stretch
 //   (and ends as it did) or past it, on states nobody has worked.
+// - only elements that take runs ('*', '+') can be worked again and again:
+//   every other step moves on to the next element, so an attempt makes at
+//   most one such step per element. Paths are kept and looked up on those
+//   elements only.
 // - a path that ran into the window's end follows the same states in the
 //   next window, which holds the same text up to at least the same end; it
 //   is carried, and whoever joins it goes on from its frontier.
@@ -52,6 +56,8 @@ void record(MatchState &state, const Stretch &stretch, int64_t base, int firstRo
             int lastRow, int64_t result)
 {
     for (int k = firstRow; k < ownEnd; ++k) {
+        if (!(g_aiPatCount[k] & kRunFlags))
+            continue;
         state.memoLo[k] = base + stretch.first[k];
         state.memoHi[k] = base + stretch.last[k];
         state.memoEnd[k] = result;
@@ -117,8 +123,7 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
     stretch.first[element] = pos;
     bool entering = memo;
     for (;;) {
-        if (entering) {
-            entering = false;
+        if (entering && (g_aiPatCount[element] & kRunFlags)) {
             const int64_t at = base + pos;
             if (element < state.memoRows && state.memoLo[element] <= at && at <= state.memoHi[element]) {
                 const int64_t result = state.memoEnd[element];
@@ -152,6 +157,7 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
                 }
             }
         }
+        entering = false;
         ++steps;
         const int previous = element;
         const uint32_t flags = g_aiPatCount[element];

@@ -7,6 +7,9 @@
 
 #include "fyndle.h"
 
+// The elements whose states the engine remembers: those that take runs.
+inline constexpr uint32_t kRunFlags = kFlagStar | kFlagPlus;
+
 enum class AttemptEnd { Success, Fail, RanOut };
 
 // What a path of states is known to end in: the file position where its
@@ -23,8 +26,8 @@ struct MatchState {
     bool useMemo;                   // remember and reuse paths (off: every attempt runs in full)
     int64_t steps;                  // states worked so far, all windows (for tests)
 
-    // This window: per element, the states of the last path that went
-    // through it, and what that path ended in.
+    // This window: per element that takes runs, the states of the last
+    // path that went through it, and what that path ended in.
     int memoRows;                   // elements 0..memoRows-1 may hold a path
     int64_t memoLo[kMaxElements];   // first file position of the path on the element
     int64_t memoHi[kMaxElements];   // last one (none when memoHi < memoLo)
