@@ -21,6 +21,7 @@
 // files of the folder its changed path names, if any.
 #include "walk.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -247,6 +248,38 @@ void doFolders(std::string &path, int fd, bool pathRoundTrips, const std::vector
     path.resize(stack.front().pathLength);
 }
 
+// The absolute form of a path whose resolved form is longer than some
+// realpath implementations take (instrumented builds among them): the
+// working folder, which the kernel keeps free of links, joined with the
+// path, its "." and ".." parts folded. Links inside the path itself stay as
+// they are. Null when the working folder cannot be read.
+char *resolveLong(const char *directory)
+{
+    std::string joined;
+    if (directory[0] != '/') {
+        std::unique_ptr<char, FreeDeleter> cwd(getcwd(nullptr, 0));
+        if (!cwd)
+            return nullptr;
+        joined = cwd.get();
+    }
+    joined += '/';
+    joined += directory;
+    std::string result;
+    size_t begin = 0;
+    while (begin < joined.size()) {
+        size_t end = joined.find('/', begin);
+        if (end == std::string::npos)
+            end = joined.size();
+        const std::string part = joined.substr(begin, end - begin);
+        if (part == "..")
+            result.resize(result.rfind('/') == std::string::npos ? 0 : result.rfind('/'));
+        else if (!part.empty() && part != ".")
+            result += '/' + part;
+        begin = end + 1;
+    }
+    return strdup(result.empty() ? "/" : result.c_str());
+}
+
 // Cuts the mask text into masks: at ';' only when it holds a wildcard, and
 // only up to the first empty mask.
 std::vector<std::string> splitMasks(const std::string &text)
@@ -280,6 +313,8 @@ int FRunMask(char *directory, const char *maskList)
     }
     StrTrim(directory);
     std::unique_ptr<char, FreeDeleter> resolved(realpath(directory, nullptr));
+    if (!resolved && errno == ENAMETOOLONG)
+        resolved.reset(resolveLong(directory));
     if (!resolved) {
         ReportArgumentNotFound(directory);
         return 0;
