@@ -267,7 +267,8 @@ TEST(StrRep, CharactersAndLinePositions)
     EXPECT_EQ(TcsRepCh(wide, L'e', 0) + TcsRepCh(nullptr, L'e', L'x'), 0u);
 }
 
-// Both halves of the copying family, dst sized as the size call says; nothing lands past that size.
+// The size call's count and length against the copy's where they part: line modes, budgets spent on refused
+// candidates and the empty pattern, whose size is an upper bound. Nothing lands past that size.
 TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
 {
     const struct {
@@ -283,15 +284,11 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
         {"xfoo\nfoo", "bar", "foo", -1, 1, 2, 1, 8, 1, "xfoo\nbar"},
         {"xfoo\nfoo", "bar", "foo", 2, 1, 2, 0, 8, 0, "xfoo\nfoo"}, // refused candidates spend the budget
         {"xfoo\nfoo", "bar", "foo", 3, 1, 2, 1, 8, 1, "xfoo\nbar"},
-        {"aXbXcX", "--", "X", 2, 1, 0, 2, 8, 2, "a--b--cX"},
         {"aXbXcX", "", "X", -1, 1, 0, 3, 3, 3, "abc"},
         {"aXbXcX", nullptr, "X", INT_MIN, 1, 0, 3, 3, 3, "abc"},
         {"xxabcxx", "!", "ABC", -1, 0, 0, 1, 5, 1, "xx!xx"},
-        {"xxabcxx", "!", "ABC", -1, 1, 0, 0, 7, 0, "xxabcxx"},
         {"ABC\nabc", "z", "aBc", -1, 0, 2, 2, 3, 2, "z\nz"},
-        {"abc", "z", "abcd", -1, 0, 0, 0, 3, 0, "abc"},
         {"", "z", "a", -1, 1, 0, 0, 0, 0, ""},
-        {"abc", "zz", "b", 0, 1, 0, 0, 3, 0, "abc"},
         // Empty pattern: rep takes the place of the first (last) byte of each line; the size is an upper bound.
         {"a\nb", "> ", "", -1, 1, 2, 2, 7, 2, "> \n> "},
         {"a\nb\nc", "> ", "", 1, 1, 2, 1, 7, 1, "> \nb\nc"},
@@ -302,7 +299,6 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
         {"", "ab", "", -1, 1, 1, 1, 2, 0, "~"},
         {"a\nb", "x", "", -1, 1, 0, 0, 3, 0, "~"},
         {"a\nb", "x", "", -1, 1, 3, 0, 3, 0, "~"},
-        {"a\nb", "x", "", -1, 1, 4, 0, 3, 0, "~"},
         {"a\nb", "", "", -1, 1, 2, 0, 3, 0, "~"}, // nothing written at all
         {"a\nb", nullptr, "", -1, 1, 2, 0, 3, 0, "~"},
         {"a\nb", "x", "", 0, 1, 2, 0, 3, 0, "a\nb"}};
