@@ -194,39 +194,35 @@ TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
     check(tree, {"-l", "-s", "@"}, "1 lines counted in 1 file.\n"); // without a word on what it cannot open
 }
 
-TEST(Hostile, FifosAndDevicesAreNeitherListedNorOpened)
-{
-    TempTree tree;
-    tree.file("a.txt", "needle\n");
-    ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0644), 0) << std::strerror(errno);
-    ASSERT_EQ(symlink("/dev/null", tree.path("null.txt").c_str()), 0);
-    ASSERT_EQ(symlink("/dev/zero", tree.path("zero.txt").c_str()), 0);
-    // A device node of our own where the system allows it (a container may not).
-    const bool haveNode = mknod(tree.path("node.txt").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0;
-    check(tree, {"-s", "needle", "@"}, searching("needle") + "@/a.txt (1): needle\n" + summary(1, 1, 1));
-    check(tree, {"-l", "@", "*.txt"}, "1 lines counted in 1 file.\n");
-    check(tree, {"-l", "@/pipe"}, "0 lines counted in 0 files.\n");
-    // Given as the folder, each becomes a mask in its folder, which no regular file fits.
-    for (const char *name : {"@/pipe", "@/null.txt", "@/node.txt"})
-        if (haveNode || std::string(name) != "@/node.txt")
-            check(tree, {"needle", name}, searching("needle") + summary(0, 0, 0));
-}
-
-TEST(Hostile, LinkLoopsDanglingLinksAndRemovedFiles)
+TEST(Hostile, SpecialFilesAndLinksAreNeitherListedNorFollowed)
 {
     TempTree tree;
     tree.file("a.txt", "needle\n");
     tree.file("sub/c.txt", "a needle\n");
     tree.file("removed.txt", "needle\n");
-    const std::vector<std::pair<const char *, const char *>> links = {
-        {"loop", "loop"}, {"l1", "l2"},      {"l2", "l1"},
-        {"sub/up", ".."}, {"sub/here", "."}, {"dangling.txt", "removed.txt"}};
+    ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0644), 0) << std::strerror(errno);
+    const std::vector<std::pair<const char *, const char *>> links = {{"loop", "loop"},
+                                                                      {"l1", "l2"},
+                                                                      {"l2", "l1"},
+                                                                      {"sub/up", ".."},
+                                                                      {"sub/here", "."},
+                                                                      {"null.txt", "/dev/null"},
+                                                                      {"zero.txt", "/dev/zero"},
+                                                                      {"dangling.txt", "removed.txt"}};
     for (const auto &[name, target] : links)
         ASSERT_EQ(symlink(target, tree.path(name).c_str()), 0);
     ASSERT_EQ(unlink(tree.path("removed.txt").c_str()), 0);
+    // A device node of our own where the system allows it (a container may not).
+    const bool haveNode = mknod(tree.path("node.txt").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0;
     check(tree, {"-s", "needle", "@"},
           searching("needle") + "@/a.txt (1): needle\n@/sub/c.txt (1): a needle\n" + summary(2, 2, 2));
+    check(tree, {"-l", "@", "*.txt"}, "1 lines counted in 1 file.\n");
+    check(tree, {"-l", "@/pipe"}, "0 lines counted in 0 files.\n");
     check(tree, {"-l", "@/l1"}, "\"@/l1\" not found\n");
+    // Given as the folder, each becomes a mask in its folder, which no regular file fits.
+    for (const char *name : {"@/pipe", "@/null.txt", "@/node.txt"})
+        if (haveNode || std::string(name) != "@/node.txt")
+            check(tree, {"needle", name}, searching("needle") + summary(0, 0, 0));
     for (const char *name : {"@/loop", "@/dangling.txt", "@/removed.txt"})
         check(tree, {"-s", "needle", name}, searching("needle") + "\"" + name + "\" not found\n");
 }
