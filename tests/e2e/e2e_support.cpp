@@ -12,15 +12,13 @@
 #include <stdexcept>
 #include <grp.h>
 #include <sched.h>
-#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
-RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd, int timeoutSeconds,
-                    const std::function<void()> &holdBack, size_t heldBytes)
+RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd, int timeoutSeconds)
 {
     int pipes[2][2];
     if (pipe(pipes[0]) != 0 || pipe(pipes[1]) != 0)
@@ -57,19 +55,13 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
     close(pipes[1][1]);
     RunResult result;
     std::string *into[2] = {&result.out, &result.err};
-    bool open[2] = {true, true}, held = static_cast<bool>(holdBack);
+    bool open[2] = {true, true};
     timespec start, now;
     clock_gettime(CLOCK_MONOTONIC, &start);
     while (open[0] || open[1]) {
         pollfd fds[2] = {{pipes[0][0], POLLIN, 0}, {pipes[1][0], POLLIN, 0}};
         if (poll(fds, 2, 200) > 0) {
-            int waiting = 0;
-            if (held && (ioctl(pipes[0][0], FIONREAD, &waiting) != 0 || static_cast<size_t>(waiting) > heldBytes ||
-                         (fds[0].revents & POLLHUP))) {
-                holdBack();
-                held = false;
-            }
-            for (int i = held ? 1 : 0; i < 2; ++i) {
+            for (int i = 0; i < 2; ++i) {
                 if (!open[i] || !(fds[i].revents & (POLLIN | POLLHUP)))
                     continue;
                 char chunk[65536];
@@ -78,10 +70,6 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
                     into[i]->append(chunk, static_cast<size_t>(got));
                 else if (got == 0 || errno != EINTR)
                     open[i] = false;
-            }
-            if (held) {
-                const timespec pause{0, 10 * 1000 * 1000};
-                nanosleep(&pause, nullptr);
             }
         }
         clock_gettime(CLOCK_MONOTONIC, &now);

@@ -1,7 +1,6 @@
 // Helpers for the end-to-end tests: run the built fyndle, make folder trees.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,10 +10,8 @@ struct RunResult {
 };
 
 // Runs fyndle with args in cwd (empty: ours), standard input closed, killed
-// after timeoutSeconds. With holdBack set, standard output is left unread
-// until more than heldBytes wait in its pipe; holdBack then runs once.
-RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd = "", int timeoutSeconds = 60,
-                    const std::function<void()> &holdBack = {}, size_t heldBytes = 0);
+// after timeoutSeconds.
+RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd = "", int timeoutSeconds = 60);
 
 // When not negative, runFyndle runs the binary as this user and group.
 inline int g_runAsUser = -1;
