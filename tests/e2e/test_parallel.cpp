@@ -103,8 +103,7 @@ std::string fate(const std::vector<std::string> &args, const std::string &into, 
     close(pipeFds[0]);
     int status = 0;
     waitpid(child, &status, 0);
-    return WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
-                               : "exit " + std::to_string(WEXITSTATUS(status));
+    return WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status)) : "exit " + std::to_string(WEXITSTATUS(status));
 }
 
 TEST(Parallel, ClosedPipeAndFullDeviceEndTheRunAsOnOneCpu)
