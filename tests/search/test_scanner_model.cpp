@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bitset>
 #include <cctype>
 #include <cstring>
 #include <fcntl.h>
@@ -15,6 +16,7 @@
 #include <sys/syscall.h>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include "capture.h"
 #include "fyndle.h"
@@ -34,34 +36,91 @@ struct SearchSetup {
 // so that a change to the scanner's own constants shows.
 constexpr int kModelWindow = 5120;
 constexpr int kModelCutFrom = 4801;
+constexpr size_t kModelMaxElements = 32;
+
+// The model's own reading of the pattern, for the syntax its cases use:
+// plain text; under -r '.', '^', '$', sets with ranges and '^', the
+// suffixes '*' and '+', "\\~" refusing the next byte, "\\(" ignored.
+enum class Kind { One, Star, Plus, Maybe };
+struct Element {
+    std::bitset<256> accepts; // before refusal
+    Kind kind = Kind::One;    // how many bytes it takes
+    bool refused = false;     // accepts every byte but those
+};
+std::vector<Element> s_elements;
+unsigned char s_first = 0; // the byte element 0 must be, when it is a literal (or '^')
+
+void modelRead(const std::string &text, bool regExp)
+{
+    s_elements.clear(), s_first = 0;
+    for (size_t i = 0; i < text.size() && s_elements.size() < kModelMaxElements;) {
+        Element e;
+        unsigned char ch = static_cast<unsigned char>(text[i++]);
+        bool literal = true, suffix = regExp;
+        if (regExp && ch == '\\' && text[i] != 0 && std::strchr("{}()!", text[i])) {
+            ++i;
+            continue;
+        }
+        if (regExp && ch == '.') {
+            for (int byte = 32; byte <= 254; ++byte)
+                e.accepts.set(static_cast<size_t>(byte));
+            literal = suffix = false;
+        } else if (regExp && ch == '$') {
+            e.accepts.set('\r'), e.kind = Kind::Maybe, s_elements.push_back(e);
+            if (s_elements.size() == kModelMaxElements)
+                break;
+            e.accepts.reset(), e.accepts.set('\n'), e.kind = Kind::One, literal = suffix = false;
+        } else if (regExp && ch == '[') {
+            e.refused = text[i] == '^';
+            for (i += e.refused, literal = false; i < text.size() && text[i] != ']'; ++i) {
+                const unsigned char from = static_cast<unsigned char>(text[i]);
+                const bool range = text[i + 1] == '-' && i + 2 < text.size() && text[i + 2] != ']';
+                for (int byte = from; byte <= (range ? static_cast<unsigned char>(text[i + 2]) : from); ++byte)
+                    e.accepts.set(static_cast<size_t>(byte));
+                i += range; // the range's last byte is read again as an item
+            }
+            i += i < text.size();
+        } else if (regExp && ch == '\\' && text[i] == '~') {
+            e.accepts.set(static_cast<unsigned char>(text[i + 1])), i += 2, e.refused = true, literal = false;
+        } else {
+            const bool anchor = regExp && ch == '^';
+            ch = regExp && ch == '\\' ? static_cast<unsigned char>(text[i++]) : anchor ? '\n' : ch;
+            e.accepts.set(ch), suffix = regExp && !anchor;
+        }
+        if (suffix && i < text.size() && (text[i] == '*' || text[i] == '+'))
+            e.kind = text[i++] == '*' ? Kind::Star : Kind::Plus;
+        if (s_elements.empty() && literal)
+            s_first = ch;
+        s_elements.push_back(e);
+    }
+}
 
 enum class Step { Success, Fail, RanOut };
+int s_matchCount[kModelMaxElements + 1]; // per element: bytes taken this attempt, negated once it refuses
 
 Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
 {
     if (pos >= len)
         return Step::RanOut;
     for (;;) {
-        uint32_t flags = g_aiPatCount[k];
-        bool accepted = (g_aiPattern[buf[pos]] >> k) & 1u;
-        if (flags & kFlagNegated)
-            accepted = !accepted;
-        g_aiMatchCount[k] = accepted ? g_aiMatchCount[k] + 1 : -g_aiMatchCount[k];
+        const Element &e = s_elements[static_cast<size_t>(k)];
+        const bool accepted = e.accepts[buf[pos]] != e.refused;
+        s_matchCount[k] = accepted ? s_matchCount[k] + 1 : -s_matchCount[k];
         bool consume = false;
-        if (flags & kFlagStar) {
+        if (e.kind == Kind::Star) {
             if (accepted)
                 consume = true;
             else
                 ++k;
-        } else if (flags & kFlagPlus) {
+        } else if (e.kind == Kind::Plus) {
             if (accepted) {
                 consume = true;
             } else {
                 ++k;
-                if (k >= kMaxElements || g_aiMatchCount[k] == 0)
+                if (k >= static_cast<int>(kModelMaxElements) || s_matchCount[k] == 0)
                     return Step::Fail;
             }
-        } else if (flags & kFlagOptional) {
+        } else if (e.kind == Kind::Maybe) {
             ++k;
             consume = accepted;
         } else {
@@ -72,7 +131,7 @@ Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
             }
             consume = true;
         }
-        if (g_aiPatCount[k] & kFlagEnd) {
+        if (k == static_cast<int>(s_elements.size())) {
             *end = pos + 1;
             return Step::Success;
         }
@@ -100,10 +159,10 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
     for (;;) {
         int start, end = 0;
         Step step;
-        std::memset(g_aiMatchCount, 0, sizeof g_aiMatchCount);
-        if (g_chFirst) {
+        std::memset(s_matchCount, 0, sizeof s_matchCount);
+        if (s_first) {
             int i = p;
-            while (i < len && buf[i] != g_chFirst)
+            while (i < len && buf[i] != s_first)
                 *line += buf[i++] == '\n';
             if (i >= len) {
                 stop = len;
@@ -111,8 +170,8 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
             }
             *line += buf[i] == '\n';
             start = i;
-            g_aiMatchCount[0] = 1;
-            if (g_cPattern == 1) {
+            s_matchCount[0] = 1;
+            if (s_elements.size() == 1) {
                 end = i + 1;
                 step = Step::Success;
             } else {
@@ -129,11 +188,11 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
             continue;
         }
         if (step == Step::RanOut) {
-            stop = g_chFirst ? start + 1 : start;
+            stop = s_first ? start + 1 : start;
             break;
         }
         int64_t lineAtStart = *line;
-        for (int q = g_chFirst ? start + 1 : start; q < end; ++q)
+        for (int q = s_first ? start + 1 : start; q < end; ++q)
             *line += buf[q] == '\n';
         if (word && ((start > 0 && wordByte(buf[start - 1])) || (end < len && wordByte(buf[end])))) {
             p = end;
@@ -245,7 +304,7 @@ void compileFor(const SearchSetup &setup, bool widen)
     if (!setup.matchCase)
         for (char &ch : pattern)
             ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern.c_str(), &g_chFirst, setup.regExp);
+    modelRead(pattern, setup.regExp);
 }
 
 class ScannerModel : public testing::Test {
@@ -273,8 +332,6 @@ protected:
         close(fd);
         const std::string path = dir_ + "/f.txt";
         compileFor(setup, false);
-        if (g_cPattern == 0)
-            return;
         std::string want = modelFile(content, path);
         compileFor(setup, true);
         StdoutCapture capture;
