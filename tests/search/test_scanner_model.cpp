@@ -199,13 +199,11 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
             continue;
         }
         ++reports;
+        const char *text = reinterpret_cast<const char *>(print);
         if (g_fBinary) {
             if (name) {
                 std::snprintf(head, sizeof head, " (%#lx): ", static_cast<long>(*offset + start));
-                out += name;
-                out += head;
-                out.append(reinterpret_cast<const char *>(print + start),
-                           strnlen(reinterpret_cast<const char *>(print + start), static_cast<size_t>(end - start)));
+                out += std::string(name) + head + std::string(text + start, strnlen(text + start, size_t(end - start)));
                 out += '\n';
             }
             p = end;
@@ -220,10 +218,7 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
             ++lineEnd;
         if (name) {
             std::snprintf(head, sizeof head, " (%lld): ", static_cast<long long>(lineAtStart + 1));
-            out += name;
-            out += head;
-            out.append(reinterpret_cast<const char *>(print + lineStart), static_cast<size_t>(lineEnd - lineStart));
-            out += '\n';
+            out += std::string(name) + head + std::string(text + lineStart, size_t(lineEnd - lineStart)) + '\n';
         }
         p = lineEnd;
     }
