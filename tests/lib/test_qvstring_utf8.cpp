@@ -115,18 +115,10 @@ TEST(Copy, BomNullAndZeroSizes)
 {
     wchar_t wbuf[8] = {L'#'};
     char buf[8] = "#";
-    EXPECT_EQ(A2T_len("\xEF\xBB\xBF"
-                      "x"),
-              2u);
-    EXPECT_STREQ(A2T_cpy(wbuf, 8,
-                         "\xEF\xBB\xBF"
-                         "x"),
-                 L"x");
+    EXPECT_EQ(A2T_len("\xEF\xBB\xBFx"), 2u);
+    EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBFx"), L"x");
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBF"), L"");
-    EXPECT_STREQ(A2T_cpy(wbuf, 8,
-                         "\xEF\xBB"
-                         "xy"),
-                 L"y");                                                    // no BOM
+    EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBBxy"), L"y");                    // no BOM
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBF\xEF\xBB\xBF"), L"\uFEFF"); // only one skipped
     wbuf[0] = L'#';
     EXPECT_TRUE(A2T_cpy(wbuf, 0, "abcd") == wbuf && A2T_cpy(wbuf, 0, nullptr) == wbuf && wbuf[0] == L'#');
