@@ -96,8 +96,8 @@ void runMatcher(benchmark::State &state, const char *pattern, bool regExp)
         // calls when an attempt runs into the end.
         while (pos < static_cast<int>(text.size())) {
             const int64_t before = offset;
-            matches += iGrepText(nullptr, text.data() + pos, static_cast<int>(text.size()) - pos, &offset,
-                                 &line, text.data() + pos, 0);
+            matches += iGrepText(nullptr, text.data() + pos, static_cast<int>(text.size()) - pos, &offset, &line,
+                                 text.data() + pos, 0);
             const int64_t consumed = offset - before;
             pos += consumed > 0 ? static_cast<int>(consumed) : 1;
         }
@@ -110,17 +110,35 @@ void runMatcher(benchmark::State &state, const char *pattern, bool regExp)
 }
 
 // 'q' is rare in such text: the first-byte scan runs almost uninterrupted.
-void BM_Matcher_RareFirstByte(benchmark::State &state) { runMatcher(state, "quux_frobnicate", false); }
+void BM_Matcher_RareFirstByte(benchmark::State &state)
+{
+    runMatcher(state, "quux_frobnicate", false);
+}
 // 's' is frequent: many attempts start and fail after one or two bytes.
-void BM_Matcher_FrequentFirstByte(benchmark::State &state) { runMatcher(state, "struct", false); }
+void BM_Matcher_FrequentFirstByte(benchmark::State &state)
+{
+    runMatcher(state, "struct", false);
+}
 // 'e' is frequent and the pattern never matches.
-void BM_Matcher_FrequentFirstByteNoMatch(benchmark::State &state) { runMatcher(state, "extern_q", false); }
+void BM_Matcher_FrequentFirstByteNoMatch(benchmark::State &state)
+{
+    runMatcher(state, "extern_q", false);
+}
 // A rare literal that does occur.
-void BM_Matcher_RareLiteral(benchmark::State &state) { runMatcher(state, "timespec", false); }
+void BM_Matcher_RareLiteral(benchmark::State &state)
+{
+    runMatcher(state, "timespec", false);
+}
 // -r with a first byte ('s', frequent); matches size_t, mbstate_t, ...
-void BM_Matcher_RegexFirstByte(benchmark::State &state) { runMatcher(state, "s[a-z]*_t", true); }
+void BM_Matcher_RegexFirstByte(benchmark::State &state)
+{
+    runMatcher(state, "s[a-z]*_t", true);
+}
 // -r beginning with a set: no first byte, an attempt at every position.
-void BM_Matcher_RegexNoFirstByte(benchmark::State &state) { runMatcher(state, "[sS]truct", true); }
+void BM_Matcher_RegexNoFirstByte(benchmark::State &state)
+{
+    runMatcher(state, "[sS]truct", true);
+}
 
 } // namespace
 

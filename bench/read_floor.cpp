@@ -34,7 +34,7 @@ alignas(64) char g_buffer[kChunk];
 
 int64_t g_files = 0;
 int64_t g_bytes = 0;
-int64_t g_checksum = 0;  // one byte per chunk, so the reads cannot be dropped
+int64_t g_checksum = 0; // one byte per chunk, so the reads cannot be dropped
 
 void readFile(int dirFd, const char *name)
 {
@@ -106,8 +106,7 @@ int main(int argc, char **argv)
     }
     walk(fd);
     close(fd);
-    std::printf("%lld files, %lld bytes read in %zu-byte calls (check %lld)\n",
-                static_cast<long long>(g_files), static_cast<long long>(g_bytes), kChunk,
-                static_cast<long long>(g_checksum));
+    std::printf("%lld files, %lld bytes read in %zu-byte calls (check %lld)\n", static_cast<long long>(g_files),
+                static_cast<long long>(g_bytes), kChunk, static_cast<long long>(g_checksum));
     return 0;
 }

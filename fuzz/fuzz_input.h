@@ -18,10 +18,7 @@ public:
     size_t left() const { return size_ - at_; }
 
     // The next byte, or 0 once the input is used up.
-    uint8_t byte()
-    {
-        return at_ < size_ ? data_[at_++] : 0;
-    }
+    uint8_t byte() { return at_ < size_ ? data_[at_++] : 0; }
 
     // A value of the given number of bytes, little end first.
     uint64_t bits(int bytes)
@@ -88,10 +85,10 @@ inline std::unique_ptr<char[]> exactBytes(const std::vector<uint8_t> &bytes)
 
 // Stops the run with a message when a property does not hold; libFuzzer
 // keeps the input that did it.
-#define FUZZ_CHECK(condition)                                                              \
-    do {                                                                                   \
-        if (!(condition)) {                                                                \
-            std::fprintf(stderr, "%s:%d: property failed: %s\n", __FILE__, __LINE__, #condition); \
-            std::abort();                                                                  \
-        }                                                                                  \
+#define FUZZ_CHECK(condition)                                                                                          \
+    do {                                                                                                               \
+        if (!(condition)) {                                                                                            \
+            std::fprintf(stderr, "%s:%d: property failed: %s\n", __FILE__, __LINE__, #condition);                      \
+            std::abort();                                                                                              \
+        }                                                                                                              \
     } while (0)

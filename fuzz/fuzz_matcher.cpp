@@ -41,8 +41,8 @@ struct Outcome {
 };
 
 // Runs the matcher once; with a name, what it prints is captured.
-Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t line, const char *print,
-            int matchWord, int window = 0)
+Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t line, const char *print, int matchWord,
+            int window = 0)
 {
     Outcome outcome{0, offset, line, std::string()};
     char *captured = nullptr;
@@ -62,8 +62,8 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
         for (int at = 0; at < len;) {
             const int part = len - at < window ? len - at : window;
             const int64_t before = outcome.offset;
-            outcome.reports += SearchWindow(&state, at, name, text + at, part, &outcome.offset, &outcome.line,
-                                            print + at, matchWord);
+            outcome.reports +=
+                SearchWindow(&state, at, name, text + at, part, &outcome.offset, &outcome.line, print + at, matchWord);
             const int64_t consumed = outcome.offset - before;
             at += consumed > 0 ? static_cast<int>(consumed) : 1;
         }
@@ -127,11 +127,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const int64_t startLine = static_cast<int64_t>(input.bits(2));
     const std::vector<uint8_t> window = input.rest();
     if (window.size() > static_cast<size_t>(kWindowSize))
-        return 0;  // the scanner never hands over more
+        return 0; // the scanner never hands over more
     const int len = static_cast<int>(window.size());
 
     const int matchCase = g_fMatchCase;
-    std::memset(g_aiPattern, 0, sizeof g_aiPattern);  // a fresh process starts with zeros
+    std::memset(g_aiPattern, 0, sizeof g_aiPattern); // a fresh process starts with zeros
     PreparePattern(pattern.get(), regExp, matchCase);
     FUZZ_CHECK(g_cPattern >= 0 && g_cPattern <= kMaxElements);
     if (g_cPattern == 0)

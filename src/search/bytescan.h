@@ -39,8 +39,8 @@ inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned cha
 // First position s in [0, count) with text[s + offsetA] equal to a1 or a2
 // and text[s + offsetB] equal to b1 or b2, or count. Reads no further than
 // text[count - 1 + max(offsetA, offsetB)].
-inline size_t FindBytePair(const unsigned char *text, size_t count, size_t offsetA, unsigned char a1,
-                           unsigned char a2, size_t offsetB, unsigned char b1, unsigned char b2)
+inline size_t FindBytePair(const unsigned char *text, size_t count, size_t offsetA, unsigned char a1, unsigned char a2,
+                           size_t offsetB, unsigned char b1, unsigned char b2)
 {
     size_t s = 0;
 #if defined(__SSE2__)
@@ -86,9 +86,9 @@ inline bool IsLineDelimiter(unsigned char byte)
 inline unsigned LineDelimiterMask(const unsigned char *text)
 {
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text));
-    const __m128i hits = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_setzero_si128()),
-                                      _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n')),
-                                                   _mm_cmpeq_epi8(block, _mm_set1_epi8('\r'))));
+    const __m128i hits = _mm_or_si128(
+        _mm_cmpeq_epi8(block, _mm_setzero_si128()),
+        _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n')), _mm_cmpeq_epi8(block, _mm_set1_epi8('\r'))));
     return static_cast<unsigned>(_mm_movemask_epi8(hits));
 }
 #endif
@@ -131,9 +131,7 @@ inline int64_t CountNewlines(const unsigned char *text, size_t len)
     size_t i = 0;
 #if defined(__SSE2__)
     const __m128i newline = _mm_set1_epi8('\n');
-    const auto at = [text](size_t offset) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + offset));
-    };
+    const auto at = [text](size_t offset) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + offset)); };
     while (i + 16 <= len) {
         // Byte counters may run 255 rounds before they must be summed; two
         // of them, so that the additions do not wait on each other.

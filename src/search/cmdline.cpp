@@ -34,15 +34,32 @@ char *s_sMasks;
 bool setOption(char letter)
 {
     switch (letter) {
-    case 'b': g_fBinary = 1; return true;
-    case 'c': g_fMatchCase = 1; return true;
-    case 'f': g_fFileNamesOnly = 1; return true;
-    case 'l': g_fCountLines = 1; return true;
-    case 'r': g_fRegExp = 1; return true;
-    case 's': g_fDoSubdirectories = 1; return true;
-    case 'v': g_fVerbose = 1; return true;
-    case 'w': g_fMatchWord = 1; return true;
-    default: return false;  // unknown letters are ignored
+    case 'b':
+        g_fBinary = 1;
+        return true;
+    case 'c':
+        g_fMatchCase = 1;
+        return true;
+    case 'f':
+        g_fFileNamesOnly = 1;
+        return true;
+    case 'l':
+        g_fCountLines = 1;
+        return true;
+    case 'r':
+        g_fRegExp = 1;
+        return true;
+    case 's':
+        g_fDoSubdirectories = 1;
+        return true;
+    case 'v':
+        g_fVerbose = 1;
+        return true;
+    case 'w':
+        g_fMatchWord = 1;
+        return true;
+    default:
+        return false; // unknown letters are ignored
     }
 }
 

@@ -31,24 +31,24 @@ inline constexpr uint32_t kFlagStar = 0x20000000;     // zero or more bytes
 inline constexpr uint32_t kFlagPlus = 0x40000000;     // one or more bytes
 
 // Option flags: 0 at start, 1 once their option is seen.
-extern unsigned char g_fBinary;          // -b: report every match with its byte offset
-extern unsigned char g_fMatchCase;       // -c: case-sensitive search
-extern unsigned char g_fFileNamesOnly;   // -f: one line per file with its count
-extern unsigned char g_fCountLines;      // -l: count lines, no pattern
-extern unsigned char g_fRegExp;          // -r: the pattern is a regular expression
-extern unsigned char g_fDoSubdirectories;// -s: walk the subfolders too
-extern unsigned char g_fVerbose;         // -v: verbose lines
-extern unsigned char g_fMatchWord;       // -w: whole words only
+extern unsigned char g_fBinary;           // -b: report every match with its byte offset
+extern unsigned char g_fMatchCase;        // -c: case-sensitive search
+extern unsigned char g_fFileNamesOnly;    // -f: one line per file with its count
+extern unsigned char g_fCountLines;       // -l: count lines, no pattern
+extern unsigned char g_fRegExp;           // -r: the pattern is a regular expression
+extern unsigned char g_fDoSubdirectories; // -s: walk the subfolders too
+extern unsigned char g_fVerbose;          // -v: verbose lines
+extern unsigned char g_fMatchWord;        // -w: whole words only
 
 // The compiled pattern.
-extern uint32_t g_aiPattern[256];              // per byte value: bit k set when element k accepts it
-extern uint32_t g_aiPatCount[kMaxElements + 1];// per element: its flags; then the end marker
+extern uint32_t g_aiPattern[256];               // per byte value: bit k set when element k accepts it
+extern uint32_t g_aiPatCount[kMaxElements + 1]; // per element: its flags; then the end marker
 // Per element the current attempt has worked itself: bytes it accepted. One
 // per thread, since every search thread runs attempts of its own.
 extern thread_local int32_t g_aiMatchCount[kMaxElements + 1];
-extern int g_cPattern;                         // number of elements
-extern unsigned char g_chFirst;                // byte that element 0 must be, or 0
-extern char *g_sPattern;                       // the pattern text (heap copy)
+extern int g_cPattern;          // number of elements
+extern unsigned char g_chFirst; // byte that element 0 must be, or 0
+extern char *g_sPattern;        // the pattern text (heap copy)
 
 // Window buffers of the file scanner, one pair per searching thread: the
 // file's bytes, read in chunks, in which every window lies; and a window's

@@ -119,9 +119,9 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     const int64_t folded = state.printFolded;
     std::string scratch;
     int reports = 0;
-    int64_t pos = 0;      // where the next attempt (or first-byte scan) begins
-    int64_t counted = 0;  // with a first byte: newlines before this are in *line
-    int64_t stop = len;   // bytes consumed when the search of the window ends
+    int64_t pos = 0;     // where the next attempt (or first-byte scan) begins
+    int64_t counted = 0; // with a first byte: newlines before this are in *line
+    int64_t stop = len;  // bytes consumed when the search of the window ends
     bool ranOut = false;
     for (;;) {
         int64_t start;
@@ -135,7 +135,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             start = pos;
             outcome = AttemptEnd::Success;
         } else if (first != 0) {
-            start = pos + static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
+            start = pos +
+                    static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
             if (start >= len) {
                 *line += CountNewlines(text + counted, static_cast<size_t>(len - counted));
                 stop = len;
@@ -204,8 +205,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             *line += CountNewlines(text + start, static_cast<size_t>(end - start));
         }
 
-        bool dropped = matchWord && ((start > 0 && isWordByte(text[start - 1])) ||
-                                     (end < len && isWordByte(text[end])));
+        bool dropped =
+            matchWord && ((start > 0 && isWordByte(text[start - 1])) || (end < len && isWordByte(text[end])));
         if (dropped) {
             pos = counted = end;
             continue;
@@ -218,8 +219,9 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             pos = counted = end;
             continue;
         }
-        const int64_t lineStart =
-            IsLineDelimiter(text[start]) ? start + 1 : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(start)));
+        const int64_t lineStart = IsLineDelimiter(text[start])
+                                      ? start + 1
+                                      : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(start)));
         const int64_t lineEnd =
             lineStart + static_cast<int64_t>(FindLineDelimiter(text + lineStart, static_cast<size_t>(len - lineStart)));
         if (name != nullptr)

@@ -18,8 +18,8 @@
 //   matchWord drop matches that touch a letter, digit or '_'
 // A len below 1 returns 0 and changes nothing. The window is searched alone:
 // nothing is known from earlier windows.
-int iGrepText(const char *name, const char *text, int len, int64_t *offset, int64_t *line,
-              const char *print, int matchWord);
+int iGrepText(const char *name, const char *text, int len, int64_t *offset, int64_t *line, const char *print,
+              int matchWord);
 
 // The same for one window of a file searched window by window: state (one
 // per file, zero-initialised before the first window, owned by the caller)
@@ -28,8 +28,8 @@ int iGrepText(const char *name, const char *text, int len, int64_t *offset, int6
 // the one before and ending at or after it, with the same bytes where they
 // overlap; an attempt that ran into the end of one window then goes on in
 // the next from where it stopped instead of starting over.
-int SearchWindow(MatchState *state, int64_t windowStart, const char *name, const char *text, int len,
-                 int64_t *offset, int64_t *line, const char *print, int matchWord);
+int SearchWindow(MatchState *state, int64_t windowStart, const char *name, const char *text, int len, int64_t *offset,
+                 int64_t *line, const char *print, int matchWord);
 
 // Turns the matcher's shortcuts (skipping scans, remembered and carried
 // paths) off or on; they are on at start. Off, every attempt is made in

@@ -52,8 +52,8 @@ void extendCarried(MatchState &state, const Stretch &stretch, int64_t base, int 
 // its own elements firstRow..ownEnd-1 become the last path of this window
 // there; when it had joined the carried path, that path gets the same
 // outcome and what it worked from the frontier up to element lastRow.
-void record(MatchState &state, const Stretch &stretch, int64_t base, int firstRow, int ownEnd, bool joined,
-            int lastRow, int64_t result)
+void record(MatchState &state, const Stretch &stretch, int64_t base, int firstRow, int ownEnd, bool joined, int lastRow,
+            int64_t result)
 {
     for (int k = firstRow; k < ownEnd; ++k) {
         if (!(g_aiPatCount[k] & kRunFlags))
@@ -99,8 +99,8 @@ void carry(MatchState &state, Stretch &stretch, int64_t base, int firstRow, int 
 
 } // namespace
 
-AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos,
-                   int element, int64_t *end)
+AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos, int element,
+                      int64_t *end)
 {
     const int count = g_cPattern;
     const bool memo = state.useMemo;
@@ -109,7 +109,7 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
     const SearchPlan &plan = g_plan.count == count ? g_plan : kNoPlan;
     Stretch stretch;
     const int firstRow = element;
-    int ownEnd = kMaxElements + 1;  // where this attempt joined the carried path
+    int ownEnd = kMaxElements + 1; // where this attempt joined the carried path
     bool joined = false;
     if (pos >= len) {
         if (memo) {
@@ -213,7 +213,8 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
                 }
                 stretch.last[previous] = pos;
                 if (memo)
-                    record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous, kPathFails);
+                    record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous,
+                           kPathFails);
                 return AttemptEnd::Fail;
             }
         }

@@ -22,28 +22,28 @@ inline constexpr int64_t kPathPending = -2; // ran into a window's end; goes on 
 // (element, file position) they went through. One per search in progress;
 // never shared between threads. Zero-initialised is a valid start.
 struct MatchState {
-    int printFolded;                // set by the caller: leading bytes of the window that print in lower case
-    bool useMemo;                   // remember and reuse paths (off: every attempt runs in full)
-    int64_t steps;                  // states worked so far, all windows (for tests)
-    int64_t lastWindowEnd;          // file position one past the last window searched
+    int printFolded;       // set by the caller: leading bytes of the window that print in lower case
+    bool useMemo;          // remember and reuse paths (off: every attempt runs in full)
+    int64_t steps;         // states worked so far, all windows (for tests)
+    int64_t lastWindowEnd; // file position one past the last window searched
 
     // This window: per element that takes runs, the states of the last
     // path that went through it, and what that path ended in.
-    int memoRows;                   // elements 0..memoRows-1 may hold a path
-    int64_t memoLo[kMaxElements];   // first file position of the path on the element
-    int64_t memoHi[kMaxElements];   // last one (none when memoHi < memoLo)
-    int64_t memoEnd[kMaxElements];  // its match end or kPathFails
+    int memoRows;                  // elements 0..memoRows-1 may hold a path
+    int64_t memoLo[kMaxElements];  // first file position of the path on the element
+    int64_t memoHi[kMaxElements];  // last one (none when memoHi < memoLo)
+    int64_t memoEnd[kMaxElements]; // its match end or kPathFails
 
     // The path that ran into the end of the last window searched: the next
     // window, which overlaps it, goes on from where it stopped.
-    bool pendValid;                 // a path is carried
-    int pendFirst, pendRows;        // it holds elements pendFirst..pendRows-1
-    int64_t pendLo[kMaxElements];   // per element: its first file position there
-    int64_t pendHi[kMaxElements];   // and its last (the frontier included)
-    int pendElement;                // frontier: the state it goes on from...
-    int64_t pendPos;                // ...at this file position (maybe one past the window)
-    int64_t pendEnd;                // kPathPending, or its outcome once found
-    int64_t pendWindowEnd;          // file position one past the window it ran into
+    bool pendValid;               // a path is carried
+    int pendFirst, pendRows;      // it holds elements pendFirst..pendRows-1
+    int64_t pendLo[kMaxElements]; // per element: its first file position there
+    int64_t pendHi[kMaxElements]; // and its last (the frontier included)
+    int pendElement;              // frontier: the state it goes on from...
+    int64_t pendPos;              // ...at this file position (maybe one past the window)
+    int64_t pendEnd;              // kPathPending, or its outcome once found
+    int64_t pendWindowEnd;        // file position one past the window it ran into
 };
 
 // Runs the elements from `element` on, starting at text[pos] of the window
@@ -54,5 +54,5 @@ struct MatchState {
 // carried path's frontier; an attempt that runs off the window becomes the
 // carried path. The counts of g_aiMatchCount are kept for the states this
 // attempt works itself.
-AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos,
-                   int element, int64_t *end);
+AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos, int element,
+                      int64_t *end);

@@ -17,33 +17,33 @@ struct ScanPair {
 };
 
 struct SearchPlan {
-    int count;                  // g_cPattern when planned: 0 means no plan (no shortcut)
-    unsigned char firstOther;   // g_chFirst in its other case when the search ignores case, else g_chFirst
-    uint32_t negated;           // bit k: element k accepts what its table bit refuses
+    int count;                // g_cPattern when planned: 0 means no plan (no shortcut)
+    unsigned char firstOther; // g_chFirst in its other case when the search ignores case, else g_chFirst
+    uint32_t negated;         // bit k: element k accepts what its table bit refuses
 
-    bool literal;               // every element takes exactly one byte
-    ScanPair scan;              // literal: offsets from the match start
+    bool literal;  // every element takes exactly one byte
+    ScanPair scan; // literal: offsets from the match start
 
-    bool starTail;              // first byte, element 1 starred, the rest one byte each
-    uint32_t starBit;           // element 1's table bit
-    uint32_t starFlip;          // starBit when element 1 is negated, else 0
-    ScanPair tailScan;          // starTail: offsets from the tail's first byte
+    bool starTail;     // first byte, element 1 starred, the rest one byte each
+    uint32_t starBit;  // element 1's table bit
+    uint32_t starFlip; // starBit when element 1 is negated, else 0
+    ScanPair tailScan; // starTail: offsets from the tail's first byte
 
-    bool skipFirst;             // no first byte, element 0 takes exactly one byte
-    int firstValues;            // bytes element 0 accepts, when that is 1 or 2, else 0
+    bool skipFirst;               // no first byte, element 0 takes exactly one byte
+    int firstValues;              // bytes element 0 accepts, when that is 1 or 2, else 0
     unsigned char firstA, firstB; // those bytes (equal when one)
-    bool firstAccepts[256];     // element 0 accepts the byte (negation applied)
+    bool firstAccepts[256];       // element 0 accepts the byte (negation applied)
 
     // No first byte, and no attempt can ever match: element 0 is a '+'
     // (which fails at the first byte it refuses), or a star followed by a
     // one-byte element that accepts only bytes the star takes (so it meets
     // a byte it refuses).
-    bool neverPlus;             // element 0 is a '+'
-    bool neverStar;             // element 0 is such a star
+    bool neverPlus; // element 0 is a '+'
+    bool neverStar; // element 0 is such a star
 
     // Per starred or '+' element: when it refuses just one or two byte
     // values, they end its runs and a byte scan finds them.
-    int runStops[kMaxElements]; // 1 or 2, else 0
+    int runStops[kMaxElements];                                   // 1 or 2, else 0
     unsigned char runStopA[kMaxElements], runStopB[kMaxElements]; // the values (equal when one)
 };
 

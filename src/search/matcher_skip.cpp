@@ -28,7 +28,7 @@ size_t findScanPair(const ScanPair &scan, const unsigned char *text, size_t plac
 bool FindLiteral(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t *pos)
 {
     const int64_t elements = plan.count;
-    const int64_t decided = len - elements;  // attempts from before here cannot run off
+    const int64_t decided = len - elements; // attempts from before here cannot run off
     const ScanPair &scan = plan.scan;
     while (*pos < decided) {
         const size_t starts = static_cast<size_t>(decided - *pos);
@@ -58,7 +58,7 @@ bool FindLiteral(const SearchPlan &plan, const unsigned char *text, int64_t len,
 int64_t StarTailUndecided(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos)
 {
     const int64_t tail = plan.count - 2;
-    int64_t run = len - tail;  // starts s >= run - 1 have run(s) >= len - tail
+    int64_t run = len - tail; // starts s >= run - 1 have run(s) >= len - tail
     while (run > pos + 1 && ((g_aiPattern[text[run - 1]] ^ plan.starFlip) & plan.starBit))
         --run;
     return run > pos + 1 ? run - 1 : pos;
@@ -75,7 +75,7 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
     };
     // A success from s < undecided has its tail at run(s) <= len - 1 - tail.
     const int64_t lastTail = len - 1 - tail;
-    int64_t from = *pos + 1;  // where the next tail may begin: after a first byte
+    int64_t from = *pos + 1; // where the next tail may begin: after a first byte
     while (*pos < undecided && from <= lastTail) {
         const size_t places = static_cast<size_t>(lastTail - from + 1);
         const size_t found = findScanPair(scan, text + from, places);
@@ -96,8 +96,8 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
         while (runStart - 1 > *pos && inStar(text[runStart - 1]))
             --runStart;
         const int64_t lowest = runStart - 1 > *pos ? runStart - 1 : *pos;
-        const int64_t start = lowest + static_cast<int64_t>(FindEitherByte(text + lowest, static_cast<size_t>(at - lowest),
-                                                                           first, plan.firstOther));
+        const int64_t start = lowest + static_cast<int64_t>(FindEitherByte(
+                                           text + lowest, static_cast<size_t>(at - lowest), first, plan.firstOther));
         if (start < at) {
             *pos = start;
             *end = at + tail;

@@ -24,10 +24,10 @@
 #include "fyndle.h"
 
 struct OutputSlot {
-    std::vector<std::string> kept;  // bytes written while not at the head, in pieces
-    int64_t number = 0;    // the file's result, once closed
-    bool isFile = false;   // counted and flushed as a file when retired
-    bool closed = false;   // its thread has written everything
+    std::vector<std::string> kept; // bytes written while not at the head, in pieces
+    int64_t number = 0;            // the file's result, once closed
+    bool isFile = false;           // counted and flushed as a file when retired
+    bool closed = false;           // its thread has written everything
 };
 
 namespace {
@@ -37,17 +37,17 @@ namespace {
 constexpr size_t kKeptLimit = 1 << 20;
 constexpr size_t kPieceSize = 16 << 10;
 // Bytes a thread gathers before it hands them to its slot.
-constexpr size_t kStagingLimit = 8 << 10;  // below kPieceSize
+constexpr size_t kStagingLimit = 8 << 10; // below kPieceSize
 // Slots that may be unwritten at once (each file slot holds an open file).
 constexpr size_t kSlotLimit = 64;
 
 std::mutex s_lock;
-std::condition_variable s_changed;     // a slot retired, kept bytes written, or direct moved
-std::deque<OutputSlot *> s_order;      // unretired slots, head first
+std::condition_variable s_changed; // a slot retired, kept bytes written, or direct moved
+std::deque<OutputSlot *> s_order;  // unretired slots, head first
 std::atomic<OutputSlot *> s_direct{nullptr};
-bool s_flushing = false;               // a thread is retiring slots
-size_t s_kept = 0;                     // sum of the kept pieces' sizes
-bool s_ordered = false;                // read and written by the walk thread only
+bool s_flushing = false; // a thread is retiring slots
+size_t s_kept = 0;       // sum of the kept pieces' sizes
+bool s_ordered = false;  // read and written by the walk thread only
 
 thread_local OutputSlot *t_slot = nullptr;
 thread_local std::string t_staging;

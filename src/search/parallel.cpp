@@ -33,15 +33,15 @@ namespace {
 constexpr int kMaxSearchThreads = 16;
 
 struct Job {
-    int fd;            // the open file, or -1 when it could not be opened
-    std::string path;  // full path as printed
-    OutputSlot *slot;  // where its output goes
+    int fd;           // the open file, or -1 when it could not be opened
+    std::string path; // full path as printed
+    OutputSlot *slot; // where its output goes
 };
 
 std::mutex s_queueLock;
 std::condition_variable s_queueChanged;
-std::deque<Job> s_jobs;            // jobs not yet taken, in the walk's order
-bool s_ending = false;             // no more jobs will come
+std::deque<Job> s_jobs; // jobs not yet taken, in the walk's order
+bool s_ending = false;  // no more jobs will come
 std::vector<std::thread> s_threads;
 
 void searchJobs()

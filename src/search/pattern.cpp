@@ -21,8 +21,8 @@ struct Compiler {
     int tableLen;
     uint32_t *flags;
     const unsigned char *text;
-    size_t pos;     // next pattern byte to read
-    int element;    // element being built
+    size_t pos;  // next pattern byte to read
+    int element; // element being built
 
     uint32_t bit() const { return 1u << element; }
     void accept(unsigned char byte) { table[byte] |= bit(); }
@@ -53,7 +53,7 @@ struct Compiler {
                 unsigned char last = text[pos + 1];
                 if (item <= last)
                     acceptRange(item, last);
-                ++pos;  // the range's last byte is read once more as an item
+                ++pos; // the range's last byte is read once more as an item
             } else {
                 accept(item);
             }
@@ -120,25 +120,25 @@ int parseRegExp(Compiler &c, unsigned char *chFirst)
         case '\\': {
             unsigned char next = c.text[c.pos];
             if (next == 0)
-                return 0;  // a lone trailing backslash
+                return 0; // a lone trailing backslash
             ++c.pos;
             if (std::strchr("{}()!", next) != nullptr) {
                 if (c.text[c.pos] == 0) {
                     c.flags[c.element] = kFlagEnd;
                     return c.element;
                 }
-                continue;  // ignored: no element
+                continue; // ignored: no element
             }
             if (next == '~') {
                 unsigned char refused = c.text[c.pos];
                 if (refused == 0)
-                    return 0;  // "\~" with nothing to refuse
+                    return 0; // "\~" with nothing to refuse
                 ++c.pos;
                 c.accept(refused);
                 c.flags[c.element] = kFlagNegated;
                 c.readSuffix();
             } else if (next == ':') {
-                c.flags[c.element] = kFlagSingle;  // accepts no byte at all
+                c.flags[c.element] = kFlagSingle; // accepts no byte at all
             } else {
                 c.accept(next);
                 if (c.element == 0)
@@ -164,8 +164,8 @@ int parseRegExp(Compiler &c, unsigned char *chFirst)
 
 } // namespace
 
-int ParsePattern(uint32_t *table, int tableLen, uint32_t *flags, const char *pattern,
-                 unsigned char *chFirst, int regExp)
+int ParsePattern(uint32_t *table, int tableLen, uint32_t *flags, const char *pattern, unsigned char *chFirst,
+                 int regExp)
 {
     if (tableLen > 256)
         tableLen = 256;

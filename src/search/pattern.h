@@ -10,8 +10,8 @@
 // (or '^' under the regular-expression syntax), else 0. Returns the number
 // of elements; 0 means nothing was made and is a syntax error (empty
 // pattern, only ignored escapes, a trailing lone backslash or "\~").
-int ParsePattern(uint32_t *table, int tableLen, uint32_t *flags, const char *pattern,
-                 unsigned char *chFirst, int regExp);
+int ParsePattern(uint32_t *table, int tableLen, uint32_t *flags, const char *pattern, unsigned char *chFirst,
+                 int regExp);
 
 // For a case-insensitive search: lets every upper-case letter of the table
 // accept what its lower-case letter accepts, so that unfolded text matches

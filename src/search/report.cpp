@@ -77,8 +77,7 @@ void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len
     char number[24] = "0x";
     size_t numberLen = 1;
     if (offset != 0) {
-        auto end = std::to_chars(number + 2, number + sizeof number,
-                                 static_cast<uint64_t>(offset), 16).ptr;
+        auto end = std::to_chars(number + 2, number + sizeof number, static_cast<uint64_t>(offset), 16).ptr;
         numberLen = static_cast<size_t>(end - number);
     } else {
         number[0] = '0';

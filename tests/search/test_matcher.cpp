@@ -22,15 +22,15 @@ struct Case {
     const char *options;
     const char *pattern;
     std::string text;
-    const char *reports;  // what is printed for the file name "f"
-    int found;            // the matcher's result
+    const char *reports; // what is printed for the file name "f"
+    int found;           // the matcher's result
 };
 
 struct Search {
     std::string out;
     int found = 0;
-    int64_t offset = 0;  // bytes consumed (the offset starts at 0)
-    int64_t line = 0;    // newlines counted
+    int64_t offset = 0; // bytes consumed (the offset starts at 0)
+    int64_t line = 0;   // newlines counted
 };
 
 // Prepares the pattern as the command line does and searches text once.
@@ -79,7 +79,8 @@ const Case kCases[] = {
     {"r", "a\\~bc", "abc\naxc\n", "f (2): axc\n", 1},
     {"r", "a\\:", "aa\nab\n", "", 0},
     // A first byte, a starred set, a tail: the star never gives back.
-    {"r", "s[a-z]*_t", "size_t ssize_t\nsys_t sizeof\nS_T\n", "f (1): size_t ssize_t\nf (2): sys_t sizeof\nf (3): S_T\n", 3},
+    {"r", "s[a-z]*_t", "size_t ssize_t\nsys_t sizeof\nS_T\n",
+     "f (1): size_t ssize_t\nf (2): sys_t sizeof\nf (3): S_T\n", 3},
     {"r", "s[a-z]*t", "st sat\n", "", 0},
     {"br", "s[a-z]*_t", "ab_t sab_t", "f (0x5): sab_t\n", 1},
     {"r", "\"[^\"]*\"", "say \"hi\" \"\"\n", "f (1): say \"hi\" \"\"\n", 1},
@@ -104,10 +105,10 @@ TEST(Matcher, HowFarTheSearchGetsAndTheLineCount)
         int64_t offset, line;
     };
     const Stop stops[] = {
-        {"", "ab", "xx ab ab\nno\nab\n", 15, 3},  // everything consumed
-        {"", "abc", "xx\nab", 4, 1},              // ran off: stops after the first byte
-        {"r", "[a]bc", "xx\nab", 3, 0},           // no first byte: stops at the attempt
-        {"r", "[^q]*q", "abcdef", 0, 0},          // from the first byte: nothing consumed
+        {"", "ab", "xx ab ab\nno\nab\n", 15, 3}, // everything consumed
+        {"", "abc", "xx\nab", 4, 1},             // ran off: stops after the first byte
+        {"r", "[a]bc", "xx\nab", 3, 0},          // no first byte: stops at the attempt
+        {"r", "[^q]*q", "abcdef", 0, 0},         // from the first byte: nothing consumed
         {"", "q", "a\nb\n", 4, 2},
         {"r", "s[a-z]*_t", "xx s_t\nyy sab", 11, 1},  // a star running off stops the window
         {"r", "s[a-z]*_t", "xx s_t\nyy sab_", 11, 1}, // so does a tail cut by its end
@@ -128,7 +129,8 @@ TEST(Matcher, HowFarTheSearchGetsAndTheLineCount)
 // and '*' or '+' after any element that takes one.
 std::string randomPattern(std::mt19937 &rng)
 {
-    const char *elements[] = {"s", "a", "_", "[ab]", "[sz]", "[a-z]", "[xyz]", "[^s]", "[^_ ]", "\\~a", "\\.", ".", "[Z_]"};
+    const char *elements[] = {"s",    "a",     "_",    "[ab]", "[sz]", "[a-z]", "[xyz]",
+                              "[^s]", "[^_ ]", "\\~a", "\\.",  ".",    "[Z_]"};
     const char *suffixes[] = {"", "", "*", "+"};
     std::string pattern;
     const int count = 1 + static_cast<int>(rng() % 6);
@@ -170,7 +172,8 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
     for (int64_t at = 0; at < static_cast<int64_t>(text.size());) {
         const int len = static_cast<int>(std::min<int64_t>(window, static_cast<int64_t>(text.size()) - at));
         const int64_t before = s.offset;
-        s.found += keepState ? SearchWindow(&state, at, "f", text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord)
+        s.found += keepState ? SearchWindow(&state, at, "f", text.data() + at, len, &s.offset, &s.line,
+                                            text.data() + at, matchWord)
                              : iGrepText("f", text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord);
         at += std::max<int64_t>(s.offset - before, 1);
     }
@@ -189,7 +192,8 @@ TEST(Matcher, ShortcutsChangeNothing)
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
         const std::string text = randomText(rng, 1 + rng() % (round % 10 ? 200 : 2000));
-        const std::string options = std::string("r") + (round % 2 ? "b" : "") + (round % 3 ? "" : "c") + (round % 5 ? "" : "w");
+        const std::string options =
+            std::string("r") + (round % 2 ? "b" : "") + (round % 3 ? "" : "c") + (round % 5 ? "" : "w");
         const std::string context = options + " '" + pattern + "' over '" + text + "'";
         SetMatcherShortcuts(false);
         Search plain = runSearch(options, pattern, text);
@@ -213,14 +217,15 @@ TEST(Matcher, WorkGrowsLinearly)
 {
     struct Shape {
         const char *pattern;
-        char fill;      // the window is this byte...
-        char last;      // ...but for its last one
-        int window;     // searched in windows of this size (0: one window)
+        char fill;  // the window is this byte...
+        char last;  // ...but for its last one
+        int window; // searched in windows of this size (0: one window)
     };
     const Shape shapes[] = {
-        {"[a-z]*_q", 'a', ' ', 0}, {"[^\"]*\"q", 'a', '"', 0}, {"x[a-z]*_q", 'x', ' ', 0}, {"[a-z]+_", 'a', ' ', 0},
-        {"a[a-z]*[a-z]*_", 'a', ' ', 0}, {"[^ ]*_t ", 'q', ' ', 0}, {"[a-z]*_q", 'a', 'a', 512},
-        {"x[a-z]*_q", 'x', 'x', 512}, {"[^\"]*\"q", 'a', '"', 512}, {"[a-z]+x", 'a', 'a', 512},
+        {"[a-z]*_q", 'a', ' ', 0},   {"[^\"]*\"q", 'a', '"', 0},      {"x[a-z]*_q", 'x', ' ', 0},
+        {"[a-z]+_", 'a', ' ', 0},    {"a[a-z]*[a-z]*_", 'a', ' ', 0}, {"[^ ]*_t ", 'q', ' ', 0},
+        {"[a-z]*_q", 'a', 'a', 512}, {"x[a-z]*_q", 'x', 'x', 512},    {"[^\"]*\"q", 'a', '"', 512},
+        {"[a-z]+x", 'a', 'a', 512},
     };
     for (const Shape &shape : shapes) {
         int64_t steps[2];
