@@ -18,6 +18,19 @@
 
 namespace fs = std::filesystem;
 
+bool pinToOneCpu()
+{
+    cpu_set_t allowed;
+    if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)
+        return false;
+    int first = 0;
+    while (!CPU_ISSET(first, &allowed))
+        ++first;
+    CPU_ZERO(&allowed);
+    CPU_SET(first, &allowed);
+    return sched_setaffinity(0, sizeof allowed, &allowed) == 0;
+}
+
 RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd, int timeoutSeconds)
 {
     int pipes[2][2];
@@ -34,16 +47,8 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
             _exit(126);
         if (g_runAsUser >= 0 && (setgroups(0, nullptr) != 0 || setgid(g_runAsUser) != 0 || setuid(g_runAsUser) != 0))
             _exit(125);
-        cpu_set_t allowed;
-        if (g_runOnOneCpu && sched_getaffinity(0, sizeof allowed, &allowed) == 0) {
-            int first = 0;
-            while (!CPU_ISSET(first, &allowed))
-                ++first;
-            CPU_ZERO(&allowed);
-            CPU_SET(first, &allowed);
-            if (sched_setaffinity(0, sizeof allowed, &allowed) != 0)
-                _exit(124);
-        }
+        if (g_runOnOneCpu && !pinToOneCpu())
+            _exit(124);
         std::vector<char *> argv{const_cast<char *>(g_binary.c_str())};
         for (const std::string &arg : args)
             argv.push_back(const_cast<char *>(arg.c_str()));

@@ -18,6 +18,9 @@ inline int g_runAsUser = -1;
 // The binary runFyndle runs.
 inline std::string g_binary = FYNDLE_BINARY;
 
+// Pins the calling process to the first CPU it may run on; false if it cannot.
+bool pinToOneCpu();
+
 // When set, runFyndle pins the binary to one CPU (the first it may run
 // on), so that it searches without threads.
 inline bool g_runOnOneCpu = false;
