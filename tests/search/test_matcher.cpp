@@ -31,6 +31,7 @@ struct Search {
     int found = 0;
     int64_t offset = 0; // bytes consumed (the offset starts at 0)
     int64_t line = 0;   // newlines counted
+    int64_t steps = 0;  // states worked, when searched with a MatchState
 };
 
 // Prepares the pattern as the command line does and searches text once.
@@ -164,7 +165,7 @@ std::string randomText(std::mt19937 &rng, size_t size)
 // Searches text as the scanner does, in windows of at most `window` bytes
 // that carry what was not consumed (a window that consumed nothing moves on
 // by one byte); with a MatchState per text, or alone window by window.
-Search searchWindows(const std::string &text, int window, bool keepState, int matchWord)
+Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f")
 {
     Search s;
     MatchState state{};
@@ -172,12 +173,13 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
     for (int64_t at = 0; at < static_cast<int64_t>(text.size());) {
         const int len = static_cast<int>(std::min<int64_t>(window, static_cast<int64_t>(text.size()) - at));
         const int64_t before = s.offset;
-        s.found += keepState ? SearchWindow(&state, at, "f", text.data() + at, len, &s.offset, &s.line,
+        s.found += keepState ? SearchWindow(&state, at, name, text.data() + at, len, &s.offset, &s.line,
                                             text.data() + at, matchWord)
-                             : iGrepText("f", text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord);
+                             : iGrepText(name, text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord);
         at += std::max<int64_t>(s.offset - before, 1);
     }
     s.out = capture.take();
+    s.steps = state.steps;
     return s;
 }
 
@@ -234,17 +236,8 @@ TEST(Matcher, WorkGrowsLinearly)
             PreparePattern(pattern.data(), 1, 0);
             std::string text(static_cast<size_t>(size) - 1, shape.fill);
             text += shape.last;
-            MatchState state{};
-            int64_t offset = 0, line = 0;
-            const int window = shape.window > 0 ? shape.window : size;
-            for (int64_t at = 0; at < size;) {
-                const int len = static_cast<int>(std::min<int64_t>(window, size - at));
-                const int64_t before = offset;
-                SearchWindow(&state, at, nullptr, text.data() + at, len, &offset, &line, text.data() + at, 0);
-                at += std::max<int64_t>(offset - before, 1);
-            }
-            steps[size / 4096] = state.steps;
-            EXPECT_LE(state.steps, 4 * g_cPattern * size) << shape.pattern << " over " << size;
+            steps[size / 4096] = searchWindows(text, shape.window > 0 ? shape.window : size, true, 0, nullptr).steps;
+            EXPECT_LE(steps[size / 4096], 4 * g_cPattern * size) << shape.pattern << " over " << size;
         }
         EXPECT_LE(steps[1], 2 * steps[0] + 64) << shape.pattern;
     }
