@@ -24,15 +24,21 @@
 // besides new states, one check per element it reaches.
 //
 // Windows that consume nothing (their first attempt, from element 0 at the
-// window's first byte, runs off the window's end) move on by one byte. When
-// element 0 takes runs and the carried path went through (0, s), the next
-// window's first attempt, from (0, s), is that path from there on, and so is
-// that of every later window starting on the path's stretch of element 0.
-// Such a window is stuck exactly when the path is not decided within it:
-// it is once the window holds the byte examined last (for a one-byte
+// window's first byte, runs off the window's end) move on by one byte, and
+// on a long line so may millions after them; the carried path tells how
+// the coming ones fare. When element 0 takes runs and the path went
+// through (0, s), the first attempt of a window starting at s is that path
+// from there on. When element 0 takes one byte and element 1 runs, a
+// window's attempts at the bytes element 0 refuses fail at once (but for
+// the window's last byte, where the attempt runs off), and the first at a
+// byte x it takes goes on at (1, x + 1): the path from there on, when it
+// went through that state. Either way the path, not decided within the
+// window, runs off it, and the window's search stops there, having
+// consumed the bytes before x (or none). It is decided within a window
+// once the window holds the byte the path examined last (for a one-byte
 // element refusing it, the byte after that too). So the path is run on over
 // the bytes at hand beyond the window, and whoever searches the windows
-// learns at once, from where it ends, which of them stay stuck.
+// learns at once, from where it ends, which of them it decides.
 #include "matcher_attempt.h"
 
 #include "bytescan.h"
@@ -255,23 +261,47 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
     }
 }
 
-bool StuckWindows(MatchState &state, const unsigned char *text, int64_t nextStart, int64_t len, int64_t *lastStart,
-                  int64_t *stuckBefore)
+bool StuckWindows(MatchState &state, const unsigned char *text, int64_t nextStart, int64_t len, StuckRun *run)
 {
-    if (len < 1 || g_chFirst != 0 || !(g_aiPatCount[0] & kRunFlags) || !state.pendValid ||
-        state.pendEnd != kPathPending || state.pendFirst != 0 || state.pendRows < 1 || nextStart < state.pendLo[0] ||
-        nextStart > state.pendHi[0])
+    const uint32_t flags0 = g_aiPatCount[0];
+    int entry = 0;
+    if ((flags0 & ~kFlagNegated) == kFlagSingle && g_cPattern >= 2 && (g_aiPatCount[1] & kRunFlags))
+        entry = 1;
+    else if (!(flags0 & kRunFlags))
         return false;
-    // The attempt from (0, nextStart) joins the carried path at once (no path
-    // of this window is remembered) and goes on from its frontier.
+    if (len < 1 || g_chFirst != 0 || !state.pendValid || state.pendEnd != kPathPending || state.pendFirst > entry ||
+        state.pendRows <= entry)
+        return false;
+    const int64_t from = nextStart > state.pendLo[entry] ? nextStart : state.pendLo[entry];
+    if (from > state.pendHi[entry] || from >= nextStart + len)
+        return false;
+    // An attempt from a state on the path joins it at once (no path of this
+    // window is remembered) and goes on from its frontier.
     state.memoRows = 0;
     int64_t end = 0;
-    const AttemptEnd outcome = RunAttempt(state, text, nextStart, len, 0, 0, &end);
-    *lastStart = state.pendHi[0];
+    const AttemptEnd outcome = RunAttempt(state, text, nextStart, len, from - nextStart, entry, &end);
+    run->entry = entry;
+    run->lo = state.pendLo[entry];
+    run->hi = state.pendHi[entry];
     if (outcome == AttemptEnd::RanOut) {
-        *stuckBefore = nextStart + len + 1;
+        run->stuckBefore = nextStart + len + 1;
         return true;
     }
-    *stuckBefore = nextStart + end;
+    run->stuckBefore = nextStart + end;
     return end > 0;
+}
+
+int64_t WindowStop(const StuckRun &run, const unsigned char *text, int64_t start, int64_t len)
+{
+    if (len < 1 || start + len >= run.stuckBefore)
+        return -1;
+    if (run.entry == 0)
+        return run.lo <= start && start <= run.hi ? 0 : -1;
+    const uint32_t flip = (g_aiPatCount[0] & kFlagNegated) ? 1u : 0u;
+    int64_t first = 0;
+    while (first < len - 1 && !((g_aiPattern[text[first]] ^ flip) & 1u))
+        ++first;
+    if (first == len - 1)
+        return first;
+    return run.lo <= start + first + 1 && start + first + 1 <= run.hi ? first : -1;
 }

@@ -61,14 +61,25 @@ struct MatchState {
 AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos, int element,
                       int64_t *end);
 
-// Windows that consume nothing. Call after a window of a file searched
-// window by window in which nothing was consumed; text[0..len) are the
-// file's bytes from nextStart (that window's start + 1) on, as far as the
-// caller holds them. Returns false when it cannot tell. On true, every window
-// that starts at a file position from nextStart to *lastStart and ends (one
-// past its last byte) before *stuckBefore consumes and reports nothing, so
-// the caller may pass over a run of them at once. The carried path goes on
-// over text on the way (it may then reach past the next window's end), and
-// the state stays right for whichever window is searched next.
-bool StuckWindows(MatchState &state, const unsigned char *text, int64_t nextStart, int64_t len, int64_t *lastStart,
-                  int64_t *stuckBefore);
+// The windows after one that consumed nothing, as far as the carried path
+// decides them (StuckWindows).
+struct StuckRun {
+    int entry;           // element at which a window's search meets the carried path: 0 or 1
+    int64_t lo, hi;      // the path's first and last file position on that element
+    int64_t stuckBefore; // a window ending (one past its last byte) before this leaves the path undecided
+};
+
+// Call after a window of a file searched window by window in which nothing
+// was consumed; text[0..len) are the file's bytes from nextStart (that
+// window's start + 1) on, as far as the caller holds them. Returns false
+// when the coming windows cannot be told from the carried path; else fills
+// *run for WindowStop. The carried path goes on over text on the way (it
+// may then reach past the next window's end), and the state stays right for
+// whichever window at or after nextStart is searched next.
+bool StuckWindows(MatchState &state, const unsigned char *text, int64_t nextStart, int64_t len, StuckRun *run);
+
+// For the window text[0..len) at file position start, one of those after
+// the window StuckWindows was called for: how many bytes its search
+// consumes, reporting nothing and counting no line, or -1 when run does
+// not tell (the caller then searches it).
+int64_t WindowStop(const StuckRun &run, const unsigned char *text, int64_t start, int64_t len);

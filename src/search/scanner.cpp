@@ -130,43 +130,97 @@ int cutLength(const char *window, int filled)
     return filled;
 }
 
+// Cut ends of full windows met in the order of their starts, each held
+// byte looked at once: the last newline seen so far decides the cut of a
+// window whose tail reaches it, since any later newline would lie in the
+// part of that tail looked at last.
+struct CutFinder {
+    const ChunkReader &reader;
+    int64_t seenTo;  // held bytes before this file position have been looked at (from a cut point on)
+    int64_t newline; // file position of the last newline among them, or -1
+
+    // One past the searched part of the full window at file position start.
+    int64_t windowEnd(int64_t start)
+    {
+        const int64_t to = start + kWindowSize;
+        const int64_t from = seenTo > start + kCutFrom ? seenTo : start + kCutFrom;
+        if (from < to) {
+            const char *held = g_sBuffer + (from - reader.bufferStart);
+            const void *found = memrchr(held, '\n', static_cast<size_t>(to - from));
+            if (found != nullptr)
+                newline = from + (static_cast<const char *>(found) - held);
+        }
+        if (to > seenTo)
+            seenTo = to;
+        return newline >= start + kCutFrom ? newline + 1 : to;
+    }
+};
+
 // Called when the full window before windowStart consumed nothing: passes
-// over the run of windows from windowStart on that the matcher tells will
-// consume nothing either (StuckWindows), as if each had been searched and
-// moved on by one byte. Only full windows whose bytes are all at hand are
-// passed over, so each one's cut is found here as its search would find
-// it; cut ends never go down from one window to the next (the newline that
-// ends one stays in the next one's tail or drops out of it, leaving that
-// window uncut), so the stuck ones are a run from windowStart on. Moves
-// windowStart and folded as those windows would have; the carry stays one
-// byte short of a window.
-void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &windowStart, int &folded)
+// over the run of windows from windowStart on that the matcher can tell
+// (StuckWindows, WindowStop), as if each had been searched, adding what
+// each consumed to the offset and moving the window, the carry and the
+// folded bytes on as it would have. Only full windows whose bytes are all
+// at hand are passed over, so that each one's cut is found here as its
+// search would find it. Where every such window consumes nothing (element 0
+// takes runs), the run is found by a binary search: cut ends never go down
+// from one window to the next (the newline that ends one stays in the next
+// one's tail or drops out of it, leaving that window uncut), so the stuck
+// ones are a run.
+void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &windowStart, int &carried, int &folded,
+                      int64_t &offset)
 {
     const int64_t heldEnd = reader.bufferStart + reader.bufferUsed;
-    const auto *held = reinterpret_cast<const unsigned char *>(g_sBuffer) + (windowStart - reader.bufferStart);
-    int64_t lastStart = 0, stuckBefore = 0;
-    if (windowStart + kWindowSize > heldEnd ||
-        !StuckWindows(state, held, windowStart, heldEnd - windowStart, &lastStart, &stuckBefore))
-        return;
-    auto windowEnd = [&](int64_t start) {
-        return start + cutLength(g_sBuffer + (start - reader.bufferStart), kWindowSize);
+    auto held = [&](int64_t position) {
+        return reinterpret_cast<const unsigned char *>(g_sBuffer) + (position - reader.bufferStart);
     };
-    int64_t low = windowStart;
-    int64_t high = lastStart < heldEnd - kWindowSize ? lastStart : heldEnd - kWindowSize;
-    if (high < low || windowEnd(low) >= stuckBefore)
+    StuckRun run{};
+    if (windowStart + kWindowSize > heldEnd ||
+        !StuckWindows(state, held(windowStart), windowStart, heldEnd - windowStart, &run))
         return;
-    while (low < high) { // the last start whose window is stuck
-        const int64_t middle = low + (high - low + 1) / 2;
-        if (windowEnd(middle) < stuckBefore)
-            low = middle;
-        else
-            high = middle - 1;
+    int64_t foldedTo = windowStart + folded; // file position up to which the next window's bytes count as folded
+    int64_t lastEnd = -1;                    // one past the searched part of the last window passed over
+    if (run.entry == 0) {
+        auto stuck = [&](int64_t start) {
+            return WindowStop(run, held(start), start,
+                              cutLength(g_sBuffer + (start - reader.bufferStart), kWindowSize)) == 0;
+        };
+        int64_t low = windowStart;
+        int64_t high = heldEnd - kWindowSize;
+        if (!stuck(low))
+            return;
+        while (low < high) { // the last start whose window is stuck
+            const int64_t middle = low + (high - low + 1) / 2;
+            if (stuck(middle))
+                low = middle;
+            else
+                high = middle - 1;
+        }
+        lastEnd = low + cutLength(g_sBuffer + (low - reader.bufferStart), kWindowSize);
+        windowStart = low + 1;
+        carried = kWindowSize - 1;
+    } else {
+        CutFinder cuts{reader, 0, -1};
+        for (int64_t start = windowStart; start + kWindowSize <= heldEnd;) {
+            const int64_t end = cuts.windowEnd(start);
+            const int64_t stop = WindowStop(run, held(start), start, end - start);
+            if (stop < 0)
+                break;
+            offset += stop;
+            const int advance = stop > 0 ? static_cast<int>(stop) : 1;
+            lastEnd = end;
+            start += advance;
+            windowStart = start;
+            carried = kWindowSize - advance;
+        }
+        if (lastEnd < 0)
+            return;
     }
-    const int64_t lastEnd = windowEnd(low);
-    if (!g_fMatchCase) // the bytes every one of them searched count as folded
-        folded = static_cast<int>((windowStart + folded > lastEnd ? windowStart + folded : lastEnd) - (low + 1));
+    if (lastEnd > foldedTo)
+        foldedTo = lastEnd;
+    if (!g_fMatchCase) // the bytes each of them searched count as folded
+        folded = static_cast<int>(foldedTo - windowStart);
     state.lastWindowEnd = lastEnd;
-    windowStart = low + 1;
 }
 
 int64_t searchFile(int fd, int64_t size, const char *path)
@@ -206,7 +260,7 @@ int64_t searchFile(int fd, int64_t size, const char *path)
         windowStart += advance;
         carried = filled - advance;
         if (consumed == 0 && filled == kWindowSize && !reader.perWindow)
-            passStuckWindows(reader, state, windowStart, folded);
+            passStuckWindows(reader, state, windowStart, carried, folded, offset);
     }
     return total;
 }

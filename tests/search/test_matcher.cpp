@@ -165,7 +165,7 @@ std::string randomText(std::mt19937 &rng, size_t size)
 // Searches text as the scanner does, in windows of at most `window` bytes
 // that carry what was not consumed (a window that consumed nothing moves on
 // by one byte); with a MatchState per text, passing over the windows it
-// tells stay stuck, or alone window by window.
+// can tell, or alone window by window.
 Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f")
 {
     Search s;
@@ -180,12 +180,13 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
         const int64_t consumed = s.offset - before;
         at += std::max<int64_t>(consumed, 1);
         const int64_t size = static_cast<int64_t>(text.size());
-        int64_t lastStart = 0, stuckBefore = 0;
-        if (keepState && consumed == 0 && len == window &&
-            StuckWindows(state, reinterpret_cast<const unsigned char *>(text.data()) + at, at, size - at, &lastStart,
-                         &stuckBefore))
-            while (at <= lastStart && at + window <= size && at + window < stuckBefore)
-                ++at;
+        const auto *bytes = reinterpret_cast<const unsigned char *>(text.data());
+        StuckRun run{};
+        if (keepState && consumed == 0 && len == window && StuckWindows(state, bytes + at, at, size - at, &run))
+            for (int64_t stop = 0; at + window <= size && (stop = WindowStop(run, bytes + at, at, window)) >= 0;) {
+                s.offset += stop;
+                at += std::max<int64_t>(stop, 1);
+            }
     }
     s.out = capture.take();
     s.steps = state.steps;

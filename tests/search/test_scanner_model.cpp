@@ -406,10 +406,19 @@ TEST_F(ScannerModel, StuckWindowsMoveOnByOneByte)
         SearchSetup setup;
         const std::string &content;
     } cases[] = {
-        {{"[^q]*q", true, true, false, false, false}, plain},    {{"[^q]*q", true, false, false, false, false}, plain},
-        {{"[^q]*q", true, false, false, false, false}, cut},     {{"[^q]*q", true, true, true, false, false}, cut},
-        {{"[^q]*qz", true, true, false, false, false}, refused}, {{"[a-z]+q", true, false, false, false, true}, cut},
-        {{"[a-z]*_q", true, true, false, false, false}, atEnd},  {{"[a-z]*_q", true, false, false, true, false}, atEnd},
+        {{"[^q]*q", true, true, false, false, false}, plain},
+        {{"[^q]*q", true, false, false, false, false}, plain},
+        {{"[^q]*q", true, false, false, false, false}, cut},
+        {{"[^q]*q", true, true, true, false, false}, cut},
+        {{"[^q]*qz", true, true, false, false, false}, refused},
+        {{"[a-z]+q", true, false, false, false, true}, cut},
+        {{"[a-z]*_q", true, true, false, false, false}, atEnd},
+        {{"[a-z]*_q", true, false, false, true, false}, atEnd},
+        // A first element of one byte: each window stops at the next byte it takes.
+        {{"[ae][^q]*q", true, true, false, false, false}, cut},
+        {{"[ae][^q]*q", true, false, false, false, false}, cut},
+        {{"[ae][^q]*qz", true, true, false, false, false}, refused},
+        {{"[ae][a-z]*_q", true, true, true, false, false}, atEnd},
     };
     for (const auto &c : cases)
         expectSame(c.setup, c.content);
