@@ -11,13 +11,15 @@
 // once per window instead, because there a window ends where its read did.
 //
 // A window in which nothing was consumed moves on by one byte, and on a
-// long line whose first attempt runs on and on, so do millions after it.
-// The matcher can tell how many of the coming ones stay stuck (its carried
-// path decides them all); the scanner then passes over that run at once,
-// leaving the offset, line count and reports as they were, as stuck windows
-// do, and moving the window and the folded bytes on as they would have. It
-// does so only over full windows whose bytes are already read, so that no
-// read is skipped, and never for files read once per window.
+// long line whose first attempt runs on and on, so do millions after it
+// (or they move on from one byte that the first element takes to the next).
+// The matcher can tell how those coming windows fare, since its carried
+// path decides them: each consumes so many bytes and reports nothing. The
+// scanner then passes over the run at once, with the offset, the line
+// count, the window, the carry and the folded bytes where searching them
+// one by one would have left them. It does so only over full windows whose
+// bytes are already read, so that no read is skipped, and never for files
+// read once per window.
 //
 // A case-insensitive search matches through widened pattern tables and
 // never rewrites the text. The one place where folding shows is a window's
