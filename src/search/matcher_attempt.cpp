@@ -297,10 +297,14 @@ int64_t WindowStop(const StuckRun &run, const unsigned char *text, int64_t start
         return -1;
     if (run.entry == 0)
         return run.lo <= start && start <= run.hi ? 0 : -1;
-    const uint32_t flip = (g_aiPatCount[0] & kFlagNegated) ? 1u : 0u;
     int64_t first = 0;
-    while (first < len - 1 && !((g_aiPattern[text[first]] ^ flip) & 1u))
-        ++first;
+    if (g_plan.count == g_cPattern && g_plan.firstValues > 0) {
+        first = static_cast<int64_t>(FindEitherByte(text, static_cast<size_t>(len - 1), g_plan.firstA, g_plan.firstB));
+    } else {
+        const uint32_t flip = (g_aiPatCount[0] & kFlagNegated) ? 1u : 0u;
+        while (first < len - 1 && !((g_aiPattern[text[first]] ^ flip) & 1u))
+            ++first;
+    }
     if (first == len - 1)
         return first;
     return run.lo <= start + first + 1 && start + first + 1 <= run.hi ? first : -1;

@@ -132,29 +132,34 @@ int cutLength(const char *window, int filled)
     return filled;
 }
 
-// Cut ends of full windows met in the order of their starts, each held
-// byte looked at once: the last newline seen so far decides the cut of a
-// window whose tail reaches it, since any later newline would lie in the
-// part of that tail looked at last.
+// Cut ends of full windows met in the order of their starts, each newline
+// of the held bytes looked for once: a window is cut after the last newline
+// before its end, when that one lies at or after its cut point.
 struct CutFinder {
     const ChunkReader &reader;
-    int64_t seenTo;  // held bytes before this file position have been looked at (from a cut point on)
-    int64_t newline; // file position of the last newline among them, or -1
+    int64_t last; // file position of the last newline before the last window's end, or -1
+    int64_t next; // the first one after it, or the end of the held bytes
+
+    int64_t heldEnd() const { return reader.bufferStart + reader.bufferUsed; }
+
+    // The first newline at or after file position from, or the held end.
+    int64_t newlineFrom(int64_t from) const
+    {
+        const int64_t heldEnd = this->heldEnd();
+        const char *held = g_sBuffer + (from - reader.bufferStart);
+        const void *found = from < heldEnd ? memchr(held, '\n', static_cast<size_t>(heldEnd - from)) : nullptr;
+        return found != nullptr ? from + (static_cast<const char *>(found) - held) : heldEnd;
+    }
 
     // One past the searched part of the full window at file position start.
     int64_t windowEnd(int64_t start)
     {
         const int64_t to = start + kWindowSize;
-        const int64_t from = seenTo > start + kCutFrom ? seenTo : start + kCutFrom;
-        if (from < to) {
-            const char *held = g_sBuffer + (from - reader.bufferStart);
-            const void *found = memrchr(held, '\n', static_cast<size_t>(to - from));
-            if (found != nullptr)
-                newline = from + (static_cast<const char *>(found) - held);
+        while (next < to && next < heldEnd()) {
+            last = next;
+            next = newlineFrom(next + 1);
         }
-        if (to > seenTo)
-            seenTo = to;
-        return newline >= start + kCutFrom ? newline + 1 : to;
+        return last >= start + kCutFrom ? last + 1 : to;
     }
 };
 
@@ -202,7 +207,8 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
         windowStart = low + 1;
         carried = kWindowSize - 1;
     } else {
-        CutFinder cuts{reader, 0, -1};
+        CutFinder cuts{reader, -1, 0};
+        cuts.next = cuts.newlineFrom(windowStart);
         for (int64_t start = windowStart; start + kWindowSize <= heldEnd;) {
             const int64_t end = cuts.windowEnd(start);
             const int64_t stop = WindowStop(run, held(start), start, end - start);
