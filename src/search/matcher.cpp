@@ -12,8 +12,8 @@
 // The attempts themselves are the attempt engine's (matcher_attempt.cpp),
 // which works every state at most once. On top of it, the skip finders
 // (matcher_skip.cpp) pass over starts whose attempts fail: a pattern whose
-// elements all take one byte is looked for by its two rarest bytes, a first
-// byte, a star and a one-byte tail by its tail, and without a first byte a
+// elements all take one byte is looked for by its two rarest bytes, a head
+// of one-byte elements, a star and a tail of singles by its tail, and without a first byte a
 // first element of one byte skips the bytes it refuses; a pattern that can
 // never match only looks for where an attempt first runs off the window.
 // Those scans go over the window from its start, so they are not used in a
@@ -131,7 +131,7 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             start = pos;
             end = pos + g_cPattern;
             outcome = AttemptEnd::Success;
-        } else if (starTail && pos < undecided && FindStarTail(plan, text, len, undecided, first, &pos, &end)) {
+        } else if (starTail && pos < undecided && FindStarTail(plan, text, len, undecided, &pos, &end)) {
             start = pos;
             outcome = AttemptEnd::Success;
         } else if (first != 0) {

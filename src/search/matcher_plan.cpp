@@ -101,16 +101,26 @@ void PlanSearch()
         plan.literal = plan.scan.rare >= 0;
     }
 
-    // A first byte, a star, then at least one element of exactly one byte.
-    // The first byte alone decides element 0 (as in the ordinary scan).
-    plan.starTail = first != 0 && g_cPattern >= 3 && g_aiPatCount[0] == kFlagSingle &&
-                    (g_aiPatCount[1] & ~kFlagNegated) == kFlagStar;
-    for (int k = 2; k < g_cPattern && plan.starTail; ++k)
-        plan.starTail = (g_aiPatCount[k] & ~kFlagNegated) == kFlagSingle;
+    // A head of one-byte elements (element 0 also when it is the first
+    // byte, which alone decides it, as in the ordinary scan), one starred
+    // element, then singles and optionals, the first a single.
+    int star = 0;
+    if (g_cPattern > 0 && (first != 0 || (g_aiPatCount[0] & ~kFlagNegated) == kFlagSingle)) {
+        star = 1;
+        while (star < g_cPattern && (g_aiPatCount[star] & ~kFlagNegated) == kFlagSingle)
+            ++star;
+    }
+    plan.starTail = star > 0 && star + 1 < g_cPattern && (g_aiPatCount[star] & ~kFlagNegated) == kFlagStar;
+    int fixedTail = star + 1; // the tail's leading singles end here
+    while (plan.starTail && fixedTail < g_cPattern && (g_aiPatCount[fixedTail] & ~kFlagNegated) == kFlagSingle)
+        ++fixedTail;
+    for (int k = fixedTail; k < g_cPattern && plan.starTail; ++k)
+        plan.starTail = (g_aiPatCount[k] & ~kFlagNegated) == kFlagSingle || g_aiPatCount[k] == kFlagOptional;
     if (plan.starTail) {
-        plan.starBit = 1u << 1;
-        plan.starFlip = (g_aiPatCount[1] & kFlagNegated) ? plan.starBit : 0u;
-        plan.tailScan = chooseScanPair(2, g_cPattern);
+        plan.starElement = star;
+        plan.starBit = 1u << star;
+        plan.starFlip = (g_aiPatCount[star] & kFlagNegated) ? plan.starBit : 0u;
+        plan.tailScan = chooseScanPair(star + 1, fixedTail);
         plan.starTail = plan.tailScan.rare >= 0;
     }
 
@@ -133,7 +143,8 @@ void PlanSearch()
     const uint32_t flags0 = g_aiPatCount[0];
     plan.skipFirst = first == 0 && g_cPattern > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
     for (int byte = 0; byte < 256; ++byte)
-        plan.firstAccepts[byte] = (((g_aiPattern[byte] & 1u) != 0) != ((flags0 & kFlagNegated) != 0));
+        plan.firstAccepts[byte] = first != 0 ? (byte == first || byte == plan.firstOther)
+                                             : (((g_aiPattern[byte] & 1u) != 0) != ((flags0 & kFlagNegated) != 0));
     if (first == 0 && g_cPattern >= 1) {
         plan.neverPlus = (flags0 & kFlagPlus) != 0;
         if ((flags0 & kFlagStar) && g_cPattern >= 2 && (g_aiPatCount[1] & ~kFlagNegated) == kFlagSingle) {
@@ -144,16 +155,14 @@ void PlanSearch()
                     plan.neverStar = false;
         }
     }
-    if (plan.skipFirst) {
-        int found = 0;
-        for (int byte = 0; byte < 256; ++byte)
-            if (plan.firstAccepts[byte]) {
-                if (found < 2)
-                    (found == 0 ? plan.firstA : plan.firstB) = static_cast<unsigned char>(byte);
-                ++found;
-            }
-        if (found == 1)
-            plan.firstB = plan.firstA;
-        plan.firstValues = found <= 2 ? found : 0;
-    }
+    int found = 0;
+    for (int byte = 0; byte < 256; ++byte)
+        if (plan.firstAccepts[byte]) {
+            if (found < 2)
+                (found == 0 ? plan.firstA : plan.firstB) = static_cast<unsigned char>(byte);
+            ++found;
+        }
+    if (found == 1)
+        plan.firstB = plan.firstA;
+    plan.firstValues = found >= 1 && found <= 2 ? found : 0;
 }

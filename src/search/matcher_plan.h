@@ -24,15 +24,21 @@ struct SearchPlan {
     bool literal;  // every element takes exactly one byte
     ScanPair scan; // literal: offsets from the match start
 
-    bool starTail;     // first byte, element 1 starred, the rest one byte each
-    uint32_t starBit;  // element 1's table bit
-    uint32_t starFlip; // starBit when element 1 is negated, else 0
-    ScanPair tailScan; // starTail: offsets from the tail's first byte
+    // Star tail: a head of one-byte elements (the first may be the first
+    // byte), one starred element, then a tail of single or optional
+    // elements of which at least the first is single.
+    bool starTail;      // the pattern has that shape and its tail a scan pair
+    int starElement;    // index of the starred element (the head's length)
+    uint32_t starBit;   // its table bit
+    uint32_t starFlip;  // starBit when it is negated, else 0
+    ScanPair tailScan;  // offsets from the tail's first byte, among its leading singles
 
+    // Element 0 as an attempt takes it: the first byte in either case, or
+    // the bytes its set accepts (negation applied).
     bool skipFirst;               // no first byte, element 0 takes exactly one byte
     int firstValues;              // bytes element 0 accepts, when that is 1 or 2, else 0
     unsigned char firstA, firstB; // those bytes (equal when one)
-    bool firstAccepts[256];       // element 0 accepts the byte (negation applied)
+    bool firstAccepts[256];       // element 0 accepts the byte
 
     // No first byte, and no attempt can ever match: element 0 is a '+'
     // (which fails at the first byte it refuses), or a star followed by a

@@ -25,5 +25,5 @@ int64_t StarTailUndecided(const SearchPlan &plan, const unsigned char *text, int
 // such start lies before `undecided`, moves *pos to the first start the
 // ordinary search must try and returns false. Every start passed over
 // would fail without running off the window.
-bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided,
-                  unsigned char first, int64_t *pos, int64_t *end);
+bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided, int64_t *pos,
+                  int64_t *end);

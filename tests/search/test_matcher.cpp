@@ -189,7 +189,10 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
 // searched window by window.
 TEST(Matcher, ShortcutsChangeNothing)
 {
-    const char *fixed[] = {"s[a-z]*_t", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st", "ab_", "[ab]_s", "sa"};
+    const char *fixed[] = {"s[a-z]*_t",   "s[^_]*_t",      "s[a-z]*\\~_b", "^[ ]*s",        "s[ab]*st",
+                           "ab_",         "[ab]_s",        "sa",            "sa[a-z]*_$",    "[sz][a-z]*_s",
+                           "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$",    "[^s]a*\\~_z$", ".s[ab]*_",
+                           "_[ab]*_", "_s[a]*_s"};
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
