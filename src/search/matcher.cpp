@@ -115,7 +115,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         *offset += from;
         return 0;
     }
-    int64_t undecided = starTail ? StarTailUndecided(plan, text, len, 0) : 0;
+    int64_t undecided = !starTail ? 0 : plan.headFirst ? len : StarTailUndecided(plan, text, len, 0);
+    StarRun run{0, -1};
     const int64_t folded = state.printFolded;
     std::string scratch;
     int reports = 0;
@@ -131,7 +132,9 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             start = pos;
             end = pos + g_cPattern;
             outcome = AttemptEnd::Success;
-        } else if (starTail && pos < undecided && FindStarTail(plan, text, len, undecided, &pos, &end)) {
+        } else if (starTail && pos < undecided &&
+                   (plan.headFirst ? FindStarHead(plan, text, len, &run, &undecided, &pos, &end)
+                                   : FindStarTail(plan, text, len, undecided, &pos, &end))) {
             start = pos;
             outcome = AttemptEnd::Success;
         } else if (first != 0) {

@@ -19,6 +19,13 @@ namespace {
 constexpr const char kByteFrequency[] =
     " etnirsaoc_ldu\nphfm\t*;(),/bg=ykvx.-w01TE2S3#ANRIDLCOPMF4U8BGXH6K5\"{}<>79[]'&+:|!WVYQJZjqz%?\\^~@$`";
 
+// The first byte in its other case when the search ignores case.
+unsigned char firstOther()
+{
+    const unsigned char first = g_chFirst;
+    return (!g_fMatchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
+}
+
 constexpr int byteRank(unsigned char byte)
 {
     for (int i = 0; kByteFrequency[i] != 0; ++i)
@@ -27,9 +34,16 @@ constexpr int byteRank(unsigned char byte)
     return 255;
 }
 
-// The values element k accepts, up to three of them, and how many there are.
+// The values element k accepts as an attempt takes it, up to three of
+// them, and how many there are. Element 0 with a first byte takes that byte
+// in either case.
 int acceptedValues(int element, unsigned char values[3])
 {
+    if (element == 0 && g_chFirst != 0) {
+        values[0] = g_chFirst;
+        values[1] = firstOther();
+        return values[0] == values[1] ? 1 : 2;
+    }
     int found = 0;
     for (int byte = 0; byte < 256; ++byte)
         if ((g_aiPattern[byte] >> element) & 1u) {
@@ -40,12 +54,19 @@ int acceptedValues(int element, unsigned char values[3])
     return found;
 }
 
+// How rare a hit of a scan is, from the ranks of its elements' values: about
+// the number of tenths by which each element divides the hits.
+int rarityOf(int rank)
+{
+    return 8 + rank * 4 / 10;
+}
+
 // Picks, among the one-byte elements from..to-1, the two rarest that accept
 // one or two values (negated ones accept too many). Offsets count from
 // element `from`.
 ScanPair chooseScanPair(int from, int to)
 {
-    ScanPair scan{-1, 0, 0, -1, 0, 0};
+    ScanPair scan{-1, 0, 0, -1, 0, 0, 0};
     unsigned char values[3];
     int rarest = -1, secondRarest = -1;
     for (int k = from; k < to; ++k) {
@@ -73,6 +94,7 @@ ScanPair chooseScanPair(int from, int to)
             scan.pairB = other;
         }
     }
+    scan.rarity = (rarest >= 0 ? rarityOf(rarest) : 0) + (secondRarest >= 0 ? rarityOf(secondRarest) : 0);
     return scan;
 }
 
@@ -84,8 +106,7 @@ void PlanSearch()
     plan = SearchPlan{};
     plan.count = g_cPattern;
     const unsigned char first = g_chFirst;
-    plan.firstOther =
-        (!g_fMatchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
+    plan.firstOther = firstOther();
 
     // Every element must take exactly one byte.
     plan.literal = g_cPattern > 0;
@@ -121,7 +142,9 @@ void PlanSearch()
         plan.starBit = 1u << star;
         plan.starFlip = (g_aiPatCount[star] & kFlagNegated) ? plan.starBit : 0u;
         plan.tailScan = chooseScanPair(star + 1, fixedTail);
-        plan.starTail = plan.tailScan.rare >= 0;
+        plan.headScan = chooseScanPair(0, star);
+        plan.headFirst = plan.headScan.rarity > plan.tailScan.rarity;
+        plan.starTail = plan.tailScan.rare >= 0 || plan.headScan.rare >= 0;
     }
 
     for (int k = 0; k < g_cPattern; ++k) {

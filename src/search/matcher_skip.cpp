@@ -168,3 +168,55 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
         *pos = undecided;
     return false;
 }
+
+bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len, StarRun *run, int64_t *undecided,
+                  int64_t *pos, int64_t *end)
+{
+    const int64_t head = plan.starElement;
+    const int64_t tail = plan.count - head - 1;
+    const int star = plan.starElement;
+    // Starts after lastStart are the engine's: their head, or their tail
+    // even after an empty run, may reach the window's last byte.
+    const int64_t lastTail = len - 1 - tail;
+    const int64_t lastStart = lastTail - head;
+    while (*pos <= lastStart) {
+        const int64_t start =
+            *pos + static_cast<int64_t>(findScanPair(plan.headScan, text + *pos, static_cast<size_t>(lastStart - *pos + 1)));
+        if (start > lastStart)
+            break;
+        if (!headMatches(plan, text, start)) {
+            *pos = start + 1;
+            continue;
+        }
+        // Starts whose star begins inside the last run share its end.
+        const int64_t from = start + head;
+        if (from < run->from || from > run->end) {
+            int64_t runEnd = from;
+            if (plan.runStops[star] > 0)
+                runEnd += static_cast<int64_t>(FindEitherByte(text + from, static_cast<size_t>(len - from),
+                                                              plan.runStopA[star], plan.runStopB[star]));
+            else
+                while (runEnd < len && inStar(plan, text[runEnd]))
+                    ++runEnd;
+            run->from = from;
+            run->end = runEnd;
+        }
+        if (run->end > lastTail) {
+            // This start's run, and so every later one's, may reach the end.
+            *pos = *undecided = start;
+            return false;
+        }
+        const int64_t matchEnd = tailEnd(plan, text, run->end);
+        if (matchEnd >= 0) {
+            *pos = start;
+            *end = matchEnd;
+            return true;
+        }
+        // The starts up to here all run to this end and fail there.
+        *pos = run->end - head + 1;
+    }
+    if (*pos <= lastStart)
+        *pos = lastStart + 1;
+    *undecided = *pos;
+    return false;
+}

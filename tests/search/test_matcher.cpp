@@ -215,6 +215,34 @@ TEST(Matcher, ShortcutsChangeNothing)
     }
 }
 
+// The skip scans decide only starts that cannot run off the window: every
+// end of the window, over texts made of the patterns' own pieces, must give
+// what the plain search gives (whether the search stops at an attempt or
+// goes on).
+TEST(Matcher, ShortcutsAtEveryWindowEnd)
+{
+    const std::pair<const char *, const char *> pieces[] = {
+        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"},  {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
+        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},   {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
+        {"str[^;]*;", "str a; str\nb;x strstr ;str"}, {"#[ ]*def", "#  def #de # #def#"},
+    };
+    for (const auto &[pattern, piecesText] : pieces) {
+        const std::string text = piecesText;
+        for (size_t end = 1; end <= text.size(); ++end)
+            for (const char *options : {"r", "rb", "rc"}) {
+                const std::string window = text.substr(0, end);
+                SetMatcherShortcuts(false);
+                Search plain = runSearch(options, pattern, window);
+                SetMatcherShortcuts(true);
+                Search fast = runSearch(options, pattern, window);
+                const std::string context = std::string(options) + " '" + pattern + "' over '" + window + "'";
+                EXPECT_EQ(fast.out, plain.out) << context;
+                EXPECT_EQ(fast.offset, plain.offset) << context;
+                EXPECT_EQ(fast.line, plain.line) << context;
+            }
+    }
+}
+
 // The work stays linear in the window's size on windows where every start
 // makes a long attempt: doubling the window at most doubles the states
 // worked, also for a text searched in windows that move on by one byte.
