@@ -391,10 +391,28 @@ TEST_F(ScannerModel, CarriedFoldedBytesPrintFolded)
 TEST_F(ScannerModel, StuckWindowsMoveOnByOneByte)
 {
     // An attempt from the window's first byte that runs off its end consumes
-    // nothing: the window moves on by one byte without the offset.
-    std::string content = std::string(12000, 'a') + "q\nxaq\n";
-    expectSame(SearchSetup{"[^q]*q", true, true, false, false, false}, content);
-    expectSame(SearchSetup{"[^q]*q", true, false, false, false, false}, content);
+    // nothing: the window moves on by one byte without the offset. A run of
+    // such windows ends at the first that holds what decides the attempt (a
+    // match, a refused byte, the file's end); a newline past the cut point
+    // shortens some of them; mixed case shows the folded carried bytes.
+    std::string letters;
+    for (int i = 0; i < 12000; ++i)
+        letters += "abcdEFGH"[i % 8];
+    const std::string plain = std::string(12000, 'a') + "q\nxaq\n";
+    const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
+    const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
+    const std::string atEnd = letters + "_q";
+    const struct {
+        SearchSetup setup;
+        const std::string &content;
+    } cases[] = {
+        {{"[^q]*q", true, true, false, false, false}, plain},    {{"[^q]*q", true, false, false, false, false}, plain},
+        {{"[^q]*q", true, false, false, false, false}, cut},     {{"[^q]*q", true, true, true, false, false}, cut},
+        {{"[^q]*qz", true, true, false, false, false}, refused}, {{"[a-z]+q", true, false, false, false, true}, cut},
+        {{"[a-z]*_q", true, true, false, false, false}, atEnd},  {{"[a-z]*_q", true, false, false, true, false}, atEnd},
+    };
+    for (const auto &c : cases)
+        expectSame(c.setup, c.content);
 }
 
 } // namespace
