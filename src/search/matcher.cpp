@@ -102,6 +102,10 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     const bool literal = skipping && plan.literal;
     const bool starTail = skipping && plan.starTail;
     const bool skipFirst = planned && plan.skipFirst;
+    // Starts whose head of one-byte elements fails before the window's last
+    // byte fail at once, in every window: a scan as cheap as the first-byte
+    // one passes over them.
+    const bool skipHeads = planned && plan.starTail && plan.starElement >= 2 && plan.headScan.rare >= 0;
     if (skipping && (plan.neverStar || plan.neverPlus)) {
         // No attempt matches: the search stops at the first that runs off
         // the window, the first start from which every byte up to the
@@ -138,6 +142,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             start = pos;
             outcome = AttemptEnd::Success;
         } else if (first != 0) {
+            if (skipHeads)
+                pos = SkipFailingHeads(plan, text, len, pos);
             start = pos +
                     static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
             if (start >= len) {
@@ -153,6 +159,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
                 outcome = RunAttempt(state, text, base, len, start + 1, 1, &end);
             }
         } else {
+            if (skipHeads)
+                pos = SkipFailingHeads(plan, text, len, pos);
             if (skipFirst && pos < len - 1) {
                 // Attempts at refused bytes fail at once; only one at the
                 // window's last byte would run off, so that one is made.

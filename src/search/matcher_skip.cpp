@@ -220,3 +220,19 @@ bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len
     *undecided = *pos;
     return false;
 }
+
+int64_t SkipFailingHeads(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos)
+{
+    // Heads of starts up to here end before the window's last byte.
+    const int64_t lastStart = len - 1 - plan.starElement;
+    while (pos <= lastStart) {
+        const int64_t start =
+            pos + static_cast<int64_t>(findScanPair(plan.headScan, text + pos, static_cast<size_t>(lastStart - pos + 1)));
+        if (start > lastStart)
+            return start;
+        if (headMatches(plan, text, start))
+            return start;
+        pos = start + 1;
+    }
+    return pos;
+}

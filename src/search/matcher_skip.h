@@ -44,3 +44,9 @@ struct StarRun {
 // the window. *undecided starts at len.
 bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len, StarRun *run, int64_t *undecided,
                   int64_t *pos, int64_t *end);
+
+// For a star-tail pattern with a scan for its head: the first start at or
+// after pos whose head matches, or the first whose head reaches the
+// window's last byte. The starts passed over fail without running off the
+// window, whatever earlier windows left behind.
+int64_t SkipFailingHeads(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos);
