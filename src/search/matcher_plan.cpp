@@ -143,7 +143,9 @@ void PlanSearch()
         plan.starFlip = (g_aiPatCount[star] & kFlagNegated) ? plan.starBit : 0u;
         plan.tailScan = chooseScanPair(star + 1, fixedTail);
         plan.headScan = chooseScanPair(0, star);
-        plan.headFirst = plan.headScan.rarity > plan.tailScan.rarity;
+        // A head hit costs less than a tail hit (one run forward against a
+        // walk back and a search for the head), so the head wins near-ties.
+        plan.headFirst = plan.headScan.rarity + 2 > plan.tailScan.rarity;
         plan.starTail = plan.tailScan.rare >= 0 || plan.headScan.rare >= 0;
     }
 
