@@ -12,13 +12,16 @@
 // The attempts themselves are the attempt engine's (matcher_attempt.cpp),
 // which works every state at most once. On top of it, the skip finders
 // (matcher_skip.cpp) pass over starts whose attempts fail: a pattern whose
-// elements all take one byte is looked for by its two rarest bytes, a head
-// of one-byte elements, a star and a tail of singles by its tail, and without a first byte a
-// first element of one byte skips the bytes it refuses; a pattern that can
-// never match only looks for where an attempt first runs off the window.
+// elements all take one byte is looked for by its two rarest bytes; a head
+// of one-byte elements, a star and a tail of singles by its head or its
+// tail, whichever is rarer; without a first byte a first element of one
+// byte skips the bytes it refuses; a pattern that can never match only
+// looks for where an attempt first runs off the window.
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
-// byte do): there the carried path decides the starts at once.
+// byte do): there the carried path decides the starts at once. Only the
+// scan for heads that fail is used in every window, as the first-byte scan
+// is: it passes over starts without looking at what follows them.
 #include "matcher.h"
 
 #include <atomic>

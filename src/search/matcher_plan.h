@@ -28,13 +28,13 @@ struct SearchPlan {
     // Star tail: a head of one-byte elements (the first may be the first
     // byte), one starred element, then a tail of single or optional
     // elements of which at least the first is single.
-    bool starTail;      // the pattern has that shape and its head or tail a scan pair
-    int starElement;    // index of the starred element (the head's length)
-    uint32_t starBit;   // its table bit
-    uint32_t starFlip;  // starBit when it is negated, else 0
-    ScanPair tailScan;  // offsets from the tail's first byte, among its leading singles
-    ScanPair headScan;  // offsets from the start, among the head's elements
-    bool headFirst;     // look for heads, not tails: the head's scan hits less often
+    bool starTail;     // the pattern has that shape and its head or tail a scan pair
+    int starElement;   // index of the starred element (the head's length)
+    uint32_t starBit;  // its table bit
+    uint32_t starFlip; // starBit when it is negated, else 0
+    ScanPair tailScan; // offsets from the tail's first byte, among its leading singles
+    ScanPair headScan; // offsets from the start, among the head's elements
+    bool headFirst;    // look for heads, not tails: the head's scan hits less often
 
     // Element 0 as an attempt takes it: the first byte in either case, or
     // the bytes its set accepts (negation applied).

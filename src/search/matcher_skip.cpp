@@ -149,8 +149,8 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
         const int64_t lowest = runStartBefore(plan, text, *pos + head, at) - head;
         for (int64_t start = lowest; start <= at - head; ++start) {
             if (plan.firstValues > 0) {
-                start += static_cast<int64_t>(FindEitherByte(text + start, static_cast<size_t>(at - head + 1 - start),
-                                                             plan.firstA, plan.firstB));
+                start += static_cast<int64_t>(
+                    FindEitherByte(text + start, static_cast<size_t>(at - head + 1 - start), plan.firstA, plan.firstB));
                 if (start > at - head)
                     break;
             }
@@ -180,8 +180,8 @@ bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len
     const int64_t lastTail = len - 1 - tail;
     const int64_t lastStart = lastTail - head;
     while (*pos <= lastStart) {
-        const int64_t start =
-            *pos + static_cast<int64_t>(findScanPair(plan.headScan, text + *pos, static_cast<size_t>(lastStart - *pos + 1)));
+        const int64_t start = *pos + static_cast<int64_t>(findScanPair(plan.headScan, text + *pos,
+                                                                       static_cast<size_t>(lastStart - *pos + 1)));
         if (start > lastStart)
             break;
         if (!headMatches(plan, text, start)) {
@@ -226,8 +226,8 @@ int64_t SkipFailingHeads(const SearchPlan &plan, const unsigned char *text, int6
     // Heads of starts up to here end before the window's last byte.
     const int64_t lastStart = len - 1 - plan.starElement;
     while (pos <= lastStart) {
-        const int64_t start =
-            pos + static_cast<int64_t>(findScanPair(plan.headScan, text + pos, static_cast<size_t>(lastStart - pos + 1)));
+        const int64_t start = pos + static_cast<int64_t>(findScanPair(plan.headScan, text + pos,
+                                                                      static_cast<size_t>(lastStart - pos + 1)));
         if (start > lastStart)
             return start;
         if (headMatches(plan, text, start))

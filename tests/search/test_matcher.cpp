@@ -198,10 +198,10 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
 // searched window by window.
 TEST(Matcher, ShortcutsChangeNothing)
 {
-    const char *fixed[] = {"s[a-z]*_t",   "s[^_]*_t",      "s[a-z]*\\~_b", "^[ ]*s",        "s[ab]*st",
-                           "ab_",         "[ab]_s",        "sa",            "sa[a-z]*_$",    "[sz][a-z]*_s",
-                           "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$",    "[^s]a*\\~_z$", ".s[ab]*_",
-                           "_[ab]*_", "_s[a]*_s"};
+    const char *fixed[] = {"s[a-z]*_t",    "s[^_]*_t",      "s[a-z]*\\~_b", "^[ ]*s",       "s[ab]*st",
+                           "ab_",          "[ab]_s",        "sa",           "sa[a-z]*_$",   "[sz][a-z]*_s",
+                           "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$",   "[^s]a*\\~_z$", ".s[ab]*_",
+                           "_[ab]*_",      "_s[a]*_s"};
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
@@ -231,8 +231,8 @@ TEST(Matcher, ShortcutsChangeNothing)
 TEST(Matcher, ShortcutsAtEveryWindowEnd)
 {
     const std::pair<const char *, const char *> pieces[] = {
-        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"},  {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
-        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},   {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
+        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"}, {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
+        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},  {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
         {"str[^;]*;", "str a; str\nb;x strstr ;str"}, {"#[ ]*def", "#  def #de # #def#"},
     };
     for (const auto &[pattern, piecesText] : pieces) {
