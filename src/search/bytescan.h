@@ -1,6 +1,6 @@
 // Bulk byte primitives for the matcher and the line counter: find the first
-// of two byte values or of a pair at two offsets, find a line's ends, count
-// newlines. SSE2 (part of every x86-64) where the
+// or last of two byte values or the first of a pair at two offsets, find a
+// line's ends, count newlines. SSE2 (part of every x86-64) where the
 // compiler has it, plain loops elsewhere; both give the same answers.
 #pragma once
 
@@ -33,6 +33,31 @@ inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned cha
     for (; i < len; ++i)
         if (text[i] == a || text[i] == b)
             return i;
+    return len;
+}
+
+// Position of the last byte equal to a or b in [text, text + len), or len
+// when there is none.
+inline size_t FindLastEitherByte(const unsigned char *text, size_t len, unsigned char a, unsigned char b)
+{
+    if (a == b) {
+        const void *hit = memrchr(text, a, len);
+        return hit ? static_cast<size_t>(static_cast<const unsigned char *>(hit) - text) : len;
+    }
+    size_t i = len;
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+    for (; i >= 16; i -= 16) {
+        __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + i - 16));
+        int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(block, va), _mm_cmpeq_epi8(block, vb)));
+        if (mask != 0)
+            return i - 16 + static_cast<size_t>(31 - __builtin_clz(static_cast<unsigned>(mask)));
+    }
+#endif
+    for (; i > 0; --i)
+        if (text[i - 1] == a || text[i - 1] == b)
+            return i - 1;
     return len;
 }
 

@@ -12,13 +12,16 @@
 // The attempts themselves are the attempt engine's (matcher_attempt.cpp),
 // which works every state at most once. On top of it, the skip finders
 // (matcher_skip.cpp) pass over starts whose attempts fail: a pattern whose
-// elements all take one byte is looked for by its two rarest bytes, a first
-// byte, a star and a one-byte tail by its tail, and without a first byte a
-// first element of one byte skips the bytes it refuses; a pattern that can
-// never match only looks for where an attempt first runs off the window.
+// elements all take one byte is looked for by its two rarest bytes; a head
+// of one-byte elements, a star and a tail of singles by its head or its
+// tail, whichever is rarer; without a first byte a first element of one
+// byte skips the bytes it refuses; a pattern that can never match only
+// looks for where an attempt first runs off the window.
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
-// byte do): there the carried path decides the starts at once.
+// byte do): there the carried path decides the starts at once. Only the
+// scan for heads that fail is used in every window, as the first-byte scan
+// is: it passes over starts without looking at what follows them.
 #include "matcher.h"
 
 #include <atomic>
@@ -102,6 +105,10 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     const bool literal = skipping && plan.literal;
     const bool starTail = skipping && plan.starTail;
     const bool skipFirst = planned && plan.skipFirst;
+    // Starts whose head of one-byte elements fails before the window's last
+    // byte fail at once, in every window: a scan as cheap as the first-byte
+    // one passes over them.
+    const bool skipHeads = planned && plan.starTail && plan.starElement >= 2 && plan.headScan.rare >= 0;
     if (skipping && (plan.neverStar || plan.neverPlus)) {
         // No attempt matches: the search stops at the first that runs off
         // the window, the first start from which every byte up to the
@@ -115,7 +122,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         *offset += from;
         return 0;
     }
-    int64_t undecided = starTail ? StarTailUndecided(plan, text, len, 0) : 0;
+    int64_t undecided = !starTail ? 0 : plan.headFirst ? len : StarTailUndecided(plan, text, len, 0);
+    StarRun run{0, -1};
     const int64_t folded = state.printFolded;
     std::string scratch;
     int reports = 0;
@@ -131,10 +139,14 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             start = pos;
             end = pos + g_cPattern;
             outcome = AttemptEnd::Success;
-        } else if (starTail && pos < undecided && FindStarTail(plan, text, len, undecided, first, &pos, &end)) {
+        } else if (starTail && pos < undecided &&
+                   (plan.headFirst ? FindStarHead(plan, text, len, &run, &undecided, &pos, &end)
+                                   : FindStarTail(plan, text, len, undecided, &pos, &end))) {
             start = pos;
             outcome = AttemptEnd::Success;
         } else if (first != 0) {
+            if (skipHeads)
+                pos = SkipFailingHeads(plan, text, len, pos);
             start = pos +
                     static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
             if (start >= len) {
@@ -150,6 +162,8 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
                 outcome = RunAttempt(state, text, base, len, start + 1, 1, &end);
             }
         } else {
+            if (skipHeads)
+                pos = SkipFailingHeads(plan, text, len, pos);
             if (skipFirst && pos < len - 1) {
                 // Attempts at refused bytes fail at once; only one at the
                 // window's last byte would run off, so that one is made.

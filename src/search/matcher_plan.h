@@ -14,6 +14,7 @@ struct ScanPair {
     unsigned char rareA, rareB; // the values it accepts (equal when one)
     int pair;                   // offset of the second rarest, or -1
     unsigned char pairA, pairB; // the values that one accepts
+    int rarity;                 // about how rare a hit is: higher is rarer
 };
 
 struct SearchPlan {
@@ -24,15 +25,23 @@ struct SearchPlan {
     bool literal;  // every element takes exactly one byte
     ScanPair scan; // literal: offsets from the match start
 
-    bool starTail;     // first byte, element 1 starred, the rest one byte each
-    uint32_t starBit;  // element 1's table bit
-    uint32_t starFlip; // starBit when element 1 is negated, else 0
-    ScanPair tailScan; // starTail: offsets from the tail's first byte
+    // Star tail: a head of one-byte elements (the first may be the first
+    // byte), one starred element, then a tail of single or optional
+    // elements of which at least the first is single.
+    bool starTail;     // the pattern has that shape and its head or tail a scan pair
+    int starElement;   // index of the starred element (the head's length)
+    uint32_t starBit;  // its table bit
+    uint32_t starFlip; // starBit when it is negated, else 0
+    ScanPair tailScan; // offsets from the tail's first byte, among its leading singles
+    ScanPair headScan; // offsets from the start, among the head's elements
+    bool headFirst;    // look for heads, not tails: the head's scan hits less often
 
+    // Element 0 as an attempt takes it: the first byte in either case, or
+    // the bytes its set accepts (negation applied).
     bool skipFirst;               // no first byte, element 0 takes exactly one byte
     int firstValues;              // bytes element 0 accepts, when that is 1 or 2, else 0
     unsigned char firstA, firstB; // those bytes (equal when one)
-    bool firstAccepts[256];       // element 0 accepts the byte (negation applied)
+    bool firstAccepts[256];       // element 0 accepts the byte
 
     // No first byte, and no attempt can ever match: element 0 is a '+'
     // (which fails at the first byte it refuses), or a star followed by a

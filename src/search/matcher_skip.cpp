@@ -49,33 +49,87 @@ bool FindLiteral(const SearchPlan &plan, const unsigned char *text, int64_t len,
     return false;
 }
 
-// An attempt from start s runs its star from s + 1 to the first byte the
-// star refuses, run(s), and then checks the tail there; it can only run off
-// when the tail would reach the window's last byte, i.e. when
+// The star-tail shape: an attempt from start s takes its head of j
+// one-byte elements at s..s+j-1, runs its star from s + j to the first byte
+// the star refuses, run(s), and then checks the tail from there. The tail
+// examines at most `tail` bytes, so the attempt can only run off when
 // run(s) >= len - tail. Since run(s) never decreases with s, those starts
-// are the ones from the returned position on. The walk back stops at pos,
-// so that it never costs more than the part of the window still ahead.
-int64_t StarTailUndecided(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos)
+// are the ones from the returned position on. The walk back stops at
+// pos + j, so that it never costs more than the part of the window still
+// ahead.
+namespace {
+
+bool inStar(const SearchPlan &plan, unsigned char byte)
 {
-    const int64_t tail = plan.count - 2;
-    int64_t run = len - tail; // starts s >= run - 1 have run(s) >= len - tail
-    while (run > pos + 1 && ((g_aiPattern[text[run - 1]] ^ plan.starFlip) & plan.starBit))
-        --run;
-    return run > pos + 1 ? run - 1 : pos;
+    return ((g_aiPattern[byte] ^ plan.starFlip) & plan.starBit) != 0;
 }
 
-bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided,
-                  unsigned char first, int64_t *pos, int64_t *end)
+// The lowest q in [bound, at] with every byte of text[q, at) in the star.
+int64_t runStartBefore(const SearchPlan &plan, const unsigned char *text, int64_t bound, int64_t at)
 {
-    const int64_t tail = plan.count - 2;
-    const uint32_t tailNegated = plan.negated >> 2;
+    const int star = plan.starElement;
+    if (plan.runStops[star] > 0) {
+        const size_t span = static_cast<size_t>(at - bound);
+        const size_t last = FindLastEitherByte(text + bound, span, plan.runStopA[star], plan.runStopB[star]);
+        return last == span ? bound : bound + static_cast<int64_t>(last) + 1;
+    }
+    while (at > bound && inStar(plan, text[at - 1]))
+        --at;
+    return at;
+}
+
+// Where the tail's match from text[at] ends (one past the last byte it
+// examines), or -1 when it fails. Reads text[at, at + tail).
+int64_t tailEnd(const SearchPlan &plan, const unsigned char *text, int64_t at)
+{
+    int64_t examined = at;
+    for (int k = plan.starElement + 1; k < plan.count; ++k) {
+        examined = at;
+        const bool accepted = (((g_aiPattern[text[at]] ^ plan.negated) >> k) & 1u) != 0;
+        if (g_aiPatCount[k] == kFlagOptional) {
+            at += accepted ? 1 : 0;
+        } else {
+            if (!accepted)
+                return -1;
+            ++at;
+        }
+    }
+    return examined + 1;
+}
+
+// Whether the head matches at text[s, s + j).
+bool headMatches(const SearchPlan &plan, const unsigned char *text, int64_t s)
+{
+    if (!plan.firstAccepts[text[s]])
+        return false;
+    for (int k = 1; k < plan.starElement; ++k)
+        if (!((((g_aiPattern[text[s + k]] ^ plan.negated) >> k) & 1u)))
+            return false;
+    return true;
+}
+
+} // namespace
+
+int64_t StarTailUndecided(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos)
+{
+    const int64_t head = plan.starElement;
+    const int64_t tail = plan.count - head - 1;
+    const int64_t limit = len - tail; // a run reaching here may run off
+    if (limit <= pos + head)
+        return pos;
+    const int64_t run = runStartBefore(plan, text, pos + head, limit);
+    return run > pos + head ? run - head : pos;
+}
+
+bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided, int64_t *pos,
+                  int64_t *end)
+{
+    const int64_t head = plan.starElement;
+    const int64_t tail = plan.count - head - 1;
     const ScanPair &scan = plan.tailScan;
-    const auto inStar = [&plan](unsigned char byte) {
-        return ((g_aiPattern[byte] ^ plan.starFlip) & plan.starBit) != 0;
-    };
     // A success from s < undecided has its tail at run(s) <= len - 1 - tail.
     const int64_t lastTail = len - 1 - tail;
-    int64_t from = *pos + 1; // where the next tail may begin: after a first byte
+    int64_t from = *pos + head; // where the next tail may begin: after a head
     while (*pos < undecided && from <= lastTail) {
         const size_t places = static_cast<size_t>(lastTail - from + 1);
         const size_t found = findScanPair(scan, text + from, places);
@@ -83,31 +137,102 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
         if (at > lastTail)
             break;
         from = at + 1;
-        int64_t k = 0;
-        while (k < tail && ((((g_aiPattern[text[at + k]] >> 2) ^ tailNegated) >> k) & 1u))
-            ++k;
         // The tail counts only where a star run ends, i.e. its first byte
         // is one the star refuses; elsewhere a run may go on past it.
-        if (k < tail || inStar(text[at]))
+        if (inStar(plan, text[at]))
             continue;
-        // The starts whose run ends here: a first byte at or after the byte
-        // before the run; the lowest of them matches.
-        int64_t runStart = at;
-        while (runStart - 1 > *pos && inStar(text[runStart - 1]))
-            --runStart;
-        const int64_t lowest = runStart - 1 > *pos ? runStart - 1 : *pos;
-        const int64_t start = lowest + static_cast<int64_t>(FindEitherByte(
-                                           text + lowest, static_cast<size_t>(at - lowest), first, plan.firstOther));
-        if (start < at) {
-            *pos = start;
-            *end = at + tail;
-            return true;
+        const int64_t matchEnd = tailEnd(plan, text, at);
+        if (matchEnd < 0)
+            continue;
+        // The starts whose run ends here: a head that ends at or after the
+        // run's first byte; the lowest of them whose head matches matches.
+        const int64_t lowest = runStartBefore(plan, text, *pos + head, at) - head;
+        for (int64_t start = lowest; start <= at - head; ++start) {
+            if (plan.firstValues > 0) {
+                start += static_cast<int64_t>(
+                    FindEitherByte(text + start, static_cast<size_t>(at - head + 1 - start), plan.firstA, plan.firstB));
+                if (start > at - head)
+                    break;
+            }
+            if (headMatches(plan, text, start)) {
+                *pos = start;
+                *end = matchEnd;
+                return true;
+            }
         }
         // Every start before here has its run end here or at an earlier
         // place, where no tail matched: none of them matches.
-        *pos = at;
+        *pos = at - head + 1;
     }
     if (*pos < undecided)
         *pos = undecided;
     return false;
+}
+
+bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len, StarRun *run, int64_t *undecided,
+                  int64_t *pos, int64_t *end)
+{
+    const int64_t head = plan.starElement;
+    const int64_t tail = plan.count - head - 1;
+    const int star = plan.starElement;
+    // Starts after lastStart are the engine's: their head, or their tail
+    // even after an empty run, may reach the window's last byte.
+    const int64_t lastTail = len - 1 - tail;
+    const int64_t lastStart = lastTail - head;
+    while (*pos <= lastStart) {
+        const int64_t start = *pos + static_cast<int64_t>(findScanPair(plan.headScan, text + *pos,
+                                                                       static_cast<size_t>(lastStart - *pos + 1)));
+        if (start > lastStart)
+            break;
+        if (!headMatches(plan, text, start)) {
+            *pos = start + 1;
+            continue;
+        }
+        // Starts whose star begins inside the last run share its end.
+        const int64_t from = start + head;
+        if (from < run->from || from > run->end) {
+            int64_t runEnd = from;
+            if (plan.runStops[star] > 0)
+                runEnd += static_cast<int64_t>(FindEitherByte(text + from, static_cast<size_t>(len - from),
+                                                              plan.runStopA[star], plan.runStopB[star]));
+            else
+                while (runEnd < len && inStar(plan, text[runEnd]))
+                    ++runEnd;
+            run->from = from;
+            run->end = runEnd;
+        }
+        if (run->end > lastTail) {
+            // This start's run, and so every later one's, may reach the end.
+            *pos = *undecided = start;
+            return false;
+        }
+        const int64_t matchEnd = tailEnd(plan, text, run->end);
+        if (matchEnd >= 0) {
+            *pos = start;
+            *end = matchEnd;
+            return true;
+        }
+        // The starts up to here all run to this end and fail there.
+        *pos = run->end - head + 1;
+    }
+    if (*pos <= lastStart)
+        *pos = lastStart + 1;
+    *undecided = *pos;
+    return false;
+}
+
+int64_t SkipFailingHeads(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos)
+{
+    // Heads of starts up to here end before the window's last byte.
+    const int64_t lastStart = len - 1 - plan.starElement;
+    while (pos <= lastStart) {
+        const int64_t start = pos + static_cast<int64_t>(findScanPair(plan.headScan, text + pos,
+                                                                      static_cast<size_t>(lastStart - pos + 1)));
+        if (start > lastStart)
+            return start;
+        if (headMatches(plan, text, start))
+            return start;
+        pos = start + 1;
+    }
+    return pos;
 }

@@ -25,5 +25,28 @@ int64_t StarTailUndecided(const SearchPlan &plan, const unsigned char *text, int
 // such start lies before `undecided`, moves *pos to the first start the
 // ordinary search must try and returns false. Every start passed over
 // would fail without running off the window.
-bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided,
-                  unsigned char first, int64_t *pos, int64_t *end);
+bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided, int64_t *pos,
+                  int64_t *end);
+
+// The run of the star last found by FindStarHead in this window: a star
+// that begins anywhere in [from, end] ends at end. Start a window with
+// from > end.
+struct StarRun {
+    int64_t from; // where the run began
+    int64_t end;  // the first byte the star refuses, or the window's length
+};
+
+// For a star-tail pattern whose head is the rarer (plan.headFirst): moves
+// *pos to the next start from which the pattern matches, sets *end past the
+// match and returns true; or, when it comes to a start from which an
+// attempt may run off the window, moves *pos and *undecided there and
+// returns false. Every start passed over would fail without running off
+// the window. *undecided starts at len.
+bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len, StarRun *run, int64_t *undecided,
+                  int64_t *pos, int64_t *end);
+
+// For a star-tail pattern with a scan for its head: the first start at or
+// after pos whose head matches, or the first whose head reaches the
+// window's last byte. The starts passed over fail without running off the
+// window, whatever earlier windows left behind.
+int64_t SkipFailingHeads(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos);

@@ -1,4 +1,4 @@
-// Reports. Match reports are built piece by piece on the hot path, texts
+// Reports. Match reports are put together by hand on the hot path, texts
 // written as "%.*s" would write them: up to the given length or to the
 // first NUL byte, whichever comes first. Every other message is formatted
 // whole with the C library's printf rules and written in one piece, so
@@ -14,14 +14,6 @@
 #include "output.h"
 
 namespace {
-
-void putText(const char *text, size_t len)
-{
-    const void *nul = std::memchr(text, 0, len);
-    if (nul != nullptr)
-        len = static_cast<size_t>(static_cast<const char *>(nul) - text);
-    OutputWrite(text, len);
-}
 
 __attribute__((format(printf, 1, 2))) void message(const char *format, ...)
 {
@@ -53,12 +45,37 @@ const char *shown(const char *text)
     return text != nullptr ? text : "(null)";
 }
 
-void putHead(const char *name, const char *number, size_t numberLen)
+// Writes name " (" number "): " text "\n", text cut at its first NUL: in
+// one piece when it is short, as most report lines are, since every write
+// to the output has a cost of its own.
+void putReport(const char *name, const char *number, size_t numberLen, const char *text, size_t len)
 {
-    OutputWrite(name, std::strlen(name));
-    OutputWrite(" (", 2);
-    OutputWrite(number, numberLen);
-    OutputWrite("): ", 3);
+    const void *nul = std::memchr(text, 0, len);
+    if (nul != nullptr)
+        len = static_cast<size_t>(static_cast<const char *>(nul) - text);
+    const size_t nameLen = std::strlen(name);
+    char line[1024];
+    if (nameLen + numberLen + len + 6 > sizeof line) {
+        OutputWrite(name, nameLen);
+        OutputWrite(" (", 2);
+        OutputWrite(number, numberLen);
+        OutputWrite("): ", 3);
+        OutputWrite(text, len);
+        OutputWrite("\n", 1);
+        return;
+    }
+    char *at = line;
+    const auto put = [&at](const char *bytes, size_t count) {
+        std::memcpy(at, bytes, count);
+        at += count;
+    };
+    put(name, nameLen);
+    put(" (", 2);
+    put(number, numberLen);
+    put("): ", 3);
+    put(text, len);
+    put("\n", 1);
+    OutputWrite(line, static_cast<size_t>(at - line));
 }
 
 } // namespace
@@ -67,9 +84,7 @@ void ReportLine(const char *name, int64_t lineNumber, const char *text, size_t l
 {
     char number[24];
     auto end = std::to_chars(number, number + sizeof number, lineNumber).ptr;
-    putHead(name, number, static_cast<size_t>(end - number));
-    putText(text, len);
-    OutputWrite("\n", 1);
+    putReport(name, number, static_cast<size_t>(end - number), text, len);
 }
 
 void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len)
@@ -82,9 +97,7 @@ void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len
     } else {
         number[0] = '0';
     }
-    putHead(name, number, numberLen);
-    putText(bytes, len);
-    OutputWrite("\n", 1);
+    putReport(name, number, numberLen, bytes, len);
 }
 
 void ReportBanner(const char *program, const char *version, const char *notice)

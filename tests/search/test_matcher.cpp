@@ -199,7 +199,10 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
 // searched window by window.
 TEST(Matcher, ShortcutsChangeNothing)
 {
-    const char *fixed[] = {"s[a-z]*_t", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st", "ab_", "[ab]_s", "sa"};
+    const char *fixed[] = {"s[a-z]*_t",    "s[^_]*_t",      "s[a-z]*\\~_b", "^[ ]*s",       "s[ab]*st",
+                           "ab_",          "[ab]_s",        "sa",           "sa[a-z]*_$",   "[sz][a-z]*_s",
+                           "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$",   "[^s]a*\\~_z$", ".s[ab]*_",
+                           "_[ab]*_",      "_s[a]*_s"};
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
@@ -219,6 +222,34 @@ TEST(Matcher, ShortcutsChangeNothing)
             ASSERT_EQ(got->offset, want->offset) << context;
             ASSERT_EQ(got->line, want->line) << context;
         }
+    }
+}
+
+// The skip scans decide only starts that cannot run off the window: every
+// end of the window, over texts made of the patterns' own pieces, must give
+// what the plain search gives (whether the search stops at an attempt or
+// goes on).
+TEST(Matcher, ShortcutsAtEveryWindowEnd)
+{
+    const std::pair<const char *, const char *> pieces[] = {
+        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"}, {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
+        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},  {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
+        {"str[^;]*;", "str a; str\nb;x strstr ;str"}, {"#[ ]*def", "#  def #de # #def#"},
+    };
+    for (const auto &[pattern, piecesText] : pieces) {
+        const std::string text = piecesText;
+        for (size_t end = 1; end <= text.size(); ++end)
+            for (const char *options : {"r", "rb", "rc"}) {
+                const std::string window = text.substr(0, end);
+                SetMatcherShortcuts(false);
+                Search plain = runSearch(options, pattern, window);
+                SetMatcherShortcuts(true);
+                Search fast = runSearch(options, pattern, window);
+                const std::string context = std::string(options) + " '" + pattern + "' over '" + window + "'";
+                EXPECT_EQ(fast.out, plain.out) << context;
+                EXPECT_EQ(fast.offset, plain.offset) << context;
+                EXPECT_EQ(fast.line, plain.line) << context;
+            }
     }
 }
 
