@@ -2,12 +2,14 @@
 // with 0 and print exactly the expected whole output.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -33,49 +35,34 @@ struct ScopedLimit {
     ~ScopedLimit() { setrlimit(resource, &saved); }
 };
 
-void writeAt(int dirFd, const char *name, const std::string &content)
-{
-    const int file = openat(dirFd, name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    ASSERT_GE(file, 0) << std::strerror(errno);
-    ASSERT_EQ(write(file, content.data(), content.size()), static_cast<ssize_t>(content.size()));
-    close(file);
-}
-
 // A chain of `levels` folders named `name` below the tree's root, built by
-// descriptor so that no long path is needed. The bottom one holds
-// bottom.txt; every sideEvery levels a folder "side" beside the next level
-// holds side.txt, made before or after it by turns so that the walk meets
-// it on the way down or on the way back up. Each file holds one needle.
-// Sets *want to the reports of "-s needle @" in walk order, *found to their
-// number, and returns the bottom folder's descriptor.
+// descriptor (and listed through /proc/self/fd) so that no long path is
+// needed. The bottom one holds bottom.txt; every sideEvery levels a folder
+// "side" beside the next level holds side.txt, made before or after it by
+// turns so that the walk meets it on the way down or on the way back up.
+// Each file holds one needle. Sets *want to the reports of "-s needle @" in
+// walk order, *found to their number, and returns the bottom folder's
+// descriptor.
 int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, std::string *want, int *found)
 {
-    std::string path = "@";
-    std::string down, up;
+    std::string path = "@", down, up;
     int fd = open(tree.root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     *found = 1;
     for (int level = 0; level < levels && fd >= 0; ++level) {
+        const std::string here = "/proc/self/fd/" + std::to_string(fd);
         const bool side = level > 0 && level % sideEvery == 0, sideFirst = level / sideEvery % 2 == 0;
         if (side && sideFirst)
             mkdirat(fd, "side", 0755);
         EXPECT_EQ(mkdirat(fd, name.c_str(), 0755), 0) << std::strerror(errno);
-        if (side && !sideFirst)
-            mkdirat(fd, "side", 0755);
         if (side) {
-            const int sideFd = openat(fd, "side", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-            writeAt(sideFd, "side.txt", "needle\n");
-            close(sideFd);
+            mkdirat(fd, "side", 0755);
+            std::ofstream(here + "/side/side.txt") << "needle\n";
+            const std::vector<std::string> names = listed(here);
             const std::string line = path + "/side/side.txt (1): needle\n";
-            DIR *dir = fdopendir(openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-            while (const dirent *entry = readdir(dir))
-                if (entry->d_name == name || std::strcmp(entry->d_name, "side") == 0) {
-                    if (entry->d_name == name)
-                        up = line + up;
-                    else
-                        down += line;
-                    break;
-                }
-            closedir(dir);
+            if (std::find(names.begin(), names.end(), "side") < std::find(names.begin(), names.end(), name))
+                down += line;
+            else
+                up = line + up;
             ++*found;
         }
         const int next = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -83,7 +70,7 @@ int buildChain(const TempTree &tree, int levels, const std::string &name, int si
         fd = next;
         path += "/" + name;
     }
-    writeAt(fd, "bottom.txt", "nothing here\nthe needle is here\n");
+    std::ofstream("/proc/self/fd/" + std::to_string(fd) + "/bottom.txt") << "nothing here\nthe needle is here\n";
     *want = down + path + "/bottom.txt (2): the needle is here\n" + up;
     return fd;
 }
