@@ -149,30 +149,20 @@ TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
 {
     // Root reads whatever the permissions: it runs fyndle as nobody instead,
     // from a copy in a folder of its own that nobody can reach wherever the
-    // build lies.
+    // build lies, over files that nobody may read whatever root's umask.
     TempTree tree, binary;
     struct AsUser {
-        AsUser(const std::string &copy)
-        {
-            g_runAsUser = geteuid() == 0 ? 65534 : -1;
-            g_binary = copy;
-        }
-        ~AsUser()
-        {
-            g_runAsUser = -1;
-            g_binary = FYNDLE_BINARY;
-        }
+        mode_t savedMask = umask(022);
+        AsUser(const std::string &copy) { g_runAsUser = geteuid() == 0 ? 65534 : -1, g_binary = copy; }
+        ~AsUser() { g_runAsUser = -1, g_binary = FYNDLE_BINARY, umask(savedMask); }
     } asUser(binary.path("fyndle"));
-    ASSERT_EQ(chmod(binary.root().c_str(), 0755), 0);
     std::filesystem::copy_file(FYNDLE_BINARY, g_binary);
-    ASSERT_EQ(chmod(g_binary.c_str(), 0755), 0);
+    ASSERT_EQ(chmod(binary.root().c_str(), 0755) + chmod(g_binary.c_str(), 0755) + chmod(tree.root().c_str(), 0755), 0);
     if (runFyndle({}).exitCode == 125)
         GTEST_SKIP() << "running as root, and unable to run fyndle as another user";
-    ASSERT_EQ(chmod(tree.root().c_str(), 0755), 0);
     for (const char *name : {"open.txt", "secret.txt", "locked/inside.txt"})
         tree.file(name, "needle\n");
-    ASSERT_EQ(chmod(tree.path("secret.txt").c_str(), 0), 0);
-    ASSERT_EQ(chmod(tree.path("locked").c_str(), 0), 0);
+    ASSERT_EQ(chmod(tree.path("secret.txt").c_str(), 0) + chmod(tree.path("locked").c_str(), 0), 0);
     std::string want = searching("needle");
     for (const std::string &name : listed(tree.root()))
         if (name != "locked")
