@@ -55,6 +55,7 @@ TEST(HeaderBlock, SizeWordsRowsAndRefusals)
         {'t', 0, 3, 4, 0},
         {'t', 2, 3, -4, 0},
         {'t', 2, 1 << 30, 4, 0},
+        {'t', 65536, 65536, 1, 0},
         {'t', 1000000000, 1000000000, 1000, 0},
         {'t', INT32_MAX, INT32_MAX, INT32_MAX, 0},
     };
