@@ -300,13 +300,17 @@ TEST(ScannerModel, WindowEdges)
     // A line longer than a window with a candidate at the window's end: the
     // carried bytes were folded by the window that searched them. An attempt
     // from the window's first byte that runs off its end consumes nothing:
-    // the window moves on by one byte without the offset.
+    // the window moves on by one byte without the offset. A newline just
+    // before the cut's first place does not cut the window, one at it does.
     const std::string carried = std::string(5117, 'x') + "ABCABD\n", stuck = std::string(12000, 'a') + "q\nxaq\n";
     expectSame(SearchSetup{"abd", false, false, false, false, false}, carried);
     expectSame(SearchSetup{"abd", false, true, false, false, false}, carried);
     expectSame(SearchSetup{"xyw", false, false, false, false, false}, std::string(5117, '-') + "XYZXYW\n");
     expectSame(SearchSetup{"[^q]*q", true, true, false, false, false}, stuck);
     expectSame(SearchSetup{"[^q]*q", true, false, false, false, false}, stuck);
+    for (size_t newline : {4800, 4801})
+        expectSame(SearchSetup{"needle", false, true, false, false, false},
+                   std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
 }
 
 } // namespace
