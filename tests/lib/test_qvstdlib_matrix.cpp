@@ -56,6 +56,7 @@ TEST(HeaderBlock, SizeWordsRowsAndRefusals)
         {'t', 2, 3, -4, 0},
         {'t', 2, 1 << 30, 4, 0},
         {'t', 65536, 65536, 1, 0},
+        {'t', 16, 1 << 30, 1 << 30, 0}, // the value bytes would wrap to 0
         {'t', 1000000000, 1000000000, 1000, 0},
         {'t', INT32_MAX, INT32_MAX, INT32_MAX, 0},
     };
