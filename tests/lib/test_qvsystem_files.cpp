@@ -100,15 +100,19 @@ protected:
 };
 
 // The folder gives its names in no set order: they come back sorted.
+Names sorted(wchar_t **table, const int *count)
+{
+    EXPECT_EQ(table != nullptr, *count > 0);
+    Names names(table, table + (table ? *count : 0));
+    TabFreePlain(table, static_cast<uint64_t>(*count), 1);
+    std::sort(names.begin(), names.end());
+    return names;
+}
 Names listed(const wchar_t *folder, const wchar_t *mask, int files = 1, bool byExt = false)
 {
     int count = 7;
-    wchar_t **table = byExt ? FileListByExt(folder, mask, &count, files) : FileListByMask(folder, mask, &count, files);
-    EXPECT_EQ(table != nullptr, count > 0);
-    Names names(table, table + (table ? count : 0));
-    TabFreePlain(table, static_cast<uint64_t>(count), 1);
-    std::sort(names.begin(), names.end());
-    return names;
+    return sorted(byExt ? FileListByExt(folder, mask, &count, files) : FileListByMask(folder, mask, &count, files),
+                  &count);
 }
 
 TEST_F(QvSystemFiles, ListByMask)
@@ -139,11 +143,8 @@ TEST_F(QvSystemFiles, ListByMask)
     const int fd = open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     for (int dirFd : {fd, fd, -1}) {
         int count = 7;
-        wchar_t **table = FileListByMaskAt(dirFd, L"*.*", &count, 1);
-        Names names(table, table + count);
-        TabFreePlain(table, static_cast<uint64_t>(count), 1);
-        std::sort(names.begin(), names.end());
-        EXPECT_EQ(names, dirFd < 0 ? Names{} : Names({L"a.b.txt", L"x.txt"}));
+        EXPECT_EQ(sorted(FileListByMaskAt(dirFd, L"*.*", &count, 1), &count),
+                  dirFd < 0 ? Names{} : Names({L"a.b.txt", L"x.txt"}));
     }
     close(fd);
 }
