@@ -14,7 +14,8 @@
 //   reports, consumption and line count; so does the window searched as a
 //   file of smaller windows (their size from the settings byte's high bits)
 //   that carry what was not consumed, with a MatchState kept across them
-//   against the plain search of each window alone;
+//   (passing over the windows it tells stay stuck) against the plain search
+//   of each window alone;
 // - in text mode every report is one line "f (N): ..." with N above the
 //   starting line count and never going down;
 // - a case-insensitive search (widened pattern tables over the text as it
@@ -57,7 +58,8 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
     if (window == 0) {
         outcome.reports = iGrepText(name, text, len, &outcome.offset, &outcome.line, print, matchWord);
     } else {
-        // As the scanner does: a window that consumed nothing moves on by one byte.
+        // As the scanner does: a window that consumed nothing moves on by one
+        // byte, and so do the full ones the matcher tells stay stuck, at once.
         MatchState state{};
         for (int at = 0; at < len;) {
             const int part = len - at < window ? len - at : window;
@@ -66,6 +68,12 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
                 SearchWindow(&state, at, name, text + at, part, &outcome.offset, &outcome.line, print + at, matchWord);
             const int64_t consumed = outcome.offset - before;
             at += consumed > 0 ? static_cast<int>(consumed) : 1;
+            int64_t lastStart = 0, stuckBefore = 0;
+            if (consumed == 0 && part == window &&
+                StuckWindows(state, reinterpret_cast<const unsigned char *>(text) + at, at, len - at, &lastStart,
+                             &stuckBefore))
+                while (at <= lastStart && at + window <= len && at + window < stuckBefore)
+                    ++at;
         }
     }
     if (stream != nullptr) {

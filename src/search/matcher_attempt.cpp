@@ -22,6 +22,17 @@
 //   is carried, and whoever joins it goes on from its frontier.
 // So every state is worked at most once per file, and each attempt costs,
 // besides new states, one check per element it reaches.
+//
+// Windows that consume nothing (their first attempt, from element 0 at the
+// window's first byte, runs off the window's end) move on by one byte. When
+// element 0 takes runs and the carried path went through (0, s), the next
+// window's first attempt, from (0, s), is that path from there on, and so is
+// that of every later window starting on the path's stretch of element 0.
+// Such a window is stuck exactly when the path is not decided within it:
+// it is once the window holds the byte examined last (for a one-byte
+// element refusing it, the byte after that too). So the path is run on over
+// the bytes at hand beyond the window, and whoever searches the windows
+// learns at once, from where it ends, which of them stay stuck.
 #include "matcher_attempt.h"
 
 #include "bytescan.h"
@@ -129,6 +140,7 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
                 const int64_t result = state.memoEnd[element];
                 state.steps += steps;
                 record(state, stretch, base, firstRow, joined ? ownEnd : element, joined, element - 1, result);
+                *end = 0;
                 if (result == kPathFails)
                     return AttemptEnd::Fail;
                 *end = result - base;
@@ -141,6 +153,7 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
                     const int64_t result = state.pendEnd;
                     state.steps += steps;
                     record(state, stretch, base, firstRow, element, false, -1, result);
+                    *end = 0;
                     if (result == kPathFails)
                         return AttemptEnd::Fail;
                     *end = result - base;
@@ -194,6 +207,7 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
             // being reached yet: the attempt fails.
             if (flags & kFlagPlus) {
                 stretch.last[element] = pos;
+                *end = pos + 1;
                 state.steps += steps;
                 if (memo)
                     record(state, stretch, base, firstRow, joined ? ownEnd : element + 1, joined, element, kPathFails);
@@ -212,6 +226,7 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
                     return AttemptEnd::RanOut;
                 }
                 stretch.last[previous] = pos;
+                *end = pos + 2; // a window ending right after the byte would have been run off
                 if (memo)
                     record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous,
                            kPathFails);
@@ -238,4 +253,25 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
         stretch.first[element] = pos;
         entering = memo;
     }
+}
+
+bool StuckWindows(MatchState &state, const unsigned char *text, int64_t nextStart, int64_t len, int64_t *lastStart,
+                  int64_t *stuckBefore)
+{
+    if (len < 1 || g_chFirst != 0 || !(g_aiPatCount[0] & kRunFlags) || !state.pendValid ||
+        state.pendEnd != kPathPending || state.pendFirst != 0 || state.pendRows < 1 || nextStart < state.pendLo[0] ||
+        nextStart > state.pendHi[0])
+        return false;
+    // The attempt from (0, nextStart) joins the carried path at once (no path
+    // of this window is remembered) and goes on from its frontier.
+    state.memoRows = 0;
+    int64_t end = 0;
+    const AttemptEnd outcome = RunAttempt(state, text, nextStart, len, 0, 0, &end);
+    *lastStart = state.pendHi[0];
+    if (outcome == AttemptEnd::RanOut) {
+        *stuckBefore = nextStart + len + 1;
+        return true;
+    }
+    *stuckBefore = nextStart + end;
+    return end > 0;
 }

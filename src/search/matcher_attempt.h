@@ -48,7 +48,11 @@ struct MatchState {
 
 // Runs the elements from `element` on, starting at text[pos] of the window
 // text[0..len) that begins at file position base. On success *end is one
-// past the last byte examined (a window index). With state.useMemo, a state
+// past the last byte examined (a window index). On failure it is the
+// shortest window length in which the attempt fails (one past the byte
+// refused, two past it for a one-byte element, which runs off a window
+// that ends right after it), or 0 when the outcome was taken over from an
+// earlier path and where it was decided is not known. With state.useMemo, a state
 // that an earlier attempt of this window (or the carried path) went through
 // ends the attempt at once with that path's outcome, or goes on from the
 // carried path's frontier; an attempt that runs off the window becomes the
@@ -56,3 +60,15 @@ struct MatchState {
 // attempt works itself.
 AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos, int element,
                       int64_t *end);
+
+// Windows that consume nothing. Call after a window of a file searched
+// window by window in which nothing was consumed; text[0..len) are the
+// file's bytes from nextStart (that window's start + 1) on, as far as the
+// caller holds them. Returns false when it cannot tell. On true, every window
+// that starts at a file position from nextStart to *lastStart and ends (one
+// past its last byte) before *stuckBefore consumes and reports nothing, so
+// the caller may pass over a run of them at once. The carried path goes on
+// over text on the way (it may then reach past the next window's end), and
+// the state stays right for whichever window is searched next.
+bool StuckWindows(MatchState &state, const unsigned char *text, int64_t nextStart, int64_t len, int64_t *lastStart,
+                  int64_t *stuckBefore);

@@ -10,6 +10,15 @@
 // short before its end (kernel files that give a page per read) is read
 // once per window instead, because there a window ends where its read did.
 //
+// A window in which nothing was consumed moves on by one byte, and on a
+// long line whose first attempt runs on and on, so do millions after it.
+// The matcher can tell how many of the coming ones stay stuck (its carried
+// path decides them all); the scanner then passes over that run at once,
+// leaving the offset, line count and reports as they were, as stuck windows
+// do, and moving the window and the folded bytes on as they would have. It
+// does so only over full windows whose bytes are already read, so that no
+// read is skipped, and never for files read once per window.
+//
 // A case-insensitive search matches through widened pattern tables and
 // never rewrites the text. The one place where folding shows is a window's
 // leading bytes that the previous window had searched and carried: a
@@ -109,6 +118,57 @@ int64_t countLines(int fd)
     }
 }
 
+// Bytes of the window window[0..filled) that are searched: up to and
+// including its last newline at or after kCutFrom, or all of them.
+int cutLength(const char *window, int filled)
+{
+    if (filled > kCutFrom) {
+        const void *newline = memrchr(window + kCutFrom, '\n', static_cast<size_t>(filled - kCutFrom));
+        if (newline != nullptr)
+            return static_cast<int>(static_cast<const char *>(newline) - window) + 1;
+    }
+    return filled;
+}
+
+// Called when the full window before windowStart consumed nothing: passes
+// over the run of windows from windowStart on that the matcher tells will
+// consume nothing either (StuckWindows), as if each had been searched and
+// moved on by one byte. Only full windows whose bytes are all at hand are
+// passed over, so each one's cut is found here as its search would find
+// it; cut ends never go down from one window to the next (the newline that
+// ends one stays in the next one's tail or drops out of it, leaving that
+// window uncut), so the stuck ones are a run from windowStart on. Moves
+// windowStart and folded as those windows would have; the carry stays one
+// byte short of a window.
+void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &windowStart, int &folded)
+{
+    const int64_t heldEnd = reader.bufferStart + reader.bufferUsed;
+    const auto *held = reinterpret_cast<const unsigned char *>(g_sBuffer) + (windowStart - reader.bufferStart);
+    int64_t lastStart = 0, stuckBefore = 0;
+    if (windowStart + kWindowSize > heldEnd ||
+        !StuckWindows(state, held, windowStart, heldEnd - windowStart, &lastStart, &stuckBefore))
+        return;
+    auto windowEnd = [&](int64_t start) {
+        return start + cutLength(g_sBuffer + (start - reader.bufferStart), kWindowSize);
+    };
+    int64_t low = windowStart;
+    int64_t high = lastStart < heldEnd - kWindowSize ? lastStart : heldEnd - kWindowSize;
+    if (high < low || windowEnd(low) >= stuckBefore)
+        return;
+    while (low < high) { // the last start whose window is stuck
+        const int64_t middle = low + (high - low + 1) / 2;
+        if (windowEnd(middle) < stuckBefore)
+            low = middle;
+        else
+            high = middle - 1;
+    }
+    const int64_t lastEnd = windowEnd(low);
+    if (!g_fMatchCase) // the bytes every one of them searched count as folded
+        folded = static_cast<int>((windowStart + folded > lastEnd ? windowStart + folded : lastEnd) - (low + 1));
+    state.lastWindowEnd = lastEnd;
+    windowStart = low + 1;
+}
+
 int64_t searchFile(int fd, int64_t size, const char *path)
 {
     ChunkReader reader{fd, size, 0, 0, 0, false, false};
@@ -128,12 +188,7 @@ int64_t searchFile(int fd, int64_t size, const char *path)
         const int filled = carried + static_cast<int>(fresh < kWindowSize - carried ? fresh : kWindowSize - carried);
         char *window = g_sBuffer + (windowStart - reader.bufferStart);
 
-        int searched = filled;
-        if (filled > kCutFrom) {
-            const void *newline = memrchr(window + kCutFrom, '\n', static_cast<size_t>(filled - kCutFrom));
-            if (newline != nullptr)
-                searched = static_cast<int>(static_cast<const char *>(newline) - window) + 1;
-        }
+        const int searched = cutLength(window, filled);
 
         // The matcher prints these leading bytes folded, when it prints them.
         state.printFolded = folded < searched ? folded : searched;
@@ -150,6 +205,8 @@ int64_t searchFile(int fd, int64_t size, const char *path)
         folded = foldedEnd > advance ? foldedEnd - advance : 0;
         windowStart += advance;
         carried = filled - advance;
+        if (consumed == 0 && filled == kWindowSize && !reader.perWindow)
+            passStuckWindows(reader, state, windowStart, folded);
     }
     return total;
 }

@@ -154,7 +154,8 @@ std::string randomText(std::mt19937 &rng, size_t size)
 
 // Searches text as the scanner does, in windows of at most `window` bytes
 // that carry what was not consumed (a window that consumed nothing moves on
-// by one byte); with a MatchState per text, or alone window by window.
+// by one byte); with a MatchState per text, passing over the windows it
+// tells stay stuck, or alone window by window.
 Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f")
 {
     Search s;
@@ -166,7 +167,15 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
         s.found += keepState ? SearchWindow(&state, at, name, text.data() + at, len, &s.offset, &s.line,
                                             text.data() + at, matchWord)
                              : iGrepText(name, text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord);
-        at += std::max<int64_t>(s.offset - before, 1);
+        const int64_t consumed = s.offset - before;
+        at += std::max<int64_t>(consumed, 1);
+        const int64_t size = static_cast<int64_t>(text.size());
+        int64_t lastStart = 0, stuckBefore = 0;
+        if (keepState && consumed == 0 && len == window &&
+            StuckWindows(state, reinterpret_cast<const unsigned char *>(text.data()) + at, at, size - at, &lastStart,
+                         &stuckBefore))
+            while (at <= lastStart && at + window <= size && at + window < stuckBefore)
+                ++at;
     }
     s.out = capture.take();
     s.steps = state.steps;

@@ -300,14 +300,31 @@ TEST(ScannerModel, WindowEdges)
     // A line longer than a window with a candidate at the window's end: the
     // carried bytes were folded by the window that searched them. An attempt
     // from the window's first byte that runs off its end consumes nothing:
-    // the window moves on by one byte without the offset. A newline just
-    // before the cut's first place does not cut the window, one at it does.
-    const std::string carried = std::string(5117, 'x') + "ABCABD\n", stuck = std::string(12000, 'a') + "q\nxaq\n";
-    expectSame(SearchSetup{"abd", false, false, false, false, false}, carried);
-    expectSame(SearchSetup{"abd", false, true, false, false, false}, carried);
-    expectSame(SearchSetup{"xyw", false, false, false, false, false}, std::string(5117, '-') + "XYZXYW\n");
-    expectSame(SearchSetup{"[^q]*q", true, true, false, false, false}, stuck);
-    expectSame(SearchSetup{"[^q]*q", true, false, false, false, false}, stuck);
+    // the window moves on by one byte without the offset. A run of such
+    // windows ends at the first that holds what decides the attempt (a match,
+    // a refused byte, the file's end); a newline past the cut point shortens
+    // some of them; mixed case shows the folded carried bytes.
+    std::string letters;
+    for (int i = 0; i < 12000; ++i)
+        letters += "abcdEFGH"[i % 8];
+    const std::string carried = std::string(5117, 'x') + "ABCABD\n", plain = std::string(12000, 'a') + "q\nxaq\n";
+    const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
+    const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
+    const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
+    const struct {
+        SearchSetup setup;
+        const std::string &content;
+    } cases[] = {
+        {{"abd", false, false, false, false, false}, carried},  {{"abd", false, true, false, false, false}, carried},
+        {{"xyw", false, false, false, false, false}, xyz},      {{"[^q]*q", true, true, false, false, false}, plain},
+        {{"[^q]*q", true, false, false, false, false}, plain},  {{"[^q]*q", true, false, false, false, false}, cut},
+        {{"[^q]*q", true, true, true, false, false}, cut},      {{"[^q]*qz", true, true, false, false, false}, refused},
+        {{"[a-z]+q", true, false, false, false, true}, cut},    {{"[a-z]*_q", true, true, false, false, false}, atEnd},
+        {{"[a-z]*_q", true, false, false, true, false}, atEnd},
+    };
+    for (const auto &c : cases)
+        expectSame(c.setup, c.content);
+    // A newline just before the cut's first place does not cut the window, one at it does.
     for (size_t newline : {4800, 4801})
         expectSame(SearchSetup{"needle", false, true, false, false, false},
                    std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
