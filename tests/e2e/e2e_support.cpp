@@ -38,7 +38,8 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
         throw std::runtime_error("pipe failed");
     pid_t child = fork();
     if (child == 0) {
-        dup2(pipes[0][1], 1);
+        signal(SIGPIPE, SIG_DFL);
+        dup2(g_stdoutTo.empty() ? pipes[0][1] : open(g_stdoutTo.c_str(), O_WRONLY), 1);
         dup2(pipes[1][1], 2);
         close(pipes[0][0]);
         close(pipes[1][0]);
@@ -60,21 +61,20 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
     close(pipes[1][1]);
     RunResult result;
     std::string *into[2] = {&result.out, &result.err};
-    bool open[2] = {true, true};
     timespec start, now;
     clock_gettime(CLOCK_MONOTONIC, &start);
-    while (open[0] || open[1]) {
+    while (pipes[0][0] >= 0 || pipes[1][0] >= 0) { // a closed end is -1, which poll skips
         pollfd fds[2] = {{pipes[0][0], POLLIN, 0}, {pipes[1][0], POLLIN, 0}};
         if (poll(fds, 2, 200) > 0) {
             for (int i = 0; i < 2; ++i) {
-                if (!open[i] || !(fds[i].revents & (POLLIN | POLLHUP)))
+                if (pipes[i][0] < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
                     continue;
                 char chunk[65536];
                 ssize_t got = read(pipes[i][0], chunk, sizeof chunk);
                 if (got > 0)
                     into[i]->append(chunk, static_cast<size_t>(got));
-                else if (got == 0 || errno != EINTR)
-                    open[i] = false;
+                if ((got <= 0 && (got == 0 || errno != EINTR)) || (i == 0 && result.out.size() >= g_readAtMost))
+                    close(pipes[i][0]), pipes[i][0] = -1;
             }
         }
         clock_gettime(CLOCK_MONOTONIC, &now);
@@ -84,11 +84,13 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
             break;
         }
     }
-    close(pipes[0][0]);
-    close(pipes[1][0]);
+    for (int i = 0; i < 2; ++i)
+        if (pipes[i][0] >= 0)
+            close(pipes[i][0]);
     int status = 0;
     waitpid(child, &status, 0);
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     return result;
 }
 

@@ -1,11 +1,13 @@
 // Helpers for the end-to-end tests: run the built fyndle, make folder trees.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 struct RunResult {
     int exitCode = -1; // -1 when the process did not exit normally
+    int signal = 0;    // the signal that ended it, if one did
     std::string out, err;
 };
 
@@ -20,6 +22,11 @@ inline std::string g_binary = FYNDLE_BINARY;
 
 // Pins the calling process to the first CPU it may run on; false if it cannot.
 bool pinToOneCpu();
+
+// When not empty, runFyndle sends standard output to this file instead.
+inline std::string g_stdoutTo;
+// runFyndle closes standard output's pipe once it holds this many bytes.
+inline size_t g_readAtMost = SIZE_MAX;
 
 // When set, runFyndle pins the binary to one CPU (the first it may run
 // on), so that it searches without threads.

@@ -2,12 +2,14 @@
 // with 0 and print exactly the expected whole output.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -33,49 +35,34 @@ struct ScopedLimit {
     ~ScopedLimit() { setrlimit(resource, &saved); }
 };
 
-void writeAt(int dirFd, const char *name, const std::string &content)
-{
-    const int file = openat(dirFd, name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    ASSERT_GE(file, 0) << std::strerror(errno);
-    ASSERT_EQ(write(file, content.data(), content.size()), static_cast<ssize_t>(content.size()));
-    close(file);
-}
-
 // A chain of `levels` folders named `name` below the tree's root, built by
-// descriptor so that no long path is needed. The bottom one holds
-// bottom.txt; every sideEvery levels a folder "side" beside the next level
-// holds side.txt, made before or after it by turns so that the walk meets
-// it on the way down or on the way back up. Each file holds one needle.
-// Sets *want to the reports of "-s needle @" in walk order, *found to their
-// number, and returns the bottom folder's descriptor.
+// descriptor (and listed through /proc/self/fd) so that no long path is
+// needed. The bottom one holds bottom.txt; every sideEvery levels a folder
+// "side" beside the next level holds side.txt, made before or after it by
+// turns so that the walk meets it on the way down or on the way back up.
+// Each file holds one needle. Sets *want to the reports of "-s needle @" in
+// walk order, *found to their number, and returns the bottom folder's
+// descriptor.
 int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, std::string *want, int *found)
 {
-    std::string path = "@";
-    std::string down, up;
+    std::string path = "@", down, up;
     int fd = open(tree.root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     *found = 1;
     for (int level = 0; level < levels && fd >= 0; ++level) {
+        const std::string here = "/proc/self/fd/" + std::to_string(fd);
         const bool side = level > 0 && level % sideEvery == 0, sideFirst = level / sideEvery % 2 == 0;
         if (side && sideFirst)
             mkdirat(fd, "side", 0755);
         EXPECT_EQ(mkdirat(fd, name.c_str(), 0755), 0) << std::strerror(errno);
-        if (side && !sideFirst)
-            mkdirat(fd, "side", 0755);
         if (side) {
-            const int sideFd = openat(fd, "side", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-            writeAt(sideFd, "side.txt", "needle\n");
-            close(sideFd);
+            mkdirat(fd, "side", 0755);
+            std::ofstream(here + "/side/side.txt") << "needle\n";
+            const std::vector<std::string> names = listed(here);
             const std::string line = path + "/side/side.txt (1): needle\n";
-            DIR *dir = fdopendir(openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-            while (const dirent *entry = readdir(dir))
-                if (entry->d_name == name || std::strcmp(entry->d_name, "side") == 0) {
-                    if (entry->d_name == name)
-                        up = line + up;
-                    else
-                        down += line;
-                    break;
-                }
-            closedir(dir);
+            if (std::find(names.begin(), names.end(), "side") < std::find(names.begin(), names.end(), name))
+                down += line;
+            else
+                up = line + up;
             ++*found;
         }
         const int next = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -83,7 +70,7 @@ int buildChain(const TempTree &tree, int levels, const std::string &name, int si
         fd = next;
         path += "/" + name;
     }
-    writeAt(fd, "bottom.txt", "nothing here\nthe needle is here\n");
+    std::ofstream("/proc/self/fd/" + std::to_string(fd) + "/bottom.txt") << "nothing here\nthe needle is here\n";
     *want = down + path + "/bottom.txt (2): the needle is here\n" + up;
     return fd;
 }
@@ -153,39 +140,33 @@ TEST(Hostile, SparseFileAbove2GiB)
     ASSERT_EQ(pwrite(fd, "first line\n", 11, 0), 11);
     ASSERT_EQ(pwrite(fd, "needle\n", 7, 0x80000010), 7);
     close(fd);
-    check(tree, {"-b", "needle", "@"}, searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), 0,
-          600);
-    check(tree, {"-l", "@"}, "2 lines counted in 1 file.\n", 0, 600);
+    // One file, so one run each (rather than also one pinned): each reads 2 GiB.
+    const RunResult binary = runFyndle({"-b", "needle", tree.root()}, "", 600),
+                    lines = runFyndle({"-l", tree.root()}, "", 600);
+    EXPECT_EQ(binary.out,
+              expand(kBanner + searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), tree));
+    EXPECT_EQ(lines.out, kBanner + "2 lines counted in 1 file.\n");
+    EXPECT_TRUE(binary.exitCode == 0 && lines.exitCode == 0 && binary.err.empty() && lines.err.empty());
 }
 
 TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
 {
     // Root reads whatever the permissions: it runs fyndle as nobody instead,
     // from a copy in a folder of its own that nobody can reach wherever the
-    // build lies.
+    // build lies, over files that nobody may read whatever root's umask.
     TempTree tree, binary;
     struct AsUser {
-        AsUser(const std::string &copy)
-        {
-            g_runAsUser = geteuid() == 0 ? 65534 : -1;
-            g_binary = copy;
-        }
-        ~AsUser()
-        {
-            g_runAsUser = -1;
-            g_binary = FYNDLE_BINARY;
-        }
+        mode_t savedMask = umask(022);
+        AsUser(const std::string &copy) { g_runAsUser = geteuid() == 0 ? 65534 : -1, g_binary = copy; }
+        ~AsUser() { g_runAsUser = -1, g_binary = FYNDLE_BINARY, umask(savedMask); }
     } asUser(binary.path("fyndle"));
-    ASSERT_EQ(chmod(binary.root().c_str(), 0755), 0);
     std::filesystem::copy_file(FYNDLE_BINARY, g_binary);
-    ASSERT_EQ(chmod(g_binary.c_str(), 0755), 0);
+    ASSERT_EQ(chmod(binary.root().c_str(), 0755) + chmod(g_binary.c_str(), 0755) + chmod(tree.root().c_str(), 0755), 0);
     if (runFyndle({}).exitCode == 125)
         GTEST_SKIP() << "running as root, and unable to run fyndle as another user";
-    ASSERT_EQ(chmod(tree.root().c_str(), 0755), 0);
     for (const char *name : {"open.txt", "secret.txt", "locked/inside.txt"})
         tree.file(name, "needle\n");
-    ASSERT_EQ(chmod(tree.path("secret.txt").c_str(), 0), 0);
-    ASSERT_EQ(chmod(tree.path("locked").c_str(), 0), 0);
+    ASSERT_EQ(chmod(tree.path("secret.txt").c_str(), 0) + chmod(tree.path("locked").c_str(), 0), 0);
     std::string want = searching("needle");
     for (const std::string &name : listed(tree.root()))
         if (name != "locked")

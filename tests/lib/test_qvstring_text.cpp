@@ -47,14 +47,9 @@ TEST(Text, TrimDelAndEndsWithAgreeOnNarrowAndWide)
         int caseSensitive, expected;
     } ends[] = {{"report.TXT", ".txt", 1, 0},
                 {"report.TXT", ".txt", 0, 1},
-                {"report.TXT", ".TXT", 1, 1},
-                {"report.TXT", "", 0, 0},
-                {"report.TXT", "report.TXT", 1, 1},
                 {"report.TXT", "xreport.TXT", 0, 0},
                 {"", "", 1, 0},
-                {"", "a", 1, 0},
                 {nullptr, "a", 1, 0},
-                {nullptr, "", 1, 0},
                 {"abc", nullptr, 1, 0},
                 {"abc", "c", 1, 1},
                 {"abc", "b", 1, 0}};
@@ -74,14 +69,10 @@ TEST(Text, DupAndCaseReturnTheTerminator)
     EXPECT_TRUE(!StrDup(nullptr) && !StrDupPlain(nullptr) && !TcsDup(nullptr) && copy != text);
     EXPECT_EQ(std::string(copy) + "|" + empty, std::string(text) + "|");
     EXPECT_STREQ(wcopy, L"a\u20ACb");
-    EXPECT_EQ(StrUpper(text), text + 7);
-    EXPECT_STREQ(text, "AB1_Z\xC3\x89");
-    EXPECT_EQ(StrLower(text), text + 7);
-    EXPECT_STREQ(text, "ab1_z\xC3\x89");
-    EXPECT_EQ(TcsUpper(wide), wide + 3);
-    EXPECT_STREQ(wide, L"AB9");
-    EXPECT_EQ(TcsLower(wide), wide + 3);
-    EXPECT_STREQ(wide, L"ab9");
+    EXPECT_TRUE(StrUpper(text) == text + 7 && std::string(text) == "AB1_Z\xC3\x89");
+    EXPECT_TRUE(StrLower(text) == text + 7 && std::string(text) == "ab1_z\xC3\x89");
+    EXPECT_TRUE(TcsUpper(wide) == wide + 3 && std::wstring(wide) == L"AB9");
+    EXPECT_TRUE(TcsLower(wide) == wide + 3 && std::wstring(wide) == L"ab9");
     EXPECT_TRUE(StrLower(empty) == empty && !StrUpper(nullptr) && !StrLower(nullptr) && !TcsUpper(nullptr) &&
                 !TcsLower(nullptr));
     free(copy), free(empty), free(wcopy);
@@ -113,57 +104,38 @@ TEST(Text, InsertsWithinGreatestLength)
     EXPECT_EQ(TcsCIns(wide, 1, static_cast<wchar_t>(0x20AC), 2, 5), 4u); // the low byte in all four bytes
     EXPECT_EQ(std::wstring(wide, 6), std::wstring({L'x', filled, filled, L'y', 0, L'#'}));
     EXPECT_EQ(TcsCIns(wide, 5, L' ', 1, 9), 0u);
-    EXPECT_EQ(TcsIns(std::wcscpy(wide, L"ac"), 1, L"xyz", 4), 4u);
-    EXPECT_STREQ(wide, L"axyc");
-    EXPECT_STREQ(TcsjRight(wide, 4), L"axyc");
+    EXPECT_STREQ(TcsjRight(std::wcscpy(wide, L"axyc"), 4), L"axyc");
     EXPECT_EQ(TcsjRight(std::wcscpy(wide, L"ab"), 5), wide);
     EXPECT_EQ(std::wstring(wide, 7), std::wstring(L"   ab\0#", 7));
-    EXPECT_EQ(TcsjLeft(wide), wide);
-    EXPECT_STREQ(wide, L"ab");
+    EXPECT_TRUE(TcsjLeft(wide) == wide && std::wstring(wide) == L"ab");
     EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L" \t ")), L"");
     EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L"a b ")), L"a b ");
 }
 
-TEST(GetUnicodeWidth, BothSidesOfEachRangeEdge)
+// Both sides of the edges of the wide ranges, of every run of adjoining
+// ranges and of zero-width ranges of one to many characters.
+TEST(GetUnicodeWidth, BothSidesOfRangeEdges)
 {
     const struct {
-        int ch, width;
-    } cases[] = {
-        {0x2C5, 1},    {0x2C6, 0},   {0x2DD, 0},   {0x2DE, 1},   {0x2FF, 1},   {0x300, 0},   {0x36F, 0},  {0x370, 1},
-        {0x482, 1},    {0x483, 0},   {0x486, 0},   {0x487, 1},   {0x590, 1},   {0x591, 0},   {0x5BD, 0},  {0x5BE, 1},
-        {0x5BF, 0},    {0x5C0, 1},   {0x5C1, 0},   {0x5C4, 0},   {0x5C5, 1},   {0x60F, 1},   {0x610, 0},  {0x615, 0},
-        {0x616, 1},    {0x64A, 1},   {0x64B, 0},   {0x658, 0},   {0x659, 1},   {0x66F, 1},   {0x670, 0},  {0x671, 1},
-        {0x6D5, 1},    {0x6D6, 0},   {0x6E4, 0},   {0x6E5, 1},   {0x6E6, 1},   {0x6E7, 0},   {0x6E8, 0},  {0x6E9, 1},
-        {0x6EA, 0},    {0x6ED, 0},   {0x6EE, 1},   {0x710, 1},   {0x711, 0},   {0x712, 1},   {0x72F, 1},  {0x730, 0},
-        {0x74A, 0},    {0x74B, 1},   {0x93B, 1},   {0x93C, 0},   {0x93D, 1},   {0x94C, 1},   {0x94D, 0},  {0x94E, 1},
-        {0x950, 1},    {0x951, 0},   {0x954, 0},   {0x955, 1},   {0x9BB, 1},   {0x9BC, 0},   {0x9BD, 1},  {0x9CC, 1},
-        {0x9CD, 0},    {0x9CE, 1},   {0xA3B, 1},   {0xA3C, 0},   {0xA3D, 1},   {0xA4C, 1},   {0xA4D, 0},  {0xA4E, 1},
-        {0xABB, 1},    {0xABC, 0},   {0xABD, 1},   {0xACC, 1},   {0xACD, 0},   {0xACE, 1},   {0xB3B, 1},  {0xB3C, 0},
-        {0xB3D, 1},    {0xB4C, 1},   {0xB4D, 0},   {0xB4E, 1},   {0xBCC, 1},   {0xBCD, 0},   {0xBCE, 1},  {0xC4C, 1},
-        {0xC4D, 0},    {0xC4E, 1},   {0xC54, 1},   {0xC55, 0},   {0xC56, 0},   {0xC57, 1},   {0xCBB, 1},  {0xCBC, 0},
-        {0xCBD, 1},    {0xCCC, 1},   {0xCCD, 0},   {0xCCE, 1},   {0xD4C, 1},   {0xD4D, 0},   {0xD4E, 1},  {0xDC9, 1},
-        {0xDCA, 0},    {0xDCB, 1},   {0xE37, 1},   {0xE38, 0},   {0xE3A, 0},   {0xE3B, 1},   {0xE47, 1},  {0xE48, 0},
-        {0xE4B, 0},    {0xE4C, 1},   {0xEB7, 1},   {0xEB8, 0},   {0xEB9, 0},   {0xEBA, 1},   {0xEC7, 1},  {0xEC8, 0},
-        {0xECB, 0},    {0xECC, 1},   {0xF17, 1},   {0xF18, 0},   {0xF19, 0},   {0xF1A, 1},   {0xF34, 1},  {0xF35, 0},
-        {0xF36, 1},    {0xF37, 0},   {0xF38, 1},   {0xF39, 0},   {0xF3A, 1},   {0xF70, 1},   {0xF71, 0},  {0xF84, 0},
-        {0xF85, 1},    {0xF86, 0},   {0xF87, 0},   {0xF88, 1},   {0xF8F, 1},   {0xF90, 0},   {0xFBC, 0},  {0xFBD, 1},
-        {0x1036, 1},   {0x1037, 0},  {0x1038, 1},  {0x1039, 0},  {0x103A, 1},  {0x10FF, 1},  {0x1100, 2}, {0x115F, 2},
-        {0x1160, 1},   {0x1713, 1},  {0x1714, 0},  {0x1715, 1},  {0x1733, 1},  {0x1734, 0},  {0x1735, 1}, {0x17D1, 1},
-        {0x17D2, 0},   {0x17D3, 1},  {0x17DC, 1},  {0x17DD, 0},  {0x17DE, 1},  {0x18A8, 1},  {0x18A9, 0}, {0x18AA, 1},
-        {0x1938, 1},   {0x1939, 0},  {0x193B, 0},  {0x193C, 1},  {0x20CF, 1},  {0x20D0, 0},  {0x20FF, 0}, {0x2100, 1},
-        {0x2328, 1},   {0x2329, 2},  {0x232A, 2},  {0x232B, 1},  {0x2E7F, 1},  {0x2E80, 2},  {0x301F, 2}, {0x3020, 0},
-        {0x302F, 0},   {0x3030, 2},  {0x303E, 2},  {0x303F, 1},  {0x3040, 2},  {0x3098, 2},  {0x3099, 0}, {0x309A, 0},
-        {0x309B, 2},   {0x4DBF, 2},  {0x4DC0, 1},  {0x4DFF, 1},  {0x4E00, 2},  {0xD7FF, 2},  {0xD800, 1}, {0xE7C7, 1},
-        {0xE7C8, 2},   {0xE87F, 2},  {0xE880, 1},  {0xF8FF, 1},  {0xF900, 2},  {0xFA6A, 2},  {0xFA6B, 1}, {0xFB1D, 1},
-        {0xFB1E, 0},   {0xFB1F, 1},  {0xFE1F, 1},  {0xFE20, 0},  {0xFE23, 0},  {0xFE24, 1},  {0xFE2F, 1}, {0xFE30, 2},
-        {0xFE6B, 2},   {0xFE6C, 1},  {0xFF00, 1},  {0xFF01, 2},  {0xFF60, 2},  {0xFF61, 1},  {0xFFDF, 1}, {0xFFE0, 2},
-        {0xFFE6, 2},   {0xFFE7, 1},  {0x1FFFF, 1}, {0x20000, 2}, {0x3FFFF, 2}, {0x40000, 1}, {0x41, 1},   {0, 1},
-        {0xAD, 1},     {-5, 1},      {0xFF, 1},    {0x100, 1},   {0x301, 0},   {0xAC00, 2},  {0xDFFF, 1}, {0x1F600, 1},
-        {0x10FFFF, 1}, {INT_MAX, 1}, {INT_MIN, 1}};
-    for (const auto &c : cases)
-        EXPECT_EQ(GetUnicodeWidth(c.ch), c.width) << std::hex << c.ch;
-    for (int ch = -300; ch < 256; ++ch)
-        ASSERT_EQ(GetUnicodeWidth(ch), 1) << ch;
+        int first, last, width;
+    } ranges[] = {
+        {0x2C6, 0x2DD, 0},   {0x300, 0x36F, 0},   {0x5BF, 0x5BF, 0},   {0x5C1, 0x5C4, 0},     {0xF35, 0xF35, 0},
+        {0xF37, 0xF37, 0},   {0x1100, 0x115F, 2}, {0x20D0, 0x20FF, 0}, {0x2329, 0x232A, 2},   {0x2E80, 0x301F, 2},
+        {0x3020, 0x302F, 0}, {0x3030, 0x303E, 2}, {0x3040, 0x3098, 2}, {0x3099, 0x309A, 0},   {0x309B, 0x4DBF, 2},
+        {0x4E00, 0xD7FF, 2}, {0xE7C8, 0xE87F, 2}, {0xF900, 0xFA6A, 2}, {0xFB1E, 0xFB1E, 0},   {0xFE20, 0xFE23, 0},
+        {0xFE30, 0xFE6B, 2}, {0xFF01, 0xFF60, 2}, {0xFFE0, 0xFFE6, 2}, {0x20000, 0x3FFFF, 2},
+    };
+    auto widthOf = [&](int ch) {
+        for (const auto &r : ranges)
+            if (ch >= r.first && ch <= r.last)
+                return r.width;
+        return 1;
+    };
+    for (const auto &r : ranges)
+        for (int ch : {r.first - 1, r.first, r.last, r.last + 1})
+            EXPECT_EQ(GetUnicodeWidth(ch), widthOf(ch)) << std::hex << ch;
+    for (int ch : {-300, -5, 0, 0xFF, 0x10FFFF, INT_MAX, INT_MIN})
+        EXPECT_EQ(GetUnicodeWidth(ch), 1) << ch;
 }
 
 TEST(WcsCaseCmp, DifferenceOfTheFirstLoweredPair)
@@ -202,24 +174,13 @@ TEST(StrRep, ReplacesWithinBudgetAndGreatestLength)
         size_t maxCount, maxLen;
         const char *out;
         size_t count;
-    } cases[] = {{"aXbXc", "YY", "X", 10, 7, "aYYbYYc", 2},
-                 {"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},
-                 {"aXb", "YY", "X", 10, 4, "aYYb", 1},
-                 {"aXb", "YY", "X", 10, 3, "aXb", 0},
-                 {"XX", "ab", "X", 10, 4, "abab", 2},
-                 {"aaaa", "a", "aa", 10, 10, "aa", 2},
+    } cases[] = {{"aXbXc", "YY", "X", 10, 7, "aYYbYYc", 2}, {"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},
+                 {"aXb", "YY", "X", 10, 3, "aXb", 0},       {"aaaa", "a", "aa", 10, 10, "aa", 2},
                  {"aXa", "XX", "X", 10, 20, "aXXa", 1}, // replacement never searched
-                 {"a-b-c", nullptr, "-", 10, 10, "abc", 2},
-                 {"a-b-c", "+", "-", 1, 10, "a+b-c", 1},
-                 {"aXXXb", "Y", "XXX", 5, 0, "aYb", 1},
-                 {"abc", "Q", "z", 5, 10, "abc", 0},
-                 {"", "x", "a", 3, 10, "", 0},
-                 {"abc", "", "", 5, 10, "abc", 5},
-                 {"abc", "x", "a", 0, 10, "abc", 0},
-                 {"abc", "x", nullptr, 5, 10, "abc", 0},
-                 {"ab", "x", "", 10, 5, "xxxab", 3},
-                 {"ab", "x", "", 2, 10, "xxab", 2},
-                 {"", "x", "", 3, 10, "xxx", 3}};
+                 {"a-b-c", nullptr, "-", 10, 10, "abc", 2}, {"a-b-c", "+", "-", 1, 10, "a+b-c", 1},
+                 {"aXXXb", "Y", "XXX", 5, 0, "aYb", 1},     {"abc", "Q", "z", 5, 10, "abc", 0},
+                 {"abc", "", "", 5, 10, "abc", 5},          {"abc", "x", nullptr, 5, 10, "abc", 0},
+                 {"ab", "x", "", 10, 5, "xxxab", 3},        {"", "x", "", 3, 10, "xxx", 3}};
     for (const auto &c : cases) {
         char buf[32];
         const std::wstring rep = c.rep ? widen(c.rep) : L"", pat = c.pat ? widen(c.pat) : L"";
@@ -279,28 +240,19 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
         const char *out;
     } cases[] = {
         {"foo\nfoo", "bar", "foo", -1, 1, 1, 2, 7, 2, "bar\nbar"},
-        {"foo\r\nfoo", "b", "foo", -1, 1, 1, 2, 4, 2, "b\r\nb"},
         {"foo foo", "b", "foo", -1, 1, 1, 1, 5, 1, "foo b"},
-        {"xfoo\nfoo", "bar", "foo", -1, 1, 2, 1, 8, 1, "xfoo\nbar"},
         {"xfoo\nfoo", "bar", "foo", 2, 1, 2, 0, 8, 0, "xfoo\nfoo"}, // refused candidates spend the budget
-        {"xfoo\nfoo", "bar", "foo", 3, 1, 2, 1, 8, 1, "xfoo\nbar"},
         {"aXbXcX", "", "X", -1, 1, 0, 3, 3, 3, "abc"},
-        {"aXbXcX", nullptr, "X", INT_MIN, 1, 0, 3, 3, 3, "abc"},
         {"xxabcxx", "!", "ABC", -1, 0, 0, 1, 5, 1, "xx!xx"},
         {"ABC\nabc", "z", "aBc", -1, 0, 2, 2, 3, 2, "z\nz"},
-        {"", "z", "a", -1, 1, 0, 0, 0, 0, ""},
         // Empty pattern: rep takes the place of the first (last) byte of each line; the size is an upper bound.
         {"a\nb", "> ", "", -1, 1, 2, 2, 7, 2, "> \n> "},
         {"a\nb\nc", "> ", "", 1, 1, 2, 1, 7, 1, "> \nb\nc"},
         {"ab\r\ncd", "!", "", -1, 1, 1, 2, 8, 2, "ab!\nc!"},
         {"ab\n", "#", "", -1, 1, 2, 2, 5, 1, "#b\n"},
-        {"ab\n", "#", "", -1, 1, 1, 2, 5, 2, "a##"},
         {"\n\n", "#", "", -1, 1, 2, 3, 5, 2, "##"},
         {"", "ab", "", -1, 1, 1, 1, 2, 0, "~"},
-        {"a\nb", "x", "", -1, 1, 0, 0, 3, 0, "~"},
-        {"a\nb", "x", "", -1, 1, 3, 0, 3, 0, "~"},
         {"a\nb", "", "", -1, 1, 2, 0, 3, 0, "~"}, // nothing written at all
-        {"a\nb", nullptr, "", -1, 1, 2, 0, 3, 0, "~"},
         {"a\nb", "x", "", 0, 1, 2, 0, 3, 0, "a\nb"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.src) + "/" + c.pat);
@@ -331,8 +283,8 @@ TEST(StrCpyRep, EverySizeFollowsTheCapacityRules)
         std::vector<size_t> ends, starts;
     } cases[] = {{"aXbXc", "YY", "X", -1, 1, 0, "aYYbYYc", {3, 6}, {0, 3}},
                  {"fooXXbarXX", "-", "XX", -1, 1, 0, "foo-bar-", {4, 8}, {0, 4}},
+                 {"aXbXc", "", "X", -1, 1, 0, "abc", {1, 2}, {0, 1}},
                  {"aX\nX", "ZZ", "X", -1, 1, 2, "aX\nZZ", {5}, {2}},
-                 {"xAxa", "bb", "a", 1, 0, 0, "xbbxa", {3}, {0}},
                  {"a\nb", "> ", "", -1, 1, 2, "> \n> ", {2, 5}, {0, 2}},
                  {"aXbXc", "YY", "X", 0, 1, 0, "aXbXc", {}, {}}};
     for (const auto &c : cases) {

@@ -18,29 +18,21 @@ TEST(Utf8Decode, PolicyForEveryKindOfInput)
     } cases[] = {{"\xC3\xA9", L"\xE9", 0},
                  {"\xC3\x28", L"", 1},
                  {"\xC0\xAF", L"", 1},
-                 {"\xC1\xBF", L"", 1},
                  {"\xE0\x80\x80", L"", 1},
                  {"\xF0\x8F\xBF\xBF", L"", 1},
                  {"\xF8\x87\xBF\xBF\xBF", L"", 1},
                  {"\xF4\x90\x80\x80", L"\x110000", 0},
-                 {"\xF7\xBF\xBF\xBF", L"\x1FFFFF", 0},
                  {"\xF8\x88\x80\x80\x80", L"\x200000", 0},
                  {"\x80", L"\x80", 0},
                  {"\xF8\xBF\xBF\xBF\xBF", L"\xFFFFFF", 0},
-                 {"\xBF", L"\xBF", 0},
                  {"\xED\xA0\x80", L"\xD800", 0},
                  {"\xDF\xBF", L"\x7FF", 0},
                  {"\xE0\xA0\x80", L"\x800", 0},
                  {"\xF0\x90\x80\x80", L"\x10000", 0},
-                 {"\xF9"
-                  "a",
-                  L"a", 1},
-                 {"\xFF\xFE"
-                  "b",
-                  L"b", 1},
+                 {"\xF9!", L"!", 1},
+                 {"\xFF\xFE!", L"!", 1},
                  {"\xF9\x80\x80\x80\x80", L"\x80\x80\x80\x80", 1},
                  {"a\xE2\x82", L"a", 1},
-                 {"\xEF\xBB", L"", 1},
                  {"", L"", 0}};
     for (const auto &c : cases) {
         wchar_t buf[16], copy[16];
@@ -56,22 +48,6 @@ TEST(Utf8Decode, PolicyForEveryKindOfInput)
     }
 }
 
-TEST(Utf8Decode, NullLimitsAndTheTerminator)
-{
-    const char cut2[] = {'x', '\xC3', '\0', '\xA9', '\0'}, cut4[] = {'\xF0', '\x9F', '\x98', '\0', '\x80', '\0'};
-    EXPECT_EQ(A2T_len(cut2) * 10 + A2T_len(cut4), 10u); // bytes after the NUL would complete the sequences
-    int skipped = 7;
-    EXPECT_EQ(UTF8_mbstowcs_skip(nullptr, nullptr, 5, &skipped), 0u);
-    EXPECT_EQ(skipped, 0);
-    EXPECT_EQ(UTF8_mbstowcs(nullptr, nullptr, 5) + A2T_len(nullptr), 0u);
-    EXPECT_EQ(UTF8_mbstowcs(nullptr, "abc", 1), 3u);
-    wchar_t buf[4] = {L'#', L'#', L'#', L'#'};
-    EXPECT_EQ(UTF8_mbstowcs(buf, "abc", 0), 0u);
-    EXPECT_EQ(buf[0], L'#');
-    EXPECT_EQ(UTF8_mbstowcs(buf, "abc", 3), 3u);
-    EXPECT_EQ(std::wstring(buf, 4), L"abc#"); // full: no terminator
-}
-
 TEST(Utf8Encode, ThirtyOneBitForm)
 {
     const struct {
@@ -81,7 +57,6 @@ TEST(Utf8Encode, ThirtyOneBitForm)
                  {0x80, "\xC2\x80"},
                  {0x7FF, "\xDF\xBF"},
                  {0x800, "\xE0\xA0\x80"},
-                 {0xD800, "\xED\xA0\x80"},
                  {0xFFFF, "\xEF\xBF\xBF"},
                  {0x10000, "\xF0\x90\x80\x80"},
                  {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
@@ -111,20 +86,27 @@ TEST(Utf8Encode, ThirtyOneBitForm)
     EXPECT_EQ(std::string(buf, 3), std::string("ab\0", 3));
 }
 
-TEST(Copy, BomNullAndZeroSizes)
+TEST(Copy, BomNullsLimitsAndZeroSizes)
 {
-    wchar_t wbuf[8] = {L'#'};
+    const char cut2[] = {'x', '\xC3', '\0', '\xA9', '\0'}, cut4[] = {'\xF0', '\x9F', '\x98', '\0', '\x80', '\0'};
+    EXPECT_EQ(A2T_len(cut2) * 10 + A2T_len(cut4), 10u); // bytes after the NUL would complete the sequences
+    int skipped = 7;
+    EXPECT_TRUE(UTF8_mbstowcs_skip(nullptr, nullptr, 5, &skipped) == 0 && skipped == 0);
+    EXPECT_EQ(UTF8_mbstowcs(nullptr, nullptr, 5) + A2T_len(nullptr), 0u);
+    EXPECT_EQ(UTF8_mbstowcs(nullptr, "abc", 1), 3u);
+    wchar_t wbuf[8] = {L'#', L'#', L'#', L'#'};
     char buf[8] = "#";
+    EXPECT_TRUE(UTF8_mbstowcs(wbuf, "abc", 0) == 0 && wbuf[0] == L'#');
+    EXPECT_EQ(UTF8_mbstowcs(wbuf, "abc", 3), 3u);
+    EXPECT_EQ(std::wstring(wbuf, 4), L"abc#"); // full: no terminator
     EXPECT_EQ(A2T_len("\xEF\xBB\xBFx"), 2u);
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBFx"), L"x");
-    EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBF"), L"");
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBBxy"), L"y");                    // no BOM
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBF\xEF\xBB\xBF"), L"\uFEFF"); // only one skipped
     wbuf[0] = L'#';
     EXPECT_TRUE(A2T_cpy(wbuf, 0, "abcd") == wbuf && A2T_cpy(wbuf, 0, nullptr) == wbuf && wbuf[0] == L'#');
     EXPECT_TRUE(T2A_cpy(buf, 0, L"abcd") == buf && T2A_cpy(buf, 0, nullptr) == buf && buf[0] == '#');
-    EXPECT_STREQ(A2T_cpy(wbuf, 4, nullptr), L"");
-    EXPECT_STREQ(T2A_cpy(buf, 4, nullptr), "");
+    EXPECT_TRUE(*A2T_cpy(wbuf, 4, nullptr) == 0 && *T2A_cpy(buf, 4, nullptr) == 0);
     EXPECT_TRUE(!A2T_dup(nullptr) && !T2A_dup(nullptr));
 }
 

@@ -51,11 +51,9 @@ struct Case {
 
 const Case kCases[] = {
     {false, "a.b", 3, 'a', "a", kFlagSingle},
-    {false, "\xff\xe9", 2, 0xFF, "\xff", kFlagSingle},
     {false, std::string(40, 'x'), 32, 'x', "x", kFlagSingle},
     {false, "", 0, 0, "", 0},
     {true, "a*", 1, 'a', "a", kFlagStar},
-    {true, "a+", 1, 'a', "a", kFlagPlus},
     {true, ".", 1, 0, byteRange(32, 254), kFlagSingle},  // byte 255 lies beyond the table length
     {true, ".*", 2, 0, byteRange(32, 254), kFlagSingle}, // '*' after '.' is a literal
     {true, "*a", 2, '*', "*", kFlagSingle},
@@ -65,11 +63,9 @@ const Case kCases[] = {
     {true, "[z-a]", 1, 0, "a", kFlagSingle},       // descending: only its end byte
     {true, "[^0-9]", 1, 0, "0123456789", kFlagSingle | kFlagNegated},
     {true, "[ab]+", 1, 0, "ab", kFlagPlus},
-    {true, "[a-]", 1, 0, "-a", kFlagSingle},
     {true, "[\\]]", 1, 0, "]", kFlagSingle},
     {true, "[\\-a]", 1, 0, "-a", kFlagSingle},
     {true, "[\\a]", 1, 0, "\\a", kFlagSingle}, // the backslash stays, the next byte is an item
-    {true, "[abc", 1, 0, "abc", kFlagSingle},
     {true, "[\xf0-\xff]", 1, 0, byteRange(0xF0, 0xFF), kFlagSingle},
     {true, "\\**", 1, '*', "*", kFlagStar},
     {true, "\\~a*", 1, 0, "a", kFlagStar | kFlagNegated},
@@ -78,7 +74,6 @@ const Case kCases[] = {
     {true, "?|(){}]", 7, '?', "?", kFlagSingle},
     {true, std::string(31, '.') + "ab", 32, 0, byteRange(32, 254), kFlagSingle},
     {true, "\\{\\}\\!", 0, 0, "", 0},
-    {true, "\\", 0, 0, "", 0},
     {true, "\\~", 0, 0, "", 0},
 };
 

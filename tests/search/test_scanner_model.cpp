@@ -12,6 +12,7 @@
 #include <cctype>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <random>
 #include <sys/syscall.h>
 #include <string>
@@ -36,7 +37,6 @@ struct SearchSetup {
 // so that a change to the scanner's own constants shows.
 constexpr int kModelWindow = 5120;
 constexpr int kModelCutFrom = 4801;
-constexpr size_t kModelMaxElements = 32;
 
 // The model's own reading of the pattern, for the syntax its cases use:
 // plain text; under -r '.', '^', '$', sets with ranges and '^', the
@@ -53,7 +53,7 @@ unsigned char s_first = 0; // the byte element 0 must be, when it is a literal (
 void modelRead(const std::string &text, bool regExp)
 {
     s_elements.clear(), s_first = 0;
-    for (size_t i = 0; i < text.size() && s_elements.size() < kModelMaxElements;) {
+    for (size_t i = 0; i < text.size();) {
         Element e;
         unsigned char ch = static_cast<unsigned char>(text[i++]);
         bool literal = true, suffix = regExp;
@@ -67,9 +67,7 @@ void modelRead(const std::string &text, bool regExp)
             literal = suffix = false;
         } else if (regExp && ch == '$') {
             e.accepts.set('\r'), e.kind = Kind::Maybe, s_elements.push_back(e);
-            if (s_elements.size() == kModelMaxElements)
-                break;
-            e.accepts.reset(), e.accepts.set('\n'), e.kind = Kind::One, literal = suffix = false;
+            e = Element{}, e.accepts.set('\n'), literal = suffix = false;
         } else if (regExp && ch == '[') {
             e.refused = text[i] == '^';
             for (i += e.refused, literal = false; i < text.size() && text[i] != ']'; ++i) {
@@ -95,47 +93,27 @@ void modelRead(const std::string &text, bool regExp)
     }
 }
 
+// One attempt from element k at pos. A refused '+' fails the attempt: past
+// the first element it never matches, and as the first it is one byte.
 enum class Step { Success, Fail, RanOut };
-int s_matchCount[kModelMaxElements + 1]; // per element: bytes taken this attempt, negated once it refuses
-
-Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
+Step modelAttempt(const unsigned char *buf, int len, int pos, size_t k, int *end)
 {
     if (pos >= len)
         return Step::RanOut;
     for (;;) {
-        const Element &e = s_elements[static_cast<size_t>(k)];
+        const Element &e = s_elements[k];
         const bool accepted = e.accepts[buf[pos]] != e.refused;
-        s_matchCount[k] = accepted ? s_matchCount[k] + 1 : -s_matchCount[k];
-        bool consume = false;
-        if (e.kind == Kind::Star) {
-            if (accepted)
-                consume = true;
-            else
-                ++k;
-        } else if (e.kind == Kind::Plus) {
-            if (accepted) {
-                consume = true;
-            } else {
-                ++k;
-                if (k >= static_cast<int>(kModelMaxElements) || s_matchCount[k] == 0)
-                    return Step::Fail;
-            }
-        } else if (e.kind == Kind::Maybe) {
+        if (!accepted && e.kind == Kind::Plus)
+            return Step::Fail;
+        if (!accepted && e.kind == Kind::One)
+            return ++pos >= len ? Step::RanOut : Step::Fail;
+        if (!accepted || (e.kind != Kind::Star && e.kind != Kind::Plus))
             ++k;
-            consume = accepted;
-        } else {
-            ++k;
-            if (!accepted) {
-                ++pos;
-                return pos >= len ? Step::RanOut : Step::Fail;
-            }
-            consume = true;
-        }
-        if (k == static_cast<int>(s_elements.size())) {
+        if (k == s_elements.size()) {
             *end = pos + 1;
             return Step::Success;
         }
-        if (consume && ++pos >= len)
+        if (accepted && ++pos >= len)
             return Step::RanOut;
     }
 }
@@ -149,40 +127,26 @@ bool delimiter(unsigned char byte)
     return byte == 0 || byte == '\n' || byte == '\r';
 }
 
+// Searches one window byte by byte; adds what it consumed to *offset.
 int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *offset, int64_t *line,
                 const unsigned char *print, bool word, std::string &out)
 {
-    if (len < 1)
-        return 0;
     int reports = 0, p = 0, stop = len;
     char head[64];
-    for (;;) {
-        int start, end = 0;
-        Step step;
-        std::memset(s_matchCount, 0, sizeof s_matchCount);
+    while (len > 0) {
+        int start = p, end = 0;
         if (s_first) {
-            int i = p;
-            while (i < len && buf[i] != s_first)
-                *line += buf[i++] == '\n';
-            if (i >= len) {
-                stop = len;
+            while (start < len && buf[start] != s_first)
+                *line += buf[start++] == '\n';
+            if (start >= len)
                 break;
-            }
-            *line += buf[i] == '\n';
-            start = i;
-            s_matchCount[0] = 1;
-            if (s_elements.size() == 1) {
-                end = i + 1;
-                step = Step::Success;
-            } else {
-                step = modelAttempt(buf, len, i + 1, 1, &end);
-            }
-        } else {
-            if (p >= len)
-                break;
-            start = p;
-            step = modelAttempt(buf, len, p, 0, &end);
+            *line += buf[start] == '\n';
+        } else if (p >= len) {
+            break;
         }
+        const Step step = !s_first                 ? modelAttempt(buf, len, p, 0, &end)
+                          : s_elements.size() == 1 ? (end = start + 1, Step::Success)
+                                                   : modelAttempt(buf, len, start + 1, 1, &end);
         if (step == Step::Fail) {
             p = start + 1;
             continue;
@@ -191,7 +155,7 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
             stop = s_first ? start + 1 : start;
             break;
         }
-        int64_t lineAtStart = *line;
+        const int64_t lineAtStart = *line;
         for (int q = s_first ? start + 1 : start; q < end; ++q)
             *line += buf[q] == '\n';
         if (word && ((start > 0 && wordByte(buf[start - 1])) || (end < len && wordByte(buf[end])))) {
@@ -200,27 +164,21 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
         }
         ++reports;
         const char *text = reinterpret_cast<const char *>(print);
+        int from = start, to = end;
         if (g_fBinary) {
-            if (name) {
-                std::snprintf(head, sizeof head, " (%#lx): ", static_cast<long>(*offset + start));
-                out += std::string(name) + head + std::string(text + start, strnlen(text + start, size_t(end - start)));
-                out += '\n';
-            }
-            p = end;
-            continue;
-        }
-        int lineStart = start + 1;
-        if (!delimiter(buf[start]))
-            for (lineStart = start; lineStart > 0 && !delimiter(buf[lineStart - 1]); --lineStart) {
-            }
-        int lineEnd = lineStart;
-        while (lineEnd < len && !delimiter(buf[lineEnd]))
-            ++lineEnd;
-        if (name) {
+            to = start + static_cast<int>(strnlen(text + start, size_t(end - start)));
+            std::snprintf(head, sizeof head, " (%#lx): ", static_cast<long>(*offset + start));
+        } else {
+            from = delimiter(buf[start]) ? start + 1 : start;
+            while (from > 0 && !delimiter(buf[from - 1]) && !delimiter(buf[start]))
+                --from;
+            for (to = from; to < len && !delimiter(buf[to]);)
+                ++to;
             std::snprintf(head, sizeof head, " (%lld): ", static_cast<long long>(lineAtStart + 1));
-            out += std::string(name) + head + std::string(text + lineStart, size_t(lineEnd - lineStart)) + '\n';
         }
-        p = lineEnd;
+        if (name)
+            out += std::string(name) + head + std::string(text + from, size_t(to - from)) + '\n';
+        p = g_fBinary ? end : to;
     }
     *offset += stop;
     return reports;
@@ -239,6 +197,8 @@ extern "C" ssize_t read(int fd, void *buffer, size_t count)
 
 namespace {
 
+// The plain design over a whole file: one read per window, the cut, the
+// folded copy, the carry.
 std::string modelFile(const std::string &content, const std::string &path)
 {
     unsigned char buf[kModelWindow], copy[kModelWindow];
@@ -246,35 +206,30 @@ std::string modelFile(const std::string &content, const std::string &path)
     int carried = 0;
     size_t readPos = 0;
     int64_t offset = 0, line = 0, total = 0;
-    const int64_t size = static_cast<int64_t>(content.size());
-    while (offset < size) {
-        size_t want = static_cast<size_t>(kModelWindow - carried);
-        size_t got = std::min({want, s_readCap != 0 ? s_readCap : want, content.size() - readPos});
+    while (offset < static_cast<int64_t>(content.size())) {
+        const size_t want = static_cast<size_t>(kModelWindow - carried);
+        const size_t got = std::min({want, s_readCap != 0 ? s_readCap : want, content.size() - readPos});
         if (got == 0)
             break;
         std::memcpy(buf + carried, content.data() + readPos, got);
         readPos += got;
-        int n = carried + static_cast<int>(got);
+        const int n = carried + static_cast<int>(got);
         int searched = n;
-        if (n >= kModelCutFrom + 1)
-            for (int i = n - 1; i >= kModelCutFrom; --i)
-                if (buf[i] == '\n') {
-                    searched = i + 1;
-                    break;
-                }
-        if (!g_fMatchCase) {
-            std::memcpy(copy, buf, static_cast<size_t>(searched));
-            for (int i = 0; i < searched; ++i)
-                buf[i] = static_cast<unsigned char>(std::tolower(buf[i]));
-        }
-        int64_t before = offset;
-        total += modelSearch(g_fFileNamesOnly ? nullptr : path.c_str(), buf, searched, &offset, &line,
-                             g_fMatchCase ? buf : copy, g_fMatchWord, out);
-        int64_t consumed = offset - before;
-        int64_t leftover = std::max<int64_t>(0, searched - consumed - (consumed == 0));
-        int keep = static_cast<int>(leftover) + (n - searched);
-        std::memmove(buf, buf + (searched - leftover), static_cast<size_t>(keep));
-        carried = keep;
+        for (int i = n - 1; n > kModelCutFrom && i >= kModelCutFrom; --i)
+            if (buf[i] == '\n') {
+                searched = i + 1;
+                break;
+            }
+        std::memcpy(copy, buf, static_cast<size_t>(searched));
+        for (int i = 0; i < searched && !g_fMatchCase; ++i)
+            buf[i] = static_cast<unsigned char>(std::tolower(buf[i]));
+        const int64_t before = offset;
+        total += modelSearch(g_fFileNamesOnly ? nullptr : path.c_str(), buf, searched, &offset, &line, copy,
+                             g_fMatchWord, out);
+        const int64_t consumed = offset - before;
+        const int64_t leftover = std::max<int64_t>(0, searched - consumed - (consumed == 0));
+        carried = static_cast<int>(leftover) + (n - searched);
+        std::memmove(buf, buf + (searched - leftover), static_cast<size_t>(carried));
     }
     if (g_fFileNamesOnly && total > 0)
         out += path + " : " + std::to_string(total) + " occurrence" + (total == 1 ? "" : "s") + ".\n";
@@ -283,63 +238,25 @@ std::string modelFile(const std::string &content, const std::string &path)
 
 // ---- driving both ----
 
-void compileFor(const SearchSetup &setup, bool widen)
+void expectSame(const SearchSetup &setup, const std::string &content)
 {
-    g_fBinary = setup.binary;
-    g_fMatchCase = setup.matchCase;
-    g_fRegExp = setup.regExp;
-    g_fMatchWord = setup.word;
-    g_fFileNamesOnly = setup.namesOnly;
-    g_fCountLines = 0;
-    std::string pattern = setup.pattern;
-    if (widen) {
-        PreparePattern(pattern.data(), setup.regExp, setup.matchCase);
-        return;
-    }
-    if (!setup.matchCase)
-        for (char &ch : pattern)
-            ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-    modelRead(pattern, setup.regExp);
+    g_fBinary = setup.binary, g_fMatchCase = setup.matchCase, g_fRegExp = setup.regExp;
+    g_fMatchWord = setup.word, g_fFileNamesOnly = setup.namesOnly, g_fCountLines = 0;
+    const std::string path = testing::TempDir() + "fyndle-model-" + std::to_string(getpid()) + ".txt";
+    std::ofstream(path, std::ios::binary) << content;
+    std::string pattern = setup.pattern, folded = pattern;
+    for (char &ch : folded)
+        ch = setup.matchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    modelRead(folded, setup.regExp);
+    const std::string want = modelFile(content, path);
+    PreparePattern(pattern.data(), setup.regExp, setup.matchCase);
+    StdoutCapture capture;
+    ScanFile(AT_FDCWD, path.c_str(), path.c_str());
+    std::remove(path.c_str());
+    ASSERT_EQ(capture.take(), want) << "pattern '" << setup.pattern << "' r" << setup.regExp << " b" << setup.binary
+                                    << " c" << setup.matchCase << " w" << setup.word << " f" << setup.namesOnly
+                                    << " size " << content.size();
 }
-
-class ScannerModel : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        std::string templ = testing::TempDir() + "fyndle-model-XXXXXX";
-        ASSERT_NE(mkdtemp(templ.data()), nullptr);
-        dir_ = templ;
-        dirFd_ = open(dir_.c_str(), O_RDONLY | O_DIRECTORY);
-        ASSERT_GE(dirFd_, 0);
-    }
-    void TearDown() override
-    {
-        unlinkat(dirFd_, "f.txt", 0);
-        close(dirFd_);
-        rmdir(dir_.c_str());
-    }
-
-    void expectSame(const SearchSetup &setup, const std::string &content)
-    {
-        int fd = openat(dirFd_, "f.txt", O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        ASSERT_GE(fd, 0);
-        ASSERT_EQ(write(fd, content.data(), content.size()), static_cast<ssize_t>(content.size()));
-        close(fd);
-        const std::string path = dir_ + "/f.txt";
-        compileFor(setup, false);
-        std::string want = modelFile(content, path);
-        compileFor(setup, true);
-        StdoutCapture capture;
-        ScanFile(dirFd_, "f.txt", path.c_str());
-        std::string got = capture.take();
-        ASSERT_EQ(got, want) << "pattern '" << setup.pattern << "' r" << setup.regExp << " b" << setup.binary << " c"
-                             << setup.matchCase << " w" << setup.word << " f" << setup.namesOnly << " size "
-                             << content.size();
-    }
-
-    std::string dir_;
-    int dirFd_ = -1;
-};
 
 std::string randomText(std::mt19937 &rng, size_t size, const std::string &alphabet)
 {
@@ -350,7 +267,7 @@ std::string randomText(std::mt19937 &rng, size_t size, const std::string &alphab
     return text;
 }
 
-TEST_F(ScannerModel, LongFilesWithCutsCarriesAndFolding)
+TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
 {
     std::mt19937 rng(20261122);
     // Few letters so that matches and near-matches are frequent; the newline
@@ -378,34 +295,29 @@ TEST_F(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     }
 }
 
-TEST_F(ScannerModel, CarriedFoldedBytesPrintFolded)
+TEST(ScannerModel, WindowEdges)
 {
     // A line longer than a window with a candidate at the window's end: the
-    // carried bytes were folded by the window that searched them.
-    std::string content = std::string(5117, 'x') + "ABCABD\n";
-    expectSame(SearchSetup{"abd", false, false, false, false, false}, content);
-    expectSame(SearchSetup{"abd", false, true, false, false, false}, content);
-    expectSame(SearchSetup{"xyw", false, false, false, false, false}, std::string(5117, '-') + "XYZXYW\n");
-}
-
-TEST_F(ScannerModel, StuckWindowsMoveOnByOneByte)
-{
-    // An attempt from the window's first byte that runs off its end consumes
-    // nothing: the window moves on by one byte without the offset. A run of
-    // such windows ends at the first that holds what decides the attempt (a
-    // match, a refused byte, the file's end); a newline past the cut point
-    // shortens some of them; mixed case shows the folded carried bytes.
+    // carried bytes were folded by the window that searched them. An attempt
+    // from the window's first byte that runs off its end consumes nothing:
+    // the window moves on by one byte without the offset. A run of such
+    // windows ends at the first that holds what decides the attempt (a match,
+    // a refused byte, the file's end); a newline past the cut point shortens
+    // some of them; mixed case shows the folded carried bytes.
     std::string letters;
     for (int i = 0; i < 12000; ++i)
         letters += "abcdEFGH"[i % 8];
-    const std::string plain = std::string(12000, 'a') + "q\nxaq\n";
+    const std::string carried = std::string(5117, 'x') + "ABCABD\n", plain = std::string(12000, 'a') + "q\nxaq\n";
     const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
     const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
-    const std::string atEnd = letters + "_q";
+    const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
     const struct {
         SearchSetup setup;
         const std::string &content;
     } cases[] = {
+        {{"abd", false, false, false, false, false}, carried},
+        {{"abd", false, true, false, false, false}, carried},
+        {{"xyw", false, false, false, false, false}, xyz},
         {{"[^q]*q", true, true, false, false, false}, plain},
         {{"[^q]*q", true, false, false, false, false}, plain},
         {{"[^q]*q", true, false, false, false, false}, cut},
@@ -422,6 +334,10 @@ TEST_F(ScannerModel, StuckWindowsMoveOnByOneByte)
     };
     for (const auto &c : cases)
         expectSame(c.setup, c.content);
+    // A newline just before the cut's first place does not cut the window, one at it does.
+    for (size_t newline : {4800, 4801})
+        expectSame(SearchSetup{"needle", false, true, false, false, false},
+                   std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 // against qv::qv_shared. One call into each unit, so that each must link.
 // Exit status 0 when every result is right, else the number of wrong ones.
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "qvstdlib.h"
@@ -13,16 +12,10 @@
 
 int main()
 {
-    int wrong = 0;
-    double **m = MatAllocBlock(2, 2);
-    wrong += m == nullptr;
-    if (m != nullptr) {
-        MatI(m, 2);
-        double **copy = MatDup(m, 2, 2);
-        wrong += copy == nullptr || copy[0][0] != 1.0 || copy[0][1] != 0.0;
-        MatFreeBlock(copy), MatFreeBlock(m);
-    }
     char text[40];
+    double **m = MatAllocBlock(2, 2);
+    int wrong = m == nullptr;
+    MatFreeBlock(m);
     Dbl2DateStrA(text, sizeof text, 1, 0, 1, 0, 2451545 + GetJulianTime(12, 30, 0, 0));
     wrong += std::string(text) != "2000-01-01 Sat 12:30";
     wrong += std::string(SFileExtA("dir/name.tar.gz")) != ".gz";
