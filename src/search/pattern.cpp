@@ -193,6 +193,10 @@ int PreparePattern(char *pattern, int regExp, int matchCase)
     if (!matchCase)
         StrLower(pattern);
     g_fMatchCase = matchCase ? 1 : 0;
+    // The compiler clears the 255 entries it is given; byte 255's is cleared
+    // here, so that a process preparing one pattern after another (the tests,
+    // the fuzzer) starts each from the zeroed table the tool starts from.
+    g_aiPattern[255] = 0;
     g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern, &g_chFirst, regExp);
     if (!matchCase)
         WidenPatternForCase(g_aiPattern);
