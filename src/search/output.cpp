@@ -188,6 +188,12 @@ OutputSlot *OutputOpenFileSlot()
     return openSlot(true);
 }
 
+size_t OutputSlotsInUse()
+{
+    std::lock_guard<std::mutex> held(s_lock);
+    return s_order.size();
+}
+
 void OutputEnterSlot(OutputSlot *slot)
 {
     t_slot = slot;

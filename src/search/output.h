@@ -29,6 +29,10 @@ void OutputBeginOrdered();
 // thread only, in ordered mode.
 OutputSlot *OutputOpenFileSlot();
 
+// How many slots are open or waiting to be written; OutputOpenFileSlot
+// waits while they are at their limit. Walk thread, in ordered mode.
+size_t OutputSlotsInUse();
+
 // Makes slot the calling thread's slot, or (null) gives it none again.
 void OutputEnterSlot(OutputSlot *slot);
 

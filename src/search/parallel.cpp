@@ -10,6 +10,7 @@
 // each thread has its own window buffers and match counts.
 #include "parallel.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
@@ -32,6 +33,17 @@ namespace {
 // both one thread's work, become the limit first.
 constexpr int kMaxSearchThreads = 16;
 
+// A searching thread that found no job sleeps until the walk has queued
+// kWakeBatch jobs, or holds half of the output's slots, or ends: waking a
+// thread costs about as much as searching a small file, so a wake per file
+// cost more than the second thread gained. The sleep is also cut short
+// every kNapTime, since the walk may fill the slots with its own messages
+// (as -v does over empty folders) while a queued job is the oldest slot:
+// then only a searching thread can free them.
+constexpr size_t kWakeBatch = 32;
+constexpr size_t kWakeSlots = 32;
+constexpr std::chrono::milliseconds kNapTime{2};
+
 struct Job {
     int fd;           // the open file, or -1 when it could not be opened
     std::string path; // full path as printed
@@ -42,6 +54,7 @@ std::mutex s_queueLock;
 std::condition_variable s_queueChanged;
 std::deque<Job> s_jobs; // jobs not yet taken, in the walk's order
 bool s_ending = false;  // no more jobs will come
+int s_idle = 0;         // searching threads asleep, waiting for jobs
 std::vector<std::thread> s_threads;
 
 void searchJobs()
@@ -50,7 +63,11 @@ void searchJobs()
         Job job;
         {
             std::unique_lock<std::mutex> held(s_queueLock);
-            s_queueChanged.wait(held, [] { return !s_jobs.empty() || s_ending; });
+            while (s_jobs.empty() && !s_ending) {
+                ++s_idle;
+                s_queueChanged.wait_for(held, kNapTime);
+                --s_idle;
+            }
             if (s_jobs.empty())
                 return;
             job = std::move(s_jobs.front());
@@ -79,10 +96,13 @@ void BeginSearch()
     if (count < 2)
         return;
     s_ending = false;
-    // Threads that cannot be started are done without: with none, the walk
-    // searches every file itself.
+    // The walk keeps one CPU busy: listing, opening and handing over files
+    // cost about as much as searching them, and a searching thread beside
+    // it on every CPU only made them take turns. Threads that cannot be
+    // started are done without: with none, the walk searches every file
+    // itself.
     try {
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count - 1; ++i)
             s_threads.emplace_back(searchJobs);
     } catch (const std::system_error &) {
     }
@@ -102,11 +122,15 @@ void SearchFile(int dirFd, const char *name, const char *path)
         return;
     }
     OutputSlot *slot = OutputOpenFileSlot();
+    const bool slotsFilling = OutputSlotsInUse() >= kWakeSlots;
+    bool wake;
     {
         std::lock_guard<std::mutex> held(s_queueLock);
         s_jobs.push_back(Job{fd, path, slot});
+        wake = s_idle > 0 && (s_jobs.size() >= kWakeBatch || slotsFilling);
     }
-    s_queueChanged.notify_one();
+    if (wake)
+        s_queueChanged.notify_all();
 }
 
 void EndSearch()

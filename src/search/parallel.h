@@ -1,6 +1,6 @@
 // Parallel search: the folder walk hands each file to a pool of searching
-// threads, one per CPU the process may run on, while the output keeps the
-// order of a one-thread run (output.h). On one CPU no thread is started and
+// threads, one per CPU the process may run on besides the walk's own, while
+// the output keeps the order of a one-thread run (output.h). On one CPU no thread is started and
 // every file is searched by the walk itself, as it comes.
 #pragma once
 
@@ -10,7 +10,8 @@
 // at least 1.
 int SearchThreadCount();
 
-// Starts the searching threads when more than one CPU is allowed.
+// Starts SearchThreadCount() - 1 searching threads when more than one CPU
+// is allowed.
 void BeginSearch();
 
 // The walk's call for one listed file `name` of the folder open as dirFd,
