@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <sys/stat.h>
 #include <random>
 #include <string>
 #include <vector>
@@ -14,12 +15,12 @@
 namespace {
 
 // Both ways, the same result; returns the pinned one.
-RunResult sameBothWays(const std::vector<std::string> &args)
+RunResult sameBothWays(const std::vector<std::string> &args, int timeoutSeconds = 120)
 {
     SCOPED_TRACE(testing::PrintToString(args));
-    RunResult all = runFyndle(args, "", 120);
+    RunResult all = runFyndle(args, "", timeoutSeconds);
     g_runOnOneCpu = true;
-    RunResult one = runFyndle(args, "", 120);
+    RunResult one = runFyndle(args, "", timeoutSeconds);
     g_runOnOneCpu = false;
     EXPECT_EQ(all.exitCode, one.exitCode);
     EXPECT_TRUE(all.out == one.out) << "outputs differ: " << all.out.size() << " and " << one.out.size() << " bytes";
@@ -62,6 +63,18 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
     sameBothWays({"-s", "-b", "-w", "NEEDLE", tree.root(), "*1.txt;*3.txt"});
     const RunResult counted = sameBothWays({"-s", "-l", tree.root()});
     EXPECT_NE(counted.out.find(std::to_string(lines) + " lines counted"), std::string::npos);
+}
+
+// Under -v the walk's lines for 300 empty folders fill the output's slots
+// behind one file handed over for search, while the searching threads
+// sleep until more files come: they must still take it.
+TEST(Parallel, VerboseLinesBehindAQueuedFileDoNotStallTheRun)
+{
+    TempTree tree;
+    tree.file("a/f.txt", "needle\n");
+    for (int i = 0; i < 300; ++i)
+        ASSERT_EQ(mkdir(tree.path("a/e" + std::to_string(i)).c_str(), 0755), 0);
+    EXPECT_EQ(sameBothWays({"-s", "-v", "needle", tree.root()}, 20).exitCode, 0);
 }
 
 // A closed pipe and the full device end the run as on one CPU: the signal
