@@ -115,6 +115,14 @@ TEST(Matcher, HowFarTheSearchGetsAndTheLineCount)
     EXPECT_EQ(line, 3);
 }
 
+// Byte 255 lies beyond the compiler's table length: a pattern prepared
+// after one that takes it must not take it too.
+TEST(Matcher, EachPatternStartsFromAClearTable)
+{
+    EXPECT_EQ(runSearch("r", "[\xf0-\xff]", "\xff\n").found, 1);
+    EXPECT_EQ(runSearch("r", "[bc]", "\xff\n").found, 0);
+}
+
 // A random -r pattern of up to six elements: first elements that accept one,
 // two, three or many bytes, sets with 'z', negated sets, escapes, '.', '$',
 // and '*' or '+' after any element that takes one.
