@@ -38,8 +38,6 @@ constexpr size_t kKeptLimit = 1 << 20;
 constexpr size_t kPieceSize = 16 << 10;
 // Bytes a thread gathers before it hands them to its slot.
 constexpr size_t kStagingLimit = 8 << 10; // below kPieceSize
-// Slots that may be unwritten at once (each file slot holds an open file).
-constexpr size_t kSlotLimit = 64;
 
 std::mutex s_lock;
 std::condition_variable s_changed; // a slot retired, kept bytes written, or direct moved
@@ -104,7 +102,7 @@ OutputSlot *openSlot(bool isFile)
     auto *slot = new OutputSlot;
     slot->isFile = isFile;
     std::unique_lock<std::mutex> held(s_lock);
-    s_changed.wait(held, [] { return s_order.size() < kSlotLimit; });
+    s_changed.wait(held, [] { return s_order.size() < kOutputSlotLimit; });
     s_order.push_back(slot);
     if (s_order.size() == 1 && !s_flushing)
         s_direct.store(slot, std::memory_order_release);

@@ -29,8 +29,11 @@ void OutputBeginOrdered();
 // thread only, in ordered mode.
 OutputSlot *OutputOpenFileSlot();
 
+// Slots that may be unwritten at once (each file slot holds an open file).
+constexpr size_t kOutputSlotLimit = 64;
+
 // How many slots are open or waiting to be written; OutputOpenFileSlot
-// waits while they are at their limit. Walk thread, in ordered mode.
+// waits while they are at kOutputSlotLimit. Walk thread, in ordered mode.
 size_t OutputSlotsInUse();
 
 // Makes slot the calling thread's slot, or (null) gives it none again.

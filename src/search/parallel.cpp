@@ -41,7 +41,7 @@ constexpr int kMaxSearchThreads = 16;
 // (as -v does over empty folders) while a queued job is the oldest slot:
 // then only a searching thread can free them.
 constexpr size_t kWakeBatch = 32;
-constexpr size_t kWakeSlots = 32;
+constexpr size_t kWakeSlots = kOutputSlotLimit / 2;
 constexpr std::chrono::milliseconds kNapTime{2};
 
 struct Job {
