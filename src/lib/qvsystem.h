@@ -45,6 +45,17 @@ wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count,
 // 0).
 wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count, int files);
 
+// As FileListByMaskAt(dirFd, mask, count, 1), and from the same reading of
+// the folder its visible subfolders (hidden ones and entries of unknown type
+// skipped), for a walk into them: a plain table of new narrow strings in
+// *folders, each name as the folder stores it (never passed through wide
+// text, so any name can be opened), in the folder's order, with their number
+// in *folderCount; null and 0 when there is none or folders is null. A null
+// or empty mask lists no files but still the subfolders. Release both tables
+// with TabFreePlain(table, count, 1). When memory runs out, each table keeps
+// the names collected so far.
+wchar_t **FileListWithFoldersAt(int dirFd, const wchar_t *mask, int *count, char ***folders, int *folderCount);
+
 // As FileListByMask with the mask "*." followed by ext (a leading '.' of ext
 // is skipped; a null ext counts as empty). The mask is built in a buffer of
 // 260 wide characters: an extension longer than 257 characters (after its

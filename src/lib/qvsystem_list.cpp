@@ -3,13 +3,15 @@
 //
 // The listing works on an open folder descriptor, so that a folder whose
 // path is too long to name in one call can still be listed; the path form
-// opens the folder and lists it the same way. The descriptor is read
+// opens the folder and lists it the same way. A folder walk can take the
+// subfolders from the same reading of the folder, as their stored narrow
+// names (not passed through wide text, so that any name can be opened). The descriptor is read
 // through a fresh open of "." relative to it, which has its own read
 // position: the caller's descriptor is neither moved nor closed.
 //
 // Names are tested as wide text, case-sensitively, one code point against
-// one mask character. The table starts with room for kGrowBy entries and
-// grows by kGrowBy; an empty result is a null table with a count of 0, so
+// one mask character. The table grows kGrowBy entries at a time; an empty
+// result is a null table with a count of 0, so
 // callers never see an empty table. Each name passes through a fixed
 // conversion buffer of kNameBuffer wide characters: a longer name is cut
 // there (whole characters only) rather than overflowing it.
@@ -23,6 +25,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 
 namespace {
@@ -42,8 +45,9 @@ bool entryHasWantedType(const dirent *entry, int files)
     return files ? entry->d_type == DT_REG : entry->d_type == DT_DIR;
 }
 
-// Appends a copy of name; grows the table when it is full. false when memory
-// runs out, in which case the table holds what it held before.
+// Appends a copy of name; grows the table (which may start null with a
+// capacity of 0) when it is full. false when memory runs out, in which case
+// the table holds what it held before.
 bool appendName(wchar_t ***table, int *capacity, int *count, const wchar_t *name)
 {
     if (*count == *capacity) {
@@ -61,28 +65,49 @@ bool appendName(wchar_t ***table, int *capacity, int *count, const wchar_t *name
     return true;
 }
 
-wchar_t **listOpenFolder(DIR *dir, const wchar_t *mask, int *count, int files)
+// Appends a copy of the narrow name; as appendName.
+bool appendFolder(char ***table, int *capacity, int *count, const char *name)
 {
-    int capacity = kGrowBy;
-    auto table = static_cast<wchar_t **>(malloc(sizeof(wchar_t *) * kGrowBy));
-    if (!table)
-        return nullptr;
+    if (*count == *capacity) {
+        auto grown = static_cast<char **>(realloc(*table, sizeof(char *) * static_cast<size_t>(*capacity + kGrowBy)));
+        if (!grown)
+            return false;
+        *table = grown;
+        *capacity += kGrowBy;
+    }
+    char *copy = strdup(name);
+    if (!copy)
+        return false;
+    (*table)[(*count)++] = copy;
+    return true;
+}
 
+// Files (files != 0) or folders fitting mask (null: none) into the result;
+// with folders non-null, also every visible subfolder's narrow name into
+// *folders and *folderCount, which stay null and 0 when there is none.
+wchar_t **listOpenFolder(DIR *dir, const wchar_t *mask, int *count, int files, char ***folders, int *folderCount)
+{
+    int capacity = 0;
+    wchar_t **table = nullptr;
     int found = 0;
+    int folderCapacity = 0;
+    bool listing = mask != nullptr;
+    bool listingFolders = folders != nullptr;
     wchar_t name[kNameBuffer];
-    while (const dirent *entry = readdir(dir)) {
-        if (entry->d_ino == 0 || entry->d_name[0] == '.' || !entryHasWantedType(entry, files))
+    while (listing || listingFolders) {
+        const dirent *entry = readdir(dir);
+        if (!entry)
+            break;
+        if (entry->d_ino == 0 || entry->d_name[0] == '.')
+            continue;
+        if (listingFolders && entry->d_type == DT_DIR &&
+            !appendFolder(folders, &folderCapacity, folderCount, entry->d_name))
+            listingFolders = false;
+        if (!listing || !entryHasWantedType(entry, files))
             continue;
         A2T_cpy(name, kNameBuffer, entry->d_name);
-        if (!FFileMaskMatch(name, mask))
-            continue;
-        if (!appendName(&table, &capacity, &found, name))
-            break;
-    }
-
-    if (found == 0) {
-        free(table);
-        return nullptr;
+        if (FFileMaskMatch(name, mask) && !appendName(&table, &capacity, &found, name))
+            listing = false;
     }
     *count = found;
     return table;
@@ -130,14 +155,10 @@ extern "C" int FFileMaskMatch(const wchar_t *name, const wchar_t *mask)
     return pos == length ? 1 : 0;
 }
 
-extern "C" wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count, int files)
+namespace {
+
+wchar_t **listAt(int dirFd, const wchar_t *mask, int *count, int files, char ***folders, int *folderCount)
 {
-    int ignored = 0;
-    if (!count)
-        count = &ignored;
-    *count = 0;
-    if (dirFd < 0 || !mask || mask[0] == L'\0')
-        return nullptr;
     int ownFd = openat(dirFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (ownFd < 0)
         return nullptr;
@@ -146,8 +167,41 @@ extern "C" wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count
         close(ownFd);
         return nullptr;
     }
-    wchar_t **table = listOpenFolder(dir, mask, count, files);
+    wchar_t **table = listOpenFolder(dir, mask, count, files, folders, folderCount);
     closedir(dir);
+    return table;
+}
+
+} // namespace
+
+extern "C" wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count, int files)
+{
+    int ignored = 0;
+    if (!count)
+        count = &ignored;
+    *count = 0;
+    if (dirFd < 0 || !mask || mask[0] == L'\0')
+        return nullptr;
+    return listAt(dirFd, mask, count, files, nullptr, nullptr);
+}
+
+extern "C" wchar_t **FileListWithFoldersAt(int dirFd, const wchar_t *mask, int *count, char ***folders,
+                                           int *folderCount)
+{
+    int ignored = 0;
+    if (!count)
+        count = &ignored;
+    *count = 0;
+    int ignoredFolders = 0;
+    if (!folderCount)
+        folderCount = &ignoredFolders;
+    *folderCount = 0;
+    if (folders)
+        *folders = nullptr;
+    if (dirFd < 0)
+        return nullptr;
+    wchar_t **table =
+        listAt(dirFd, mask && mask[0] ? mask : nullptr, count, 1, folders, folders ? folderCount : nullptr);
     return table;
 }
 

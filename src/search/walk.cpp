@@ -12,9 +12,9 @@
 // of the level below and checks that the folder is the same one (device and
 // inode); failing that, it reopens it by name from the starting folder.
 //
-// Files are listed through the library's listing, by descriptor; folders to
-// walk into are read here with the raw names, so that a folder whose name
-// is not valid UTF-8 is still entered. Names go through wide text on their
+// Files are listed through the library's listing, by descriptor, and the
+// same reading of the folder gives the folders to walk into, by their raw
+// names, so that a folder whose name is not valid UTF-8 is still entered. Names go through wide text on their
 // way from the folder to the mask test and back, so a file name that is not
 // valid UTF-8 comes back changed and is reported as a file that cannot be
 // opened, and a folder whose path does not survive that trip lists the
@@ -26,7 +26,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <memory>
 #include <string>
@@ -106,35 +105,32 @@ bool roundTrips(const char *text, std::string *changed)
     return false;
 }
 
-// The visible subfolders of the folder open as fd, in the folder's order.
-std::vector<std::string> readSubfolders(int fd)
+// Takes a plain table of narrow names, as the listing returns it.
+std::vector<std::string> takeNames(char **table, int count)
 {
-    std::vector<std::string> folders;
-    if (fd < 0)
-        return folders;
-    int own = openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR *dir = own < 0 ? nullptr : fdopendir(own);
-    if (dir == nullptr) {
-        if (own >= 0)
-            close(own);
-        return folders;
-    }
-    while (const dirent *entry = readdir(dir))
-        if (entry->d_ino != 0 && entry->d_name[0] != '.' && entry->d_type == DT_DIR)
-            folders.emplace_back(entry->d_name);
-    closedir(dir);
-    return folders;
+    std::vector<std::string> names(table, table + count);
+    TabFreePlain(table, static_cast<uint64_t>(count), 1);
+    return names;
 }
 
 // Searches the files of the folder open as fd that fit one mask, listed
-// from listFd, and adds them to the run's counters.
-void doFiles(std::string &path, int fd, int listFd, const char *mask)
+// from listFd, and adds them to the run's counters. With subfolders
+// non-null the same listing gives the folder's subfolders (listFd must then
+// be fd).
+void doFiles(std::string &path, int fd, int listFd, const char *mask, std::vector<std::string> *subfolders)
 {
     int count = 0;
     wchar_t **list = nullptr;
     if (listFd >= 0) {
         std::unique_ptr<wchar_t, FreeDeleter> wideMask(A2T_dup(mask));
-        list = FileListByMaskAt(listFd, wideMask.get(), &count, 1);
+        if (subfolders != nullptr) {
+            char **folders = nullptr;
+            int folderCount = 0;
+            list = FileListWithFoldersAt(listFd, wideMask.get(), &count, &folders, &folderCount);
+            *subfolders = takeNames(folders, folderCount);
+        } else {
+            list = FileListByMaskAt(listFd, wideMask.get(), &count, 1);
+        }
     }
     if (g_fVerbose)
         ReportTrying(path.c_str(), count);
@@ -154,17 +150,30 @@ void doFiles(std::string &path, int fd, int listFd, const char *mask)
 }
 
 // Every mask over the folder open as fd (-1: a folder that could not be
-// opened, which lists nothing).
-void doAllFiles(std::string &path, int fd, bool pathRoundTrips, const std::vector<std::string> &masks)
+// opened, which lists nothing). With subfolders non-null, also the
+// folder's subfolders, from the first mask's reading of the folder where
+// that one lists fd itself.
+void doAllFiles(std::string &path, int fd, bool pathRoundTrips, const std::vector<std::string> &masks,
+                std::vector<std::string> *subfolders)
 {
     int listFd = fd;
     std::string changed;
     if (fd >= 0 && !pathRoundTrips && !roundTrips(path.c_str(), &changed))
         listFd = changed.empty() ? -1 : openLong(AT_FDCWD, changed, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    for (const std::string &mask : masks)
-        doFiles(path, fd, listFd, mask.c_str());
+    std::vector<std::string> *foldersPending = fd >= 0 ? subfolders : nullptr;
+    for (const std::string &mask : masks) {
+        doFiles(path, fd, listFd, mask.c_str(), listFd == fd ? foldersPending : nullptr);
+        if (listFd == fd)
+            foldersPending = nullptr;
+    }
     if (listFd >= 0 && listFd != fd)
         close(listFd);
+    if (foldersPending != nullptr) {
+        char **folders = nullptr;
+        int folderCount = 0;
+        FileListWithFoldersAt(fd, nullptr, nullptr, &folders, &folderCount);
+        *foldersPending = takeNames(folders, folderCount);
+    }
 }
 
 bool sameFolder(int fd, const Level &level)
@@ -204,10 +213,11 @@ void reopen(std::vector<Level> &stack, size_t at, int belowFd)
 
 // Depth first, pre-order: each folder's own files, then its subfolders in
 // listing order.
-void doFolders(std::string &path, int fd, bool pathRoundTrips, const std::vector<std::string> &masks)
+void doFolders(std::string &path, int fd, bool pathRoundTrips, const std::vector<std::string> &masks,
+               std::vector<std::string> subfolders)
 {
     std::vector<Level> stack;
-    stack.push_back(Level{readSubfolders(fd), 0, path.size(), fd, 0, 0, pathRoundTrips});
+    stack.push_back(Level{std::move(subfolders), 0, path.size(), fd, 0, 0, pathRoundTrips});
     size_t firstOpen = 1; // levels [1, firstOpen) have their descriptor closed
     while (!stack.empty()) {
         Level &top = stack.back();
@@ -230,8 +240,8 @@ void doFolders(std::string &path, int fd, bool pathRoundTrips, const std::vector
         path += name;
         const bool subRoundTrips = top.pathRoundTrips && roundTrips(name.c_str(), nullptr);
         int sub = top.fd < 0 ? -1 : openat(top.fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        doAllFiles(path, sub, subRoundTrips, masks);
-        std::vector<std::string> subfolders = readSubfolders(sub);
+        std::vector<std::string> subfolders;
+        doAllFiles(path, sub, subRoundTrips, masks, &subfolders);
         struct stat status;
         if (subfolders.empty() || fstat(sub, &status) != 0) {
             if (sub >= 0)
@@ -353,9 +363,10 @@ int FRunMask(char *directory, const char *maskList)
     int fd = path.empty() ? -1 : openLong(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const bool pathRoundTrips = roundTrips(path.c_str(), nullptr);
     BeginSearch();
-    doAllFiles(path, fd, pathRoundTrips, masks);
+    std::vector<std::string> subfolders;
+    doAllFiles(path, fd, pathRoundTrips, masks, g_fDoSubdirectories ? &subfolders : nullptr);
     if (g_fDoSubdirectories && fd >= 0)
-        doFolders(path, fd, pathRoundTrips, masks);
+        doFolders(path, fd, pathRoundTrips, masks, std::move(subfolders));
     EndSearch();
     if (fd >= 0)
         close(fd);

@@ -149,6 +149,46 @@ TEST_F(QvSystemFiles, ListByMask)
     close(fd);
 }
 
+// One reading gives the files that fit and every visible subfolder, the
+// latter by their stored names, even where those are not UTF-8.
+TEST_F(QvSystemFiles, ListWithFoldersKeepsRawFolderNames)
+{
+    ASSERT_EQ(mkdir(at("\xff\xfe").c_str(), 0755), 0);
+    using Raw = std::vector<std::string>;
+    const Raw allFolders{"sub", "sub.d", "\xff\xfe"};
+    const int fd = open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const struct {
+        int dirFd;
+        const wchar_t *mask;
+        bool wantFolders;
+        Names files;
+        Raw folders;
+    } cases[] = {
+        {fd, L"*.txt", true, {L"x.txt"}, allFolders},
+        {fd, nullptr, true, {}, allFolders},
+        {fd, L"", true, {}, allFolders},
+        {fd, L"a*", false, {L"a.b.txt", L"abc", L"abcd", L"ac"}, {}},
+        {-1, L"*", true, {}, {}},
+    };
+    for (const auto &c : cases) {
+        int count = 7, folderCount = 7;
+        char **folders = reinterpret_cast<char **>(&count); // must be replaced
+        wchar_t **files =
+            FileListWithFoldersAt(c.dirFd, c.mask, &count, c.wantFolders ? &folders : nullptr, &folderCount);
+        EXPECT_EQ(sorted(files, &count), c.files);
+        Raw raw;
+        if (c.wantFolders) {
+            EXPECT_EQ(folders != nullptr, folderCount > 0);
+            raw.assign(folders, folders + folderCount);
+            TabFreePlain(folders, static_cast<uint64_t>(folderCount), 1);
+        }
+        EXPECT_TRUE(c.wantFolders || folderCount == 0);
+        std::sort(raw.begin(), raw.end());
+        EXPECT_EQ(raw, c.folders);
+    }
+    close(fd);
+}
+
 TEST_F(QvSystemFiles, ListGrowsAndKeepsWholeNames)
 {
     for (int i = 0; i < 120; ++i) {
