@@ -1,0 +1,115 @@
+// The bulk byte primitives of bytescan.h in 32-byte blocks, for processors
+// that have AVX2; bytescan.h calls them only where the processor has it and
+// the span is at least one block long. Each gives the same answer as its
+// portable form. The last block of a span is read overlapping the one
+// before it: for a first-hit search the bytes read twice are known not to
+// match, and the newline count masks them off.
+#include "bytescan.h"
+
+#if defined(FYNDLE_BYTESCAN_AVX2)
+
+#include <immintrin.h>
+
+const bool g_fAvx2Scan = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
+
+namespace {
+
+[[gnu::target("avx2")]] inline __m256i load32(const unsigned char *at)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(at));
+}
+
+[[gnu::target("avx2")]] inline unsigned eitherMask(const unsigned char *at, __m256i a, __m256i b)
+{
+    const __m256i block = load32(at);
+    return static_cast<unsigned>(
+        _mm256_movemask_epi8(_mm256_or_si256(_mm256_cmpeq_epi8(block, a), _mm256_cmpeq_epi8(block, b))));
+}
+
+} // namespace
+
+[[gnu::target("avx2")]] size_t FindEitherByteAvx2(const unsigned char *text, size_t len, unsigned char a,
+                                                  unsigned char b)
+{
+    const __m256i va = _mm256_set1_epi8(static_cast<char>(a));
+    const __m256i vb = _mm256_set1_epi8(static_cast<char>(b));
+    size_t i = 0;
+    for (; i + 64 <= len; i += 64) {
+        const uint64_t mask = eitherMask(text + i, va, vb) | uint64_t{eitherMask(text + i + 32, va, vb)} << 32;
+        if (mask != 0)
+            return i + static_cast<size_t>(__builtin_ctzll(mask));
+    }
+    for (; i + 32 <= len; i += 32)
+        if (const unsigned mask = eitherMask(text + i, va, vb))
+            return i + static_cast<size_t>(__builtin_ctz(mask));
+    if (i < len)
+        if (const unsigned mask = eitherMask(text + len - 32, va, vb))
+            return len - 32 + static_cast<size_t>(__builtin_ctz(mask));
+    return len;
+}
+
+[[gnu::target("avx2")]] size_t FindBytePairAvx2(const unsigned char *text, size_t count, size_t offsetA,
+                                                unsigned char a1, unsigned char a2, size_t offsetB, unsigned char b1,
+                                                unsigned char b2)
+{
+    const __m256i va1 = _mm256_set1_epi8(static_cast<char>(a1));
+    const __m256i va2 = _mm256_set1_epi8(static_cast<char>(a2));
+    const __m256i vb1 = _mm256_set1_epi8(static_cast<char>(b1));
+    const __m256i vb2 = _mm256_set1_epi8(static_cast<char>(b2));
+    const auto hits = [&](size_t start) __attribute__((target("avx2")))
+    {
+        const __m256i blockA = load32(text + start + offsetA);
+        const __m256i blockB = load32(text + start + offsetB);
+        const __m256i hitA = _mm256_or_si256(_mm256_cmpeq_epi8(blockA, va1), _mm256_cmpeq_epi8(blockA, va2));
+        const __m256i hitB = _mm256_or_si256(_mm256_cmpeq_epi8(blockB, vb1), _mm256_cmpeq_epi8(blockB, vb2));
+        return static_cast<unsigned>(_mm256_movemask_epi8(_mm256_and_si256(hitA, hitB)));
+    };
+    size_t s = 0;
+    for (; s + 64 <= count; s += 64) {
+        const uint64_t mask = hits(s) | uint64_t{hits(s + 32)} << 32;
+        if (mask != 0)
+            return s + static_cast<size_t>(__builtin_ctzll(mask));
+    }
+    for (; s + 32 <= count; s += 32)
+        if (const unsigned mask = hits(s))
+            return s + static_cast<size_t>(__builtin_ctz(mask));
+    if (s < count)
+        if (const unsigned mask = hits(count - 32))
+            return count - 32 + static_cast<size_t>(__builtin_ctz(mask));
+    return count;
+}
+
+[[gnu::target("avx2")]] int64_t CountNewlinesAvx2(const unsigned char *text, size_t len)
+{
+    const __m256i newline = _mm256_set1_epi8('\n');
+    int64_t count = 0;
+    size_t i = 0;
+    while (i + 32 <= len) {
+        // Byte counters may run 255 rounds before they must be summed; two
+        // of them, so that the additions do not wait on each other.
+        size_t rounds = (len - i) / 64;
+        if (rounds > 255)
+            rounds = 255;
+        __m256i sums = _mm256_setzero_si256(), more = _mm256_setzero_si256();
+        for (size_t k = 0; k < rounds; ++k, i += 64) {
+            sums = _mm256_sub_epi8(sums, _mm256_cmpeq_epi8(load32(text + i), newline));
+            more = _mm256_sub_epi8(more, _mm256_cmpeq_epi8(load32(text + i + 32), newline));
+        }
+        if (rounds == 0) {
+            sums = _mm256_sub_epi8(sums, _mm256_cmpeq_epi8(load32(text + i), newline));
+            i += 32;
+        }
+        const __m256i zero = _mm256_setzero_si256();
+        const __m256i wide = _mm256_add_epi64(_mm256_sad_epu8(sums, zero), _mm256_sad_epu8(more, zero));
+        count += _mm256_extract_epi64(wide, 0) + _mm256_extract_epi64(wide, 1) + _mm256_extract_epi64(wide, 2) +
+                 _mm256_extract_epi64(wide, 3);
+    }
+    if (i < len) {
+        const unsigned mask =
+            static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(load32(text + len - 32), newline)));
+        count += __builtin_popcount(mask >> (32 - (len - i)));
+    }
+    return count;
+}
+
+#endif

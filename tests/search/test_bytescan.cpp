@@ -1,0 +1,42 @@
+// Bulk byte primitives against plain loops, over spans of every length up
+// to a few blocks and at every alignment, so that each block size's main
+// loop and its tail are met.
+#include "bytescan.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace {
+
+TEST(ByteScan, AgreesWithPlainLoops)
+{
+    std::mt19937 random(7);
+    std::vector<unsigned char> text(400);
+    for (int round = 0; round < 3000; ++round) {
+        // Few values, sparse hits: spans with none, one and many.
+        const int spread = 2 + round % 40;
+        for (unsigned char &byte : text)
+            byte = "ab\nc"[random() % spread < 4 ? random() % 4 : 3];
+        const size_t at = random() % 40, len = random() % 300, offset = random() % 20;
+        const unsigned char *span = text.data() + at;
+        size_t either = len, pair = len, lines = 0;
+        for (size_t i = len; i-- > 0;) {
+            if (span[i] == 'a' || span[i] == '\n')
+                either = i;
+            if ((span[i] == 'b' || span[i] == 'a') && (span[i + offset] == '\n' || span[i + offset] == 'b'))
+                pair = i;
+            lines += span[i] == '\n';
+        }
+        ASSERT_EQ(FindEitherByte(span, len, 'a', '\n'), either) << round;
+        ASSERT_EQ(FindBytePair(span, len, 0, 'b', 'a', offset, '\n', 'b'), pair) << round;
+        ASSERT_EQ(FindBytePair(span, len, offset, '\n', 'b', 0, 'b', 'a'), pair) << round;
+        ASSERT_EQ(CountNewlines(span, len), static_cast<int64_t>(lines)) << round;
+    }
+    // Byte-wide counters must be summed before they wrap.
+    const std::vector<unsigned char> newlines(20001, '\n');
+    EXPECT_EQ(CountNewlines(newlines.data(), newlines.size()), 20001);
+}
+
+} // namespace
