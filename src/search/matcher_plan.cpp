@@ -126,15 +126,15 @@ void PlanSearch()
     }
 
     // A head of one-byte elements (element 0 also when it is the first
-    // byte, which alone decides it, as in the ordinary scan), one starred
-    // element, then singles and optionals, the first a single.
+    // byte, which alone decides it, as in the ordinary scan) or no head,
+    // one starred element, then singles and optionals, the first a single.
     int star = 0;
     if (g_cPattern > 0 && (first != 0 || (g_aiPatCount[0] & ~kFlagNegated) == kFlagSingle)) {
         star = 1;
         while (star < g_cPattern && (g_aiPatCount[star] & ~kFlagNegated) == kFlagSingle)
             ++star;
     }
-    plan.starTail = star > 0 && star + 1 < g_cPattern && (g_aiPatCount[star] & ~kFlagNegated) == kFlagStar;
+    plan.starTail = star + 1 < g_cPattern && (g_aiPatCount[star] & ~kFlagNegated) == kFlagStar;
     int fixedTail = star + 1; // the tail's leading singles end here
     while (plan.starTail && fixedTail < g_cPattern && (g_aiPatCount[fixedTail] & ~kFlagNegated) == kFlagSingle)
         ++fixedTail;
@@ -148,8 +148,8 @@ void PlanSearch()
         plan.headScan = chooseScanPair(0, star);
         // A head hit costs less than a tail hit (one run forward against a
         // walk back and a search for the head), so the head wins near-ties.
-        plan.headFirst = plan.headScan.rarity + 2 > plan.tailScan.rarity;
-        plan.starTail = plan.tailScan.rare >= 0 || plan.headScan.rare >= 0;
+        plan.headFirst = star > 0 && plan.headScan.rarity + 2 > plan.tailScan.rarity;
+        plan.starTail = plan.tailScan.rare >= 0 || (star > 0 && plan.headScan.rare >= 0);
     }
 
     for (int k = 0; k < g_cPattern; ++k) {

@@ -26,8 +26,9 @@ struct SearchPlan {
     ScanPair scan; // literal: offsets from the match start
 
     // Star tail: a head of one-byte elements (the first may be the first
-    // byte), one starred element, then a tail of single or optional
-    // elements of which at least the first is single.
+    // byte) or, with no first byte, no head; one starred element, then a
+    // tail of single or optional elements of which at least the first is
+    // single.
     bool starTail;     // the pattern has that shape and its head or tail a scan pair
     int starElement;   // index of the starred element (the head's length)
     uint32_t starBit;  // its table bit

@@ -147,6 +147,11 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
         // The starts whose run ends here: a head that ends at or after the
         // run's first byte; the lowest of them whose head matches matches.
         const int64_t lowest = runStartBefore(plan, text, *pos + head, at) - head;
+        if (head == 0) { // the start that began the run matches
+            *pos = lowest;
+            *end = matchEnd;
+            return true;
+        }
         for (int64_t start = lowest; start <= at - head; ++start) {
             if (plan.firstValues > 0) {
                 start += static_cast<int64_t>(
