@@ -82,7 +82,9 @@ int iGrepText(const char *name, const char *text, int len, int64_t *offset, int6
     return SearchWindow(&state, 0, name, text, len, offset, line, print, matchWord);
 }
 
-int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, const char *textArg, int lenArg,
+namespace {
+
+int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, const char *textArg, int lenArg,
                  int64_t *offset, int64_t *line, const char *print, int matchWord)
 {
     if (lenArg < 1 || g_cPattern < 1)
@@ -251,5 +253,15 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     else
         state.pendValid = false;
     *offset += stop;
+    return reports;
+}
+
+} // namespace
+
+int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, const char *textArg, int lenArg,
+                 int64_t *offset, int64_t *line, const char *print, int matchWord)
+{
+    const int reports = searchWindow(statePtr, windowStart, name, textArg, lenArg, offset, line, print, matchWord);
+    ReportFlush();
     return reports;
 }

@@ -1,6 +1,7 @@
 // Reports. Match reports are put together by hand on the hot path, texts
 // written as "%.*s" would write them: up to the given length or to the
-// first NUL byte, whichever comes first. Every other message is formatted
+// first NUL byte, whichever comes first, and gathered in a per-thread batch
+// that ReportFlush hands to the output. Every other message is formatted
 // whole with the C library's printf rules and written in one piece, so
 // that a message of the walk is one unit of the ordered output.
 #include "report.h"
@@ -45,26 +46,37 @@ const char *shown(const char *text)
     return text != nullptr ? text : "(null)";
 }
 
-// Writes name " (" number "): " text "\n", text cut at its first NUL: in
-// one piece when it is short, as most report lines are, since every write
-// to the output has a cost of its own.
+// Match reports gathered for one output call. Handing each line to the
+// output on its own cost about as much as finding its match.
+constexpr size_t kBatchSize = 16 << 10;
+struct ReportBatch {
+    size_t used = 0;
+    char bytes[kBatchSize];
+};
+thread_local ReportBatch t_batch;
+
+// Adds name " (" number "): " text "\n", text cut at its first NUL, to the
+// batch; a line longer than the whole batch goes out in pieces instead.
 void putReport(const char *name, const char *number, size_t numberLen, const char *text, size_t len)
 {
     const void *nul = std::memchr(text, 0, len);
     if (nul != nullptr)
         len = static_cast<size_t>(static_cast<const char *>(nul) - text);
     const size_t nameLen = std::strlen(name);
-    char line[1024];
-    if (nameLen + numberLen + len + 6 > sizeof line) {
-        OutputWrite(name, nameLen);
-        OutputWrite(" (", 2);
-        OutputWrite(number, numberLen);
-        OutputWrite("): ", 3);
-        OutputWrite(text, len);
-        OutputWrite("\n", 1);
-        return;
+    const size_t need = nameLen + numberLen + len + 6;
+    if (need > kBatchSize - t_batch.used) {
+        ReportFlush();
+        if (need > kBatchSize) {
+            OutputWrite(name, nameLen);
+            OutputWrite(" (", 2);
+            OutputWrite(number, numberLen);
+            OutputWrite("): ", 3);
+            OutputWrite(text, len);
+            OutputWrite("\n", 1);
+            return;
+        }
     }
-    char *at = line;
+    char *at = t_batch.bytes + t_batch.used;
     const auto put = [&at](const char *bytes, size_t count) {
         std::memcpy(at, bytes, count);
         at += count;
@@ -75,10 +87,18 @@ void putReport(const char *name, const char *number, size_t numberLen, const cha
     put("): ", 3);
     put(text, len);
     put("\n", 1);
-    OutputWrite(line, static_cast<size_t>(at - line));
+    t_batch.used = static_cast<size_t>(at - t_batch.bytes);
 }
 
 } // namespace
+
+void ReportFlush()
+{
+    if (t_batch.used == 0)
+        return;
+    OutputWrite(t_batch.bytes, t_batch.used);
+    t_batch.used = 0;
+}
 
 void ReportLine(const char *name, int64_t lineNumber, const char *text, size_t len)
 {

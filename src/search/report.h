@@ -6,6 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 
+// Match reports (the two below) are gathered per thread and reach the
+// output at ReportFlush, which the matcher calls before it returns.
+void ReportFlush();
+
 // "<name> (<line>): <text>\n": a matching line, line numbers from 1.
 void ReportLine(const char *name, int64_t lineNumber, const char *text, size_t len);
 
