@@ -7,8 +7,9 @@
 // 5120-byte reads into one buffer, but the file is read in large chunks:
 // g_sBuffer holds the file bytes [bufferStart, bufferStart + bufferUsed)
 // and every window lies inside it. A file whose first read comes back
-// short before its end (kernel files that give a page per read) is read
-// once per window instead, because there a window ends where its read did.
+// shorter than a window before its end (kernel files that give a page per
+// read) is read once per window instead, because there a window ends where
+// its read did.
 //
 // A window in which nothing was consumed moves on by one byte, and on a
 // long line whose first attempt runs on and on, so do millions after it
@@ -81,11 +82,14 @@ void ChunkReader::ensure(int64_t position, int64_t want)
     std::memmove(g_sBuffer, g_sBuffer + (position - bufferStart), static_cast<size_t>(keep));
     bufferStart = position;
     bufferUsed = keep;
-    // The first read asks for the first window only, so that a file whose
-    // reads come back short is known before any window depends on it.
+    // A file whose reads come back short is known by its first read, before
+    // any window depends on it: a read that gives less than a window where
+    // more was asked and the file has more is what a one-read-per-window
+    // search would have got too. A read that gives a window or more leaves
+    // every such read whole, and the windows as those of full reads.
     bool first = totalRead == 0;
     while (bufferUsed < static_cast<int64_t>(kChunkSize)) {
-        const int64_t ask = perWindow || first ? want - bufferUsed : static_cast<int64_t>(kChunkSize) - bufferUsed;
+        const int64_t ask = perWindow ? want - bufferUsed : static_cast<int64_t>(kChunkSize) - bufferUsed;
         ssize_t got = read(fd, g_sBuffer + bufferUsed, static_cast<size_t>(ask));
         if (got < 0 && errno == EINTR)
             continue;
@@ -99,7 +103,7 @@ void ChunkReader::ensure(int64_t position, int64_t want)
             atEnd = true;
             return;
         }
-        if (first && got < ask)
+        if (first && got < ask && got < want)
             perWindow = true;
         if (perWindow)
             return;
