@@ -26,11 +26,6 @@
 
 namespace {
 
-struct SearchSetup {
-    std::string pattern;
-    bool regExp, binary, matchCase, word, namesOnly;
-};
-
 // ---- the model ----
 
 // The window and its cut as the design gives them, written down here again
@@ -238,24 +233,25 @@ std::string modelFile(const std::string &content, const std::string &path)
 
 // ---- driving both ----
 
-void expectSame(const SearchSetup &setup, const std::string &content)
+// Option letters: r regular expression, b binary, c case-sensitive, w
+// word, f file names only.
+void expectSame(const std::string &options, std::string pattern, const std::string &content)
 {
-    g_fBinary = setup.binary, g_fMatchCase = setup.matchCase, g_fRegExp = setup.regExp;
-    g_fMatchWord = setup.word, g_fFileNamesOnly = setup.namesOnly, g_fCountLines = 0;
+    auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
+    g_fBinary = has('b'), g_fMatchCase = has('c'), g_fRegExp = has('r');
+    g_fMatchWord = has('w'), g_fFileNamesOnly = has('f'), g_fCountLines = 0;
     const std::string path = testing::TempDir() + "fyndle-model-" + std::to_string(getpid()) + ".txt";
     std::ofstream(path, std::ios::binary) << content;
-    std::string pattern = setup.pattern, folded = pattern;
+    std::string folded = pattern;
     for (char &ch : folded)
-        ch = setup.matchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-    modelRead(folded, setup.regExp);
+        ch = g_fMatchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    modelRead(folded, g_fRegExp);
     const std::string want = modelFile(content, path);
-    PreparePattern(pattern.data(), setup.regExp, setup.matchCase);
+    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase);
     StdoutCapture capture;
     ScanFile(AT_FDCWD, path.c_str(), path.c_str());
     std::remove(path.c_str());
-    ASSERT_EQ(capture.take(), want) << "pattern '" << setup.pattern << "' r" << setup.regExp << " b" << setup.binary
-                                    << " c" << setup.matchCase << " w" << setup.word << " f" << setup.namesOnly
-                                    << " size " << content.size();
+    ASSERT_EQ(capture.take(), want) << "pattern '" << folded << "' options " << options << " size " << content.size();
 }
 
 std::string randomText(std::mt19937 &rng, size_t size, const std::string &alphabet)
@@ -279,18 +275,15 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
                                     "b+a", ".*a",       "[a-b]*b",   "a$b",      "\\(ab",   "[ab]+",       "^",
                                     "$",   "\\~a[^b]A", "[ab][^_]b", "a[ab]*_b", "b[^_]*_", "a[a-c]*\\~b_"};
     for (int round = 0; round < 300; ++round) {
-        SearchSetup setup{};
-        setup.regExp = round % 2 == 1;
-        setup.binary = (round / 2) % 2 == 1;
-        setup.matchCase = (round / 4) % 3 == 0;
-        setup.word = (round / 12) % 2 == 1;
-        setup.namesOnly = round % 7 == 0;
-        setup.pattern = setup.regExp ? regExpPatterns[rng() % std::size(regExpPatterns)]
+        const bool regExp = round % 2 == 1;
+        const std::string options = std::string(regExp ? "r" : "") + ((round / 2) % 2 ? "b" : "") +
+                                    ((round / 4) % 3 ? "" : "c") + ((round / 12) % 2 ? "w" : "") +
+                                    (round % 7 ? "" : "f");
+        const char *pattern = regExp ? regExpPatterns[rng() % std::size(regExpPatterns)]
                                      : plainPatterns[rng() % std::size(plainPatterns)];
-        size_t size = 1 + rng() % 30000;
-        std::string content = randomText(rng, size, round % 5 == 4 ? longLines : shortLines);
+        const std::string content = randomText(rng, 1 + rng() % 30000, round % 5 == 4 ? longLines : shortLines);
         s_readCap = round % 3 == 1 ? 1000 + rng() % 4000 : 0;
-        expectSame(setup, content);
+        expectSame(options, pattern, content);
         s_readCap = 0;
     }
 }
@@ -312,32 +305,31 @@ TEST(ScannerModel, WindowEdges)
     const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
     const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
     const struct {
-        SearchSetup setup;
+        const char *options, *pattern;
         const std::string &content;
     } cases[] = {
-        {{"abd", false, false, false, false, false}, carried},
-        {{"abd", false, true, false, false, false}, carried},
-        {{"xyw", false, false, false, false, false}, xyz},
-        {{"[^q]*q", true, true, false, false, false}, plain},
-        {{"[^q]*q", true, false, false, false, false}, plain},
-        {{"[^q]*q", true, false, false, false, false}, cut},
-        {{"[^q]*q", true, true, true, false, false}, cut},
-        {{"[^q]*qz", true, true, false, false, false}, refused},
-        {{"[a-z]+q", true, false, false, false, true}, cut},
-        {{"[a-z]*_q", true, true, false, false, false}, atEnd},
-        {{"[a-z]*_q", true, false, false, true, false}, atEnd},
+        {"", "abd", carried},
+        {"b", "abd", carried},
+        {"", "xyw", xyz},
+        {"rb", "[^q]*q", plain},
+        {"r", "[^q]*q", plain},
+        {"r", "[^q]*q", cut},
+        {"rbc", "[^q]*q", cut},
+        {"rb", "[^q]*qz", refused},
+        {"rf", "[a-z]+q", cut},
+        {"rb", "[a-z]*_q", atEnd},
+        {"rw", "[a-z]*_q", atEnd},
         // A first element of one byte: each window stops at the next byte it takes.
-        {{"[ae][^q]*q", true, true, false, false, false}, cut},
-        {{"[ae][^q]*q", true, false, false, false, false}, cut},
-        {{"[ae][^q]*qz", true, true, false, false, false}, refused},
-        {{"[ae][a-z]*_q", true, true, true, false, false}, atEnd},
+        {"rb", "[ae][^q]*q", cut},
+        {"r", "[ae][^q]*q", cut},
+        {"rb", "[ae][^q]*qz", refused},
+        {"rbc", "[ae][a-z]*_q", atEnd},
     };
     for (const auto &c : cases)
-        expectSame(c.setup, c.content);
+        expectSame(c.options, c.pattern, c.content);
     // A newline just before the cut's first place does not cut the window, one at it does.
     for (size_t newline : {4800, 4801})
-        expectSame(SearchSetup{"needle", false, true, false, false, false},
-                   std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
+        expectSame("b", "needle", std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
 }
 
 } // namespace
