@@ -151,11 +151,8 @@ TEST_F(QvSystemFiles, ListByMask)
 
 TEST_F(QvSystemFiles, ListGrowsAndKeepsWholeNames)
 {
-    for (int i = 0; i < 120; ++i) {
-        char name[16];
-        std::snprintf(name, sizeof name, "f%d.dat", i);
-        write(name, "");
-    }
+    for (int i = 0; i < 120; ++i)
+        write(std::to_string(i) + ".dat", "");
     const Names names = listed(widen(root_).c_str(), L"*.dat");
     EXPECT_TRUE(names.size() == 120 && std::adjacent_find(names.begin(), names.end()) == names.end());
     const std::wstring longExt(253, L'e'); // the longest a name allows
