@@ -28,11 +28,14 @@ double at(int hour, int minute, int second, int hundredths)                    /
 
 TEST(StrPrintDouble, BandsModesAndKeptDecimals)
 {
-    // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it.
+    // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it. Below the
+    // room asked for (size), '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not; size 0
+    // stores only a fixed text ("@": nothing stored). Then nothing lands past the text and its terminator.
     const struct {
         int width, precision, mode, keep;
         double x;
         const char *out;
+        size_t size = 64;
     } cases[] = {{12, 10, 0, 9, below(1e-99), "1.0000e-99"},
                  {12, 10, 0, 9, 1e-99, "1.00000e-99"},
                  {12, 10, 0, 9, below(1e-9), "1.00000e-9"},
@@ -76,39 +79,28 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
                  {INT32_MAX, 6, 1, 0, 2.5e+300, "2.5e300"},
                  {10, 6, 0, 0, DNaN(), ".NaN"},
                  {10, 6, 0, 0, kInf, "+.Inf"},
-                 {10, 6, 1, 1, -kInf, "-.Inf"}};
+                 {10, 6, 1, 1, -kInf, "-.Inf"},
+                 {20, 15, 0, 0, DNaN(), ".NaN", 0},
+                 {20, 15, 0, 0, -kInf, "-.Inf", 1},
+                 {20, 15, 0, 0, 7.0, "@", 0},
+                 {20, 15, 0, 0, 7.0, "", 1},
+                 {20, 15, 0, 0, 0.25, ".", 1},
+                 {20, 15, 0, 0, 0.25, "0.2", 4},
+                 {20, 15, 0, 0, 123456.7, "123.", 4},
+                 {20, 15, 0, 0, 4294967296.0, ".", 1},
+                 {20, 15, 0, 0, 4294967296.0, "4294.", 5},
+                 {20, 15, 0, 0, -1.23456789e-100, "-1.2345", 8},
+                 {20, 15, 0, 0, -1.23456789e-100, "-1.23456789e-1", 15},
+                 {7, 6, 0, 0, 1.5, "####", 2}};
     for (const auto &c : cases) {
-        char buf[64] = "@";
-        EXPECT_EQ(StrPrintDouble(buf, sizeof buf, c.width, c.precision, c.mode, c.keep, c.x), buf);
-        EXPECT_STREQ(buf, c.out) << c.width << " " << c.precision << " " << c.mode << " " << c.keep << " " << c.x;
+        std::string buf(72, '@');
+        const std::string want = *c.out == '@' ? "" : std::string(c.out) + '\0';
+        EXPECT_EQ(StrPrintDouble(buf.data(), c.size, c.width, c.precision, c.mode, c.keep, c.x), buf.data());
+        SCOPED_TRACE(testing::Message() << c.width << " " << c.precision << " " << c.mode << " " << c.keep << " " << c.x
+                                        << " in " << c.size);
+        EXPECT_EQ(buf.substr(0, want.size()), want);
+        EXPECT_TRUE(c.size == 64 || buf.find_first_not_of('@', want.size()) == std::string::npos) << buf;
     }
-    // Below the room asked for: '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not;
-    // size 0 stores only a fixed text. Nothing lands past the text and its terminator.
-    const struct {
-        size_t size;
-        double x;
-        const char *out;
-    } shortSizes[] = {{0, DNaN(), ".NaN"},
-                      {1, -kInf, "-.Inf"},
-                      {0, 7.0, "@"},
-                      {1, 7.0, ""},
-                      {1, 0.25, "."},
-                      {4, 0.25, "0.2"},
-                      {4, 123456.7, "123."},
-                      {1, 4294967296.0, "."},
-                      {5, 4294967296.0, "4294."},
-                      {8, -1.23456789e-100, "-1.2345"},
-                      {15, -1.23456789e-100, "-1.23456789e-1"}};
-    for (const auto &c : shortSizes) {
-        std::string buf(24, '@');
-        EXPECT_EQ(StrPrintDouble(buf.data(), c.size, 20, 15, 0, 0, c.x), buf.data());
-        const size_t len = std::strlen(c.out);
-        EXPECT_EQ(buf,
-                  std::string(c.out) + (c.out[0] == '@' ? std::string(23, '@') : '\0' + std::string(23 - len, '@')))
-            << c.size << " " << c.x;
-    }
-    char hashes[8] = "@@@@@@@";
-    EXPECT_EQ(std::string(StrPrintDouble(hashes, 2, 7, 6, 0, 0, 1.5), 7), std::string("####\0@@", 7));
     // Any width and precision cost only the digits that can show: the exact expansions fit in 63 characters.
     char exact[64];
     for (int keep : {0, 1}) {
