@@ -18,7 +18,8 @@
 
 namespace fs = std::filesystem;
 
-bool pinToOneCpu()
+// Pins the calling process to the first CPU it may run on; false if it cannot.
+static bool pinToOneCpu()
 {
     cpu_set_t allowed;
     if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)

@@ -12,25 +12,13 @@ struct RunResult {
 };
 
 // Runs fyndle with args in cwd (empty: ours), standard input closed, killed
-// after timeoutSeconds.
+// after timeoutSeconds. These settings change how:
+inline std::string g_binary = FYNDLE_BINARY; // the binary it runs
+inline int g_runAsUser = -1;                 // when not negative, as this user and group
+inline bool g_runOnOneCpu = false;           // pinned to the first CPU allowed, so that it searches without threads
+inline std::string g_stdoutTo;               // when not empty, standard output goes to this file
+inline size_t g_readAtMost = SIZE_MAX;       // the output pipe is closed once it holds this many bytes
 RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd = "", int timeoutSeconds = 60);
-
-// When not negative, runFyndle runs the binary as this user and group.
-inline int g_runAsUser = -1;
-// The binary runFyndle runs.
-inline std::string g_binary = FYNDLE_BINARY;
-
-// Pins the calling process to the first CPU it may run on; false if it cannot.
-bool pinToOneCpu();
-
-// When not empty, runFyndle sends standard output to this file instead.
-inline std::string g_stdoutTo;
-// runFyndle closes standard output's pipe once it holds this many bytes.
-inline size_t g_readAtMost = SIZE_MAX;
-
-// When set, runFyndle pins the binary to one CPU (the first it may run
-// on), so that it searches without threads.
-inline bool g_runOnOneCpu = false;
 
 // A temporary folder that removes itself with everything in it.
 class TempTree {

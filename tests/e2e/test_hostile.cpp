@@ -28,21 +28,18 @@ struct ScopedLimit {
     ScopedLimit(int which, rlim_t soft) : resource(which)
     {
         getrlimit(resource, &saved);
-        rlimit lowered = saved;
-        lowered.rlim_cur = saved.rlim_max < soft ? saved.rlim_max : soft;
+        const rlimit lowered{std::min(saved.rlim_max, soft), saved.rlim_max};
         setrlimit(resource, &lowered);
     }
     ~ScopedLimit() { setrlimit(resource, &saved); }
 };
 
-// A chain of `levels` folders named `name` below the tree's root, built by
-// descriptor (and listed through /proc/self/fd) so that no long path is
-// needed. The bottom one holds bottom.txt; every sideEvery levels a folder
-// "side" beside the next level holds side.txt, made before or after it by
-// turns so that the walk meets it on the way down or on the way back up.
-// Each file holds one needle. Sets *want to the reports of "-s needle @" in
-// walk order, *found to their number, and returns the bottom folder's
-// descriptor.
+// A chain of `levels` folders `name` below the root, built by descriptor so
+// that no long path is needed, with bottom.txt at the bottom; every
+// sideEvery levels, side/side.txt beside the next level, made before or
+// after it by turns: the walk meets it on the way down or back up as the
+// folder lists them. Sets *want to the reports of "-s needle @", *found to
+// their number; returns the bottom folder's descriptor.
 int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, std::string *want, int *found)
 {
     std::string path = "@", down, up;

@@ -67,13 +67,17 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
 
 // Under -v the walk's lines for 300 empty folders fill the output's slots
 // behind one file handed over for search, while the searching threads
-// sleep until more files come: they must still take it.
+// sleep until more files come: they must still take it. The file lies 400
+// folders down, so that they are asleep by the time it is queued.
 TEST(Parallel, VerboseLinesBehindAQueuedFileDoNotStallTheRun)
 {
     TempTree tree;
-    tree.file("a/f.txt", "needle\n");
+    std::string deep;
+    for (int i = 0; i < 400; ++i)
+        deep += "d/";
+    tree.file(deep + "f.txt", "needle\n");
     for (int i = 0; i < 300; ++i)
-        ASSERT_EQ(mkdir(tree.path("a/e" + std::to_string(i)).c_str(), 0755), 0);
+        ASSERT_EQ(mkdir(tree.path(deep + "e" + std::to_string(i)).c_str(), 0755), 0);
     EXPECT_EQ(sameBothWays({"-s", "-v", "needle", tree.root()}, 20).exitCode, 0);
 }
 

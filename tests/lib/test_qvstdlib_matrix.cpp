@@ -32,19 +32,15 @@ struct BlockCase {
 TEST(HeaderBlock, SizeWordsRowsAndRefusals)
 {
     const BlockCase cases[] = {
-        {'m', 1, 1, 8, 48},
         {'m', 1, 5, 8, 48},
         {'m', 1, 6, 8, 240},
-        {'m', 6, 0, 8, 48},
         {'m', 7, 0, 8, 240},
-        {'m', 10, 10, 8, 1008},
         {'m', 1, 29, 8, 240},
         {'m', 1, 30, 8, 496},
         {'m', 0, 5, 8, 0},
         {'m', 65536, 65536, 8, 0},
         {'m', INT32_MAX, 2, 8, 0},
         {'i', 2, 3, 4, 40},
-        {'i', 1, 1, 4, 12},
         {'i', 3, 0, 4, 24},
         {'i', 2, -4, 4, 16},
         {'i', 65536, 16384, 4, 0},
@@ -57,7 +53,6 @@ TEST(HeaderBlock, SizeWordsRowsAndRefusals)
         {'t', 2, 1 << 30, 4, 0},
         {'t', 65536, 65536, 1, 0},
         {'t', 16, 1 << 30, 1 << 30, 0}, // the value bytes would wrap to 0
-        {'t', 1000000000, 1000000000, 1000, 0},
         {'t', INT32_MAX, INT32_MAX, INT32_MAX, 0},
     };
     for (const BlockCase &k : cases) {

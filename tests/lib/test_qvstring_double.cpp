@@ -28,11 +28,14 @@ double at(int hour, int minute, int second, int hundredths)                    /
 
 TEST(StrPrintDouble, BandsModesAndKeptDecimals)
 {
-    // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it.
+    // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it. Below the
+    // room asked for (size), '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not; size 0
+    // stores only a fixed text ("@": nothing stored). Then nothing lands past the text and its terminator.
     const struct {
         int width, precision, mode, keep;
         double x;
         const char *out;
+        size_t size = 64;
     } cases[] = {{12, 10, 0, 9, below(1e-99), "1.0000e-99"},
                  {12, 10, 0, 9, 1e-99, "1.00000e-99"},
                  {12, 10, 0, 9, below(1e-9), "1.00000e-9"},
@@ -47,7 +50,6 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
                  {12, 10, 0, 0, 2147483647.0, "2147483647"},
                  {12, 10, 0, 0, below(2147483647.0), "2147483647."},
                  {12, 10, 0, 0, above(2147483647.0), "2.14748e+9"},
-                 {12, 10, 1, 0, above(2147483647.0), "2.147484e9"},
                  {12, 10, 0, 9, below(1e100), "1.00000e+100"},
                  {12, 10, 0, 9, 1e100, "1.0000e+100"},
                  {12, 10, 2, 0, 1e100, "1e100"},
@@ -59,14 +61,11 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
                  {10, 15, 0, 0, 123456.789, "1.235e+5"},
                  {12, 11, 0, 0, -123456.789, "-123457."},
                  {8, 6, 0, 0, 123456789.5, "1.2e+8"},
-                 {8, 6, 0, 0, 150000.25, "150000."},
                  {20, 15, 0, 0, 4294967296.0, "4294967296."},
                  {10, 6, 0, 0, 1e-5, "1e-5"},
                  {10, 6, 2, 0, -0.5, "-.5"},
-                 {10, 6, 1, 0, 2.5e+100, "2.5e100"},
                  {10, 6, 0, 2, 3.0, "3.00"},
                  {12, 4, 0, 1, 0.0, "0.0"},
-                 {10, 6, 0, 6, 2.5, "2.50000"},
                  {12, 6, 0, 2, 1.5e-7, "1.50e-7"},
                  {10, 6, 0, -1, 3.0, "3.00000"},
                  {10, 6, 0, 0, -0.0, "0"},
@@ -79,43 +78,29 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
                  {-1, 6, 0, 0, 0.0, "####"},
                  {INT32_MAX, 6, 1, 0, 2.5e+300, "2.5e300"},
                  {10, 6, 0, 0, DNaN(), ".NaN"},
-                 {3, 0, 2, 5, -DNaN(), ".NaN"},
                  {10, 6, 0, 0, kInf, "+.Inf"},
-                 {10, 6, 1, 1, -kInf, "-.Inf"}};
+                 {10, 6, 1, 1, -kInf, "-.Inf"},
+                 {20, 15, 0, 0, DNaN(), ".NaN", 0},
+                 {20, 15, 0, 0, -kInf, "-.Inf", 1},
+                 {20, 15, 0, 0, 7.0, "@", 0},
+                 {20, 15, 0, 0, 7.0, "", 1},
+                 {20, 15, 0, 0, 0.25, ".", 1},
+                 {20, 15, 0, 0, 0.25, "0.2", 4},
+                 {20, 15, 0, 0, 123456.7, "123.", 4},
+                 {20, 15, 0, 0, 4294967296.0, ".", 1},
+                 {20, 15, 0, 0, 4294967296.0, "4294.", 5},
+                 {20, 15, 0, 0, -1.23456789e-100, "-1.2345", 8},
+                 {20, 15, 0, 0, -1.23456789e-100, "-1.23456789e-1", 15},
+                 {7, 6, 0, 0, 1.5, "####", 2}};
     for (const auto &c : cases) {
-        char buf[64] = "@";
-        EXPECT_EQ(StrPrintDouble(buf, sizeof buf, c.width, c.precision, c.mode, c.keep, c.x), buf);
-        EXPECT_STREQ(buf, c.out) << c.width << " " << c.precision << " " << c.mode << " " << c.keep << " " << c.x;
+        std::string buf(72, '@');
+        const std::string want = *c.out == '@' ? "" : std::string(c.out) + '\0';
+        EXPECT_EQ(StrPrintDouble(buf.data(), c.size, c.width, c.precision, c.mode, c.keep, c.x), buf.data());
+        SCOPED_TRACE(testing::Message() << c.width << " " << c.precision << " " << c.mode << " " << c.keep << " " << c.x
+                                        << " in " << c.size);
+        EXPECT_EQ(buf.substr(0, want.size()), want);
+        EXPECT_TRUE(c.size == 64 || buf.find_first_not_of('@', want.size()) == std::string::npos) << buf;
     }
-    // Below the room asked for: '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not;
-    // size 0 stores only a fixed text. Nothing lands past the text and its terminator.
-    const struct {
-        size_t size;
-        double x;
-        const char *out;
-    } shortSizes[] = {{0, DNaN(), ".NaN"},
-                      {1, -kInf, "-.Inf"},
-                      {0, 7.0, "@"},
-                      {1, 7.0, ""},
-                      {1, 0.25, "."},
-                      {2, 0.25, "0."},
-                      {4, 0.25, "0.2"},
-                      {4, 123456.7, "123."},
-                      {8, 123456.7, "123456."},
-                      {1, 4294967296.0, "."},
-                      {5, 4294967296.0, "4294."},
-                      {8, -1.23456789e-100, "-1.2345"},
-                      {15, -1.23456789e-100, "-1.23456789e-1"}};
-    for (const auto &c : shortSizes) {
-        std::string buf(24, '@');
-        EXPECT_EQ(StrPrintDouble(buf.data(), c.size, 20, 15, 0, 0, c.x), buf.data());
-        const size_t len = std::strlen(c.out);
-        EXPECT_EQ(buf,
-                  std::string(c.out) + (c.out[0] == '@' ? std::string(23, '@') : '\0' + std::string(23 - len, '@')))
-            << c.size << " " << c.x;
-    }
-    char hashes[8] = "@@@@@@@";
-    EXPECT_EQ(std::string(StrPrintDouble(hashes, 2, 7, 6, 0, 0, 1.5), 7), std::string("####\0@@", 7));
     // Any width and precision cost only the digits that can show: the exact expansions fit in 63 characters.
     char exact[64];
     for (int keep : {0, 1}) {
@@ -163,18 +148,15 @@ TEST(Dbl2DateStrA, EveryFlagCombination)
         {0, 1, 0, 0, kDay, "2000-01-01T00:00"},
         {0, 1, 1, 1, kDay, "2000-01-01 00:00:00"},
         {0, 0, 0, 0, noon, "2000-01-01T12:00"},
-        {0, 0, 0, 1, noon, "2000-01-01T12:00:00"},
         {1, 0, 1, 0, noon, "2000-01-01 Sat 12:00"},
         {0, 0, 0, 0, halfPast, "2000-01-01T12:30:00.50"},
         {0, 0, 0, -1, halfPast, "2000-01-01T12:30"},
         {0, 0, 0, 2, halfPast, "2000-01-01T12:30.50"},
         {0, 0, 0, 0, kDay + 0.999999999, "2000-01-01T24:00"},
-        {0, 0, 0, 0, 0.999999999, "24:00"},
         {1, 1, 1, 0, 0.75, "18:00"},
         {0, 0, 0, 0, at(12, 0, 0, 50), "12:00:00.50"},
         {0, 0, 0, 0, 0.0, "00:00"},
         {1, 1, 1, 0, -0.25, ""},
-        {1, 0, 0, 0, kDay + 1, "2000-01-02 Sun"},
         {1, 0, 0, 0, 1.0, "-4713-01-02 Tue"},
         {0, 1, 0, 0, -1.0, "-4714-12-31T00:00"},
         {1, 1, 1, 1, std::nan(""), "."},
@@ -192,7 +174,6 @@ TEST(Dbl2DateStrA, EveryFlagCombination)
         EXPECT_EQ(buf, (size ? full.substr(0, kept) + '\0' : "") + std::string(40 - kept - (size > 0), '@')) << size;
     }
     EXPECT_STREQ(Dbl2DateStrA(small, 3, 0, 0, 0, 0, std::nan("")), ".");
-    EXPECT_EQ(Dbl2DateStrA(nullptr, 8, 0, 0, 0, 0, 1.0), nullptr);
     char midnight[16]; // the midnight time is appended whole: size + 9 bytes
     EXPECT_STREQ(Dbl2DateStrA(midnight, 5, 1, 1, 0, 1, kDay), "2000T00:00:00");
 }
@@ -205,10 +186,7 @@ TEST(Dbl2DateStr, WidensOrLeavesUntouched)
     EXPECT_EQ(ws, std::wstring(1, L'\0') + std::wstring(23, L'@'));
     EXPECT_EQ(Dbl2DateStr(ws.data(), 16, 0, 0, 0, 0, kDay + 0.5), ws.data());
     EXPECT_EQ(ws.substr(0, 18), std::wstring(L"2000-01-01T12:00\0@", 18));
-    Dbl2DateStr(ws.data(), 4, 1, 1, 1, 0, -0.25);
-    EXPECT_EQ(ws.substr(0, 2), std::wstring(L"\0000", 2));
-    EXPECT_EQ(Dbl2DateStr(nullptr, 8, 0, 0, 0, 0, 1.0), nullptr);
-    EXPECT_STREQ(Dbl2DateStr(ws.data(), 24, 1, 1, 1, 1, kDay), L"2000-01-01 Sat 00:00:00");
+    EXPECT_TRUE(!Dbl2DateStr(nullptr, 8, 0, 0, 0, 0, 1.0) && !Dbl2DateStrA(nullptr, 8, 0, 0, 0, 0, 1.0));
 }
 
 } // namespace

