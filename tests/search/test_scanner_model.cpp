@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bitset>
 #include <cctype>
 #include <cstring>
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include <sys/syscall.h>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include "capture.h"
 #include "fyndle.h"
@@ -31,24 +33,78 @@ namespace {
 constexpr int kModelWindow = 5120;
 constexpr int kModelCutFrom = 4801;
 
-// One attempt from element k at pos, over the compiled pattern's tables
-// (the compiler has tests of its own). A refused '+' fails the attempt:
-// past the first element it never matches, and as the first it is one byte.
+// The model's own reading of the pattern, for the syntax its cases use:
+// plain text; under -r '.', '^', '$', sets with ranges and '^', the
+// suffixes '*' and '+', "\\~" refusing the next byte, "\\(" ignored.
+enum class Kind { One, Star, Plus, Maybe };
+struct Element {
+    std::bitset<256> accepts; // before refusal
+    Kind kind = Kind::One;    // how many bytes it takes
+    bool refused = false;     // accepts every byte but those
+};
+std::vector<Element> s_elements;
+unsigned char s_first = 0; // the byte element 0 must be, when it is a literal (or '^')
+
+void modelRead(const std::string &text, bool regExp)
+{
+    s_elements.clear(), s_first = 0;
+    for (size_t i = 0; i < text.size();) {
+        Element e;
+        unsigned char ch = static_cast<unsigned char>(text[i++]);
+        bool literal = true, suffix = regExp;
+        if (regExp && ch == '\\' && text[i] != 0 && std::strchr("{}()!", text[i])) {
+            ++i;
+            continue;
+        }
+        if (regExp && ch == '.') {
+            for (int byte = 32; byte <= 254; ++byte)
+                e.accepts.set(static_cast<size_t>(byte));
+            literal = suffix = false;
+        } else if (regExp && ch == '$') {
+            e.accepts.set('\r'), e.kind = Kind::Maybe, s_elements.push_back(e);
+            e = Element{}, e.accepts.set('\n'), literal = suffix = false;
+        } else if (regExp && ch == '[') {
+            e.refused = text[i] == '^';
+            for (i += e.refused, literal = false; i < text.size() && text[i] != ']'; ++i) {
+                const unsigned char from = static_cast<unsigned char>(text[i]);
+                const bool range = text[i + 1] == '-' && i + 2 < text.size() && text[i + 2] != ']';
+                for (int byte = from; byte <= (range ? static_cast<unsigned char>(text[i + 2]) : from); ++byte)
+                    e.accepts.set(static_cast<size_t>(byte));
+                i += range; // the range's last byte is read again as an item
+            }
+            i += i < text.size();
+        } else if (regExp && ch == '\\' && text[i] == '~') {
+            e.accepts.set(static_cast<unsigned char>(text[i + 1])), i += 2, e.refused = true, literal = false;
+        } else {
+            const bool anchor = regExp && ch == '^';
+            ch = regExp && ch == '\\' ? static_cast<unsigned char>(text[i++]) : anchor ? '\n' : ch;
+            e.accepts.set(ch), suffix = regExp && !anchor;
+        }
+        if (suffix && i < text.size() && (text[i] == '*' || text[i] == '+'))
+            e.kind = text[i++] == '*' ? Kind::Star : Kind::Plus;
+        if (s_elements.empty() && literal)
+            s_first = ch;
+        s_elements.push_back(e);
+    }
+}
+
+// One attempt from element k at pos. A refused '+' fails the attempt: past
+// the first element it never matches, and as the first it is one byte.
 enum class Step { Success, Fail, RanOut };
-Step modelAttempt(const unsigned char *buf, int len, int pos, int k, int *end)
+Step modelAttempt(const unsigned char *buf, int len, int pos, size_t k, int *end)
 {
     if (pos >= len)
         return Step::RanOut;
     for (;;) {
-        const uint32_t flags = g_aiPatCount[k];
-        const bool accepted = ((g_aiPattern[buf[pos]] >> k) & 1u) != ((flags & kFlagNegated) != 0);
-        if (!accepted && (flags & kFlagPlus))
+        const Element &e = s_elements[k];
+        const bool accepted = e.accepts[buf[pos]] != e.refused;
+        if (!accepted && e.kind == Kind::Plus)
             return Step::Fail;
-        if (!accepted && (flags & ~kFlagNegated) == kFlagSingle)
+        if (!accepted && e.kind == Kind::One)
             return ++pos >= len ? Step::RanOut : Step::Fail;
-        if (!accepted || !(flags & (kFlagStar | kFlagPlus)))
+        if (!accepted || (e.kind != Kind::Star && e.kind != Kind::Plus))
             ++k;
-        if (k == g_cPattern) {
+        if (k == s_elements.size()) {
             *end = pos + 1;
             return Step::Success;
         }
@@ -74,8 +130,8 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
     char head[64];
     while (len > 0) {
         int start = p, end = 0;
-        if (g_chFirst) {
-            while (start < len && buf[start] != g_chFirst)
+        if (s_first) {
+            while (start < len && buf[start] != s_first)
                 *line += buf[start++] == '\n';
             if (start >= len)
                 break;
@@ -83,19 +139,19 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
         } else if (p >= len) {
             break;
         }
-        const Step step = !g_chFirst        ? modelAttempt(buf, len, p, 0, &end)
-                          : g_cPattern == 1 ? (end = start + 1, Step::Success)
-                                            : modelAttempt(buf, len, start + 1, 1, &end);
+        const Step step = !s_first                 ? modelAttempt(buf, len, p, 0, &end)
+                          : s_elements.size() == 1 ? (end = start + 1, Step::Success)
+                                                   : modelAttempt(buf, len, start + 1, 1, &end);
         if (step == Step::Fail) {
             p = start + 1;
             continue;
         }
         if (step == Step::RanOut) {
-            stop = g_chFirst ? start + 1 : start;
+            stop = s_first ? start + 1 : start;
             break;
         }
         const int64_t lineAtStart = *line;
-        for (int q = g_chFirst ? start + 1 : start; q < end; ++q)
+        for (int q = s_first ? start + 1 : start; q < end; ++q)
             *line += buf[q] == '\n';
         if (word && ((start > 0 && wordByte(buf[start - 1])) || (end < len && wordByte(buf[end])))) {
             p = end;
@@ -187,13 +243,16 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
     g_fMatchWord = has('w'), g_fFileNamesOnly = has('f'), g_fCountLines = 0;
     const std::string path = testing::TempDir() + "fyndle-model-" + std::to_string(getpid()) + ".txt";
     std::ofstream(path, std::ios::binary) << content;
-    const std::string shown = pattern;
-    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase);
+    std::string folded = pattern;
+    for (char &ch : folded)
+        ch = g_fMatchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    modelRead(folded, g_fRegExp);
     const std::string want = modelFile(content, path);
+    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase);
     StdoutCapture capture;
     ScanFile(AT_FDCWD, path.c_str(), path.c_str());
     std::remove(path.c_str());
-    ASSERT_EQ(capture.take(), want) << "pattern '" << shown << "' options " << options << " size " << content.size();
+    ASSERT_EQ(capture.take(), want) << "pattern '" << folded << "' options " << options << " size " << content.size();
 }
 
 std::string randomText(std::mt19937 &rng, size_t size, const std::string &alphabet)
