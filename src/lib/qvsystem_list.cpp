@@ -5,16 +5,17 @@
 // path is too long to name in one call can still be listed; the path form
 // opens the folder and lists it the same way. A folder walk can take the
 // subfolders from the same reading of the folder, as their stored narrow
-// names (not passed through wide text, so that any name can be opened). The descriptor is read
-// through a fresh open of "." relative to it, which has its own read
-// position: the caller's descriptor is neither moved nor closed.
+// names (not passed through wide text, so that any name can be opened).
+// The descriptor is read through a fresh open of "." relative to it, which
+// has its own read position: the caller's descriptor is neither moved nor
+// closed.
 //
 // Names are tested as wide text, case-sensitively, one code point against
-// one mask character. The table grows kGrowBy entries at a time; an empty
-// result is a null table with a count of 0, so
-// callers never see an empty table. Each name passes through a fixed
-// conversion buffer of kNameBuffer wide characters: a longer name is cut
-// there (whole characters only) rather than overflowing it.
+// one mask character. Tables grow kGrowBy entries at a time; an empty
+// result is a null table with a count of 0, so callers never see an empty
+// table. Each name passes through a fixed conversion buffer of kNameBuffer
+// wide characters: a longer name is cut there (whole characters only)
+// rather than overflowing it.
 
 #include "qvsystem.h"
 
@@ -108,6 +109,14 @@ wchar_t **listOpenFolder(DIR *dir, const wchar_t *mask, int *count, int files, c
         A2T_cpy(name, kNameBuffer, entry->d_name);
         if (FFileMaskMatch(name, mask) && !appendName(&table, &capacity, &found, name))
             listing = false;
+    }
+    if (found == 0) { // memory ran out before the first name was kept
+        free(table);
+        table = nullptr;
+    }
+    if (folders && *folderCount == 0) {
+        free(*folders);
+        *folders = nullptr;
     }
     *count = found;
     return table;

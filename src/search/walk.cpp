@@ -14,11 +14,12 @@
 //
 // Files are listed through the library's listing, by descriptor, and the
 // same reading of the folder gives the folders to walk into, by their raw
-// names, so that a folder whose name is not valid UTF-8 is still entered. Names go through wide text on their
-// way from the folder to the mask test and back, so a file name that is not
-// valid UTF-8 comes back changed and is reported as a file that cannot be
-// opened, and a folder whose path does not survive that trip lists the
-// files of the folder its changed path names, if any.
+// names, so that a folder whose name is not valid UTF-8 is still entered.
+// Names go through wide text on their way from the folder to the mask test
+// and back, so a file name that is not valid UTF-8 comes back changed and
+// is reported as a file that cannot be opened, and a folder whose path does
+// not survive that trip lists the files of the folder its changed path
+// names, if any.
 #include "walk.h"
 
 #include <cerrno>
