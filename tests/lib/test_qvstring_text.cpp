@@ -127,20 +127,17 @@ TEST(GetUnicodeWidth, BothSidesOfRangeEdges)
 TEST(WcsCaseCmp, DifferenceOfTheFirstLoweredPair)
 {
     const wchar_t big[] = {0x7FFFFFFF, 0}, negative[] = {-2, 0};
+    const int wrapped = static_cast<int>(0x80000001u);
     const struct {
         const wchar_t *a, *b;
         size_t n;
         int expected;
-    } cases[] = {{L"ABC", L"abd", 99, L'c' - L'd'},
-                 {L"ab", L"abc", 99, -L'c'},
-                 {L"aC", L"Ab", 99, 1},
-                 {L"", L"", 99, 0},
-                 {L"Z", L"a", 99, L'z' - L'a'},
-                 {big, negative, 99, static_cast<int>(0x80000001u)},
-                 {L"abc", L"abd", 2, 0},
-                 {L"abc", L"ABD", 3, -1},
-                 {L"ab", L"abc", 2, 0},
-                 {L"b", L"a", 0, 0}};
+    } cases[] = {
+        {L"ABC", L"abd", 99, L'c' - L'd'}, {L"aC", L"Ab", 99, 1},   {L"", L"", 99, 0},
+        {L"Z", L"a", 99, L'z' - L'a'},     {L"abc", L"abd", 2, 0},  {L"ab", L"abc", 2, 0},
+        {big, negative, 99, wrapped},      {L"abc", L"ABD", 3, -1}, {L"b", L"a", 0, 0},
+        {L"ab", L"abc", 99, -L'c'},
+    };
     for (auto c : cases) {
         EXPECT_EQ(WcsNCaseCmp(c.a, c.b, c.n), c.expected) << c.a << "/" << c.b << " " << c.n;
         EXPECT_TRUE(c.n != 99 ||
