@@ -15,25 +15,15 @@ TEST(Utf8Decode, PolicyForEveryKindOfInput)
         const char *bytes;
         const wchar_t *chars;
         int skipped;
-    } cases[] = {{"\xC3\xA9", L"\xE9", 0},
-                 {"\xC3\x28", L"", 1},
-                 {"\xC0\xAF", L"", 1},
-                 {"\xE0\x80\x80", L"", 1},
-                 {"\xF0\x8F\xBF\xBF", L"", 1},
-                 {"\xF8\x87\xBF\xBF\xBF", L"", 1},
-                 {"\xF4\x90\x80\x80", L"\x110000", 0},
-                 {"\xF8\x88\x80\x80\x80", L"\x200000", 0},
-                 {"\x80", L"\x80", 0},
-                 {"\xF8\xBF\xBF\xBF\xBF", L"\xFFFFFF", 0},
-                 {"\xED\xA0\x80", L"\xD800", 0},
-                 {"\xDF\xBF", L"\x7FF", 0},
-                 {"\xE0\xA0\x80", L"\x800", 0},
-                 {"\xF0\x90\x80\x80", L"\x10000", 0},
-                 {"\xF9!", L"!", 1},
-                 {"\xFF\xFE!", L"!", 1},
-                 {"\xF9\x80\x80\x80\x80", L"\x80\x80\x80\x80", 1},
-                 {"a\xE2\x82", L"a", 1},
-                 {"", L"", 0}};
+    } cases[] = {
+        {"\xC3\x28", L"", 1},   {"\xE0\x80\x80", L"", 1},       {"\xF8\x87\xBF\xBF\xBF", L"", 1},
+        {"\xC0\xAF", L"", 1},   {"\xF0\x8F\xBF\xBF", L"", 1},   {"\xF9\x80\x80\x80\x80", L"\x80\x80\x80\x80", 1},
+        {"\xF9!", L"!", 1},     {"\xC3\xA9", L"\xE9", 0},       {"\xF4\x90\x80\x80", L"\x110000", 0},
+        {"\xFF\xFE!", L"!", 1}, {"\xDF\xBF", L"\x7FF", 0},      {"\xF8\x88\x80\x80\x80", L"\x200000", 0},
+        {"a\xE2\x82", L"a", 1}, {"\xE0\xA0\x80", L"\x800", 0},  {"\xF8\xBF\xBF\xBF\xBF", L"\xFFFFFF", 0},
+        {"\x80", L"\x80", 0},   {"\xED\xA0\x80", L"\xD800", 0}, {"\xF0\x90\x80\x80", L"\x10000", 0},
+        {"", L"", 0},
+    };
     for (const auto &c : cases) {
         wchar_t buf[16], copy[16];
         int skipped = -1;
@@ -55,19 +45,13 @@ TEST(Utf8Encode, ThirtyOneBitFormAndRoundTrip)
     const struct {
         uint32_t value;
         std::string bytes;
-    } cases[] = {{0x7F, "\x7F"},
-                 {0x80, "\xC2\x80"},
-                 {0x7FF, "\xDF\xBF"},
-                 {0x800, "\xE0\xA0\x80"},
-                 {0xFFFF, "\xEF\xBF\xBF"},
-                 {0x10000, "\xF0\x90\x80\x80"},
-                 {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
-                 {0x200000, "\xF8\x88\x80\x80\x80"},
-                 {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
-                 {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
-                 {0x7FFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"},
-                 {0x80000041, "\x41"},
-                 {0xFFFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"}};
+    } cases[] = {
+        {0x7F, "\x7F"},          {0x10000, "\xF0\x90\x80\x80"},      {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
+        {0x80, "\xC2\x80"},      {0x1FFFFF, "\xF7\xBF\xBF\xBF"},     {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
+        {0x7FF, "\xDF\xBF"},     {0x200000, "\xF8\x88\x80\x80\x80"}, {0x7FFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"},
+        {0x800, "\xE0\xA0\x80"}, {0xFFFF, "\xEF\xBF\xBF"},           {0xFFFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"},
+        {0x80000041, "\x41"},
+    };
     for (const auto &c : cases) {
         const std::wstring wide(1, static_cast<wchar_t>(c.value));
         char buf[16], copy[16];
