@@ -42,8 +42,7 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
         signal(SIGPIPE, SIG_DFL);
         dup2(g_stdoutTo.empty() ? pipes[0][1] : open(g_stdoutTo.c_str(), O_WRONLY), 1);
         dup2(pipes[1][1], 2);
-        close(pipes[0][0]);
-        close(pipes[1][0]);
+        close(pipes[0][0]), close(pipes[1][0]);
         dup2(open("/dev/null", O_RDONLY), 0);
         if (!cwd.empty() && chdir(cwd.c_str()) != 0)
             _exit(126);
@@ -58,8 +57,7 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
         execv(g_binary.c_str(), argv.data());
         _exit(127);
     }
-    close(pipes[0][1]);
-    close(pipes[1][1]);
+    close(pipes[0][1]), close(pipes[1][1]);
     RunResult result;
     std::string *into[2] = {&result.out, &result.err};
     timespec start, now;
@@ -85,9 +83,7 @@ RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd
             break;
         }
     }
-    for (int i = 0; i < 2; ++i)
-        if (pipes[i][0] >= 0)
-            close(pipes[i][0]);
+    close(pipes[0][0]), close(pipes[1][0]); // -1 where already closed
     int status = 0;
     waitpid(child, &status, 0);
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;

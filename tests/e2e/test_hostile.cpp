@@ -63,8 +63,7 @@ int buildChain(const TempTree &tree, int levels, const std::string &name, int si
             ++*found;
         }
         const int next = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        close(fd);
-        fd = next;
+        close(fd), fd = next;
         path += "/" + name;
     }
     std::ofstream("/proc/self/fd/" + std::to_string(fd) + "/bottom.txt") << "nothing here\nthe needle is here\n";
@@ -79,10 +78,8 @@ void removeChain(int fd, int levels, const std::string &name)
     unlinkat(fd, "bottom.txt", 0);
     for (int level = 0; level < levels && fd >= 0; ++level) {
         const int parent = openat(fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        close(fd);
-        fd = parent;
-        unlinkat(fd, "side/side.txt", 0);
-        unlinkat(fd, "side", AT_REMOVEDIR);
+        close(fd), fd = parent;
+        unlinkat(fd, "side/side.txt", 0), unlinkat(fd, "side", AT_REMOVEDIR);
         EXPECT_EQ(unlinkat(fd, name.c_str(), AT_REMOVEDIR), 0) << std::strerror(errno);
     }
     close(fd);
@@ -179,14 +176,10 @@ TEST(Hostile, SpecialFilesAndLinksAreNeitherListedNorFollowed)
     tree.file("sub/c.txt", "a needle\n");
     tree.file("removed.txt", "needle\n");
     ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0644), 0) << std::strerror(errno);
-    const std::vector<std::pair<const char *, const char *>> links = {{"loop", "loop"},
-                                                                      {"l1", "l2"},
-                                                                      {"l2", "l1"},
-                                                                      {"sub/up", ".."},
-                                                                      {"sub/here", "."},
-                                                                      {"null.txt", "/dev/null"},
-                                                                      {"zero.txt", "/dev/zero"},
-                                                                      {"dangling.txt", "removed.txt"}};
+    const std::vector<std::pair<const char *, const char *>> links = {
+        {"loop", "loop"}, {"null.txt", "/dev/null"},       {"l1", "l2"},     {"zero.txt", "/dev/zero"},
+        {"l2", "l1"},     {"dangling.txt", "removed.txt"}, {"sub/up", ".."}, {"sub/here", "."},
+    };
     for (const auto &[name, target] : links)
         ASSERT_EQ(symlink(target, tree.path(name).c_str()), 0);
     ASSERT_EQ(unlink(tree.path("removed.txt").c_str()), 0);
