@@ -269,8 +269,7 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     std::mt19937 rng(20261122);
     // Few letters so that matches and near-matches are frequent; the newline
     // weight decides between short lines and lines longer than a window.
-    const std::string shortLines = "abAB_ \n\n\r\x01\xe9";
-    const std::string longLines = "abcABC_-.";
+    const std::string shortLines = "abAB_ \n\n\r\x01\xe9", longLines = "abcABC_-.";
     const char *plainPatterns[] = {"ab", "a", "Ab", "bA", "ab_", "\n", "aaa", "b b"};
     const char *regExpPatterns[] = {"a.b", "ab*",       "[ab]b",     "^ab",      "ab$",     "[^a]b",       "a\\~bB",
                                     "b+a", ".*a",       "[a-b]*b",   "a$b",      "\\(ab",   "[ab]+",       "^",
@@ -297,7 +296,8 @@ TEST(ScannerModel, WindowEdges)
     // the window moves on by one byte without the offset. A run of such
     // windows ends at the first that holds what decides the attempt (a match,
     // a refused byte, the file's end); a newline past the cut point shortens
-    // some of them; mixed case shows the folded carried bytes.
+    // some of them; mixed case shows the folded carried bytes. The last four
+    // have a first element of one byte: each window stops at the next byte it takes.
     std::string letters;
     for (int i = 0; i < 12000; ++i)
         letters += "abcdEFGH"[i % 8];
@@ -309,22 +309,11 @@ TEST(ScannerModel, WindowEdges)
         const char *options, *pattern;
         const std::string &content;
     } cases[] = {
-        {"", "abd", carried},
-        {"b", "abd", carried},
-        {"", "xyw", xyz},
-        {"rb", "[^q]*q", plain},
-        {"r", "[^q]*q", plain},
-        {"r", "[^q]*q", cut},
-        {"rbc", "[^q]*q", cut},
-        {"rb", "[^q]*qz", refused},
-        {"rf", "[a-z]+q", cut},
-        {"rb", "[a-z]*_q", atEnd},
-        {"rw", "[a-z]*_q", atEnd},
-        // A first element of one byte: each window stops at the next byte it takes.
-        {"rb", "[ae][^q]*q", cut},
-        {"r", "[ae][^q]*q", cut},
-        {"rb", "[ae][^q]*qz", refused},
-        {"rbc", "[ae][a-z]*_q", atEnd},
+        {"", "abd", carried},      {"b", "abd", carried},          {"", "xyw", xyz},
+        {"rb", "[^q]*q", plain},   {"r", "[^q]*q", plain},         {"r", "[^q]*q", cut},
+        {"rbc", "[^q]*q", cut},    {"rb", "[^q]*qz", refused},     {"rf", "[a-z]+q", cut},
+        {"rb", "[a-z]*_q", atEnd}, {"rw", "[a-z]*_q", atEnd},      {"rb", "[ae][^q]*q", cut},
+        {"r", "[ae][^q]*q", cut},  {"rb", "[ae][^q]*qz", refused}, {"rbc", "[ae][a-z]*_q", atEnd},
     };
     for (const auto &c : cases)
         expectSame(c.options, c.pattern, c.content);
