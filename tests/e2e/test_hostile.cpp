@@ -91,12 +91,10 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
     // searched from its bottom folder as the working folder; 50,000 levels
     // with an 8 MB stack.
     const struct {
-        int levels;
+        int levels, sideEvery, resource;
         std::string name;
-        int sideEvery;
-        int resource;
         rlim_t limit;
-    } cases[] = {{1500, "ddd", 100, RLIMIT_NOFILE, 64}, {50000, "d", 5000, RLIMIT_STACK, 8 << 20}};
+    } cases[] = {{1500, 100, RLIMIT_NOFILE, "ddd", 64}, {50000, 5000, RLIMIT_STACK, "d", 8 << 20}};
     for (const auto &deep : cases) {
         SCOPED_TRACE(deep.levels);
         TempTree tree("/dev/shm"); // a memory file system makes and removes deep trees many times faster
