@@ -19,21 +19,17 @@ namespace {
 
 // Option letters: r regular expression, b binary, c case-sensitive, w word.
 struct Case {
-    const char *options;
-    const char *pattern;
+    const char *options, *pattern;
     std::string text;
-    const char *reports; // what is printed for the file name "f"
-    int found;           // the matcher's result
-    int64_t offset = -1; // bytes consumed (-1: not checked)
-    int64_t line = -1;   // newlines counted
+    const char *reports;            // what is printed for the file name "f"
+    int found;                      // the matcher's result
+    int64_t offset = -1, line = -1; // bytes consumed and newlines counted (-1: not checked)
 };
 
 struct Search {
     std::string out;
     int found = 0;
-    int64_t offset = 0; // bytes consumed (the offset starts at 0)
-    int64_t line = 0;   // newlines counted
-    int64_t steps = 0;  // states worked, when searched with a MatchState
+    int64_t offset = 0, line = 0, steps = 0; // bytes consumed, newlines counted, states worked (with a MatchState)
 };
 
 // Prepares the pattern as the command line does and searches text once.
