@@ -35,8 +35,7 @@ TEST(ByteScan, AgreesWithPlainLoops)
         ASSERT_EQ(CountNewlines(span, len), static_cast<int64_t>(lines)) << round;
     }
     // Byte-wide counters must be summed before they wrap.
-    const std::vector<unsigned char> newlines(20001, '\n');
-    EXPECT_EQ(CountNewlines(newlines.data(), newlines.size()), 20001);
+    EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
 }
 
 } // namespace

@@ -9,8 +9,7 @@
 namespace {
 
 struct Compiled {
-    uint32_t table[256] = {};
-    uint32_t flags[kMaxElements + 1] = {};
+    uint32_t table[256] = {}, flags[kMaxElements + 1] = {};
     unsigned char first = 0xFF;
     int count = 0;
 };

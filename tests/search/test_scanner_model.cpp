@@ -30,8 +30,7 @@ namespace {
 
 // The window and its cut as the design gives them, written down here again
 // so that a change to the scanner's own constants shows.
-constexpr int kModelWindow = 5120;
-constexpr int kModelCutFrom = 4801;
+constexpr int kModelWindow = 5120, kModelCutFrom = 4801;
 
 // The model's own reading of the pattern, for the syntax its cases use:
 // plain text; under -r '.', '^', '$', sets with ranges and '^', the
