@@ -46,39 +46,23 @@ bool entryHasWantedType(const dirent *entry, int files)
     return files ? entry->d_type == DT_REG : entry->d_type == DT_DIR;
 }
 
-// Appends a copy of name; grows the table (which may start null with a
-// capacity of 0) when it is full. false when memory runs out, in which case
-// the table holds what it held before.
-bool appendName(wchar_t ***table, int *capacity, int *count, const wchar_t *name)
+// Appends copy, a new string (null when the copy could not be made), to the
+// table, growing it (it may start null with a capacity of 0) when it is
+// full. false when memory runs out: the table then holds what it held
+// before and copy is freed.
+template <typename Char> bool append(Char ***table, int *capacity, int *count, Char *copy)
 {
+    if (!copy)
+        return false;
     if (*count == *capacity) {
-        auto grown =
-            static_cast<wchar_t **>(realloc(*table, sizeof(wchar_t *) * static_cast<size_t>(*capacity + kGrowBy)));
-        if (!grown)
+        auto grown = static_cast<Char **>(realloc(*table, sizeof(Char *) * static_cast<size_t>(*capacity + kGrowBy)));
+        if (!grown) {
+            free(copy);
             return false;
+        }
         *table = grown;
         *capacity += kGrowBy;
     }
-    wchar_t *copy = TcsDup(name);
-    if (!copy)
-        return false;
-    (*table)[(*count)++] = copy;
-    return true;
-}
-
-// Appends a copy of the narrow name; as appendName.
-bool appendFolder(char ***table, int *capacity, int *count, const char *name)
-{
-    if (*count == *capacity) {
-        auto grown = static_cast<char **>(realloc(*table, sizeof(char *) * static_cast<size_t>(*capacity + kGrowBy)));
-        if (!grown)
-            return false;
-        *table = grown;
-        *capacity += kGrowBy;
-    }
-    char *copy = strdup(name);
-    if (!copy)
-        return false;
     (*table)[(*count)++] = copy;
     return true;
 }
@@ -102,12 +86,12 @@ wchar_t **listOpenFolder(DIR *dir, const wchar_t *mask, int *count, int files, c
         if (entry->d_ino == 0 || entry->d_name[0] == '.')
             continue;
         if (listingFolders && entry->d_type == DT_DIR &&
-            !appendFolder(folders, &folderCapacity, folderCount, entry->d_name))
+            !append(folders, &folderCapacity, folderCount, strdup(entry->d_name)))
             listingFolders = false;
         if (!listing || !entryHasWantedType(entry, files))
             continue;
         A2T_cpy(name, kNameBuffer, entry->d_name);
-        if (FFileMaskMatch(name, mask) && !appendName(&table, &capacity, &found, name))
+        if (FFileMaskMatch(name, mask) && !append(&table, &capacity, &found, TcsDup(name)))
             listing = false;
     }
     if (found == 0) { // memory ran out before the first name was kept
