@@ -29,8 +29,22 @@ int64_t CountNewlinesAvx2(const unsigned char *text, size_t len);
 // Position of the first byte equal to a or b in [text, text + len), or len.
 inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned char a, unsigned char b)
 {
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+#endif
     if (a == b) {
-        const void *hit = std::memchr(text, a, len);
+        size_t skipped = 0;
+#if defined(__SSE2__)
+        // A frequent byte is often in the first block: no call for it.
+        if (len >= 16) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text));
+            if (const int mask = _mm_movemask_epi8(_mm_cmpeq_epi8(block, va)))
+                return static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+            skipped = 16;
+        }
+#endif
+        const void *hit = std::memchr(text + skipped, a, len - skipped);
         return hit ? static_cast<size_t>(static_cast<const unsigned char *>(hit) - text) : len;
     }
 #if defined(FYNDLE_BYTESCAN_AVX2)
@@ -39,8 +53,6 @@ inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned cha
 #endif
     size_t i = 0;
 #if defined(__SSE2__)
-    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
-    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
     for (; i + 16 <= len; i += 16) {
         __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + i));
         int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(block, va), _mm_cmpeq_epi8(block, vb)));
@@ -120,6 +132,20 @@ inline size_t FindBytePair(const unsigned char *text, size_t count, size_t offse
             return s;
     }
     return count;
+}
+
+// Whether each of the 16 bytes at text, masked by mask[i], equals want[i].
+inline bool BlockFits(const unsigned char *text, const unsigned char *mask, const unsigned char *want)
+{
+#if defined(__SSE2__)
+    const auto load = [](const unsigned char *at) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(at)); };
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(load(text), load(mask)), load(want))) == 0xFFFF;
+#else
+    for (int i = 0; i < 16; ++i)
+        if ((text[i] & mask[i]) != want[i])
+            return false;
+    return true;
+#endif
 }
 
 // A line ends at a NUL, a newline or a carriage return.
@@ -205,4 +231,68 @@ inline int64_t CountNewlines(const unsigned char *text, size_t len)
     for (; i < len; ++i)
         count += text[i] == '\n';
     return count;
+}
+
+// The forms below take a span [from, to) of a window of windowLen bytes, all
+// of them readable. A span shorter than a block, which the forms above would
+// go through a byte at a time, is read as the one block of the window that
+// holds it, the bytes around it masked off: most spans between the matches
+// of a frequent pattern are that short.
+#if defined(__SSE2__)
+// Where the block read for a short span from `from` begins: there, or
+// at the window's last block when the span lies in it.
+inline size_t BlockFor(size_t windowLen, size_t from)
+{
+    return from + 16 <= windowLen ? from : windowLen - 16;
+}
+// The bits of [from, to) in the mask of the block read at `at`.
+inline unsigned SpanBits(size_t at, size_t from, size_t to)
+{
+    return ((1u << (to - from)) - 1) << (from - at);
+}
+#endif
+
+// Number of bits set in a 16-bit mask, without the popcount instruction,
+// which not every x86-64 processor has.
+constexpr int CountBits16(unsigned mask)
+{
+    mask = mask - ((mask >> 1) & 0x5555u);
+    mask = (mask & 0x3333u) + ((mask >> 2) & 0x3333u);
+    mask = (mask + (mask >> 4)) & 0x0F0Fu;
+    return static_cast<int>((mask + (mask >> 8)) & 0x1Fu);
+}
+
+// Number of newline bytes in window[from, to).
+inline int64_t CountNewlinesIn(const unsigned char *window, size_t windowLen, size_t from, size_t to)
+{
+#if defined(__SSE2__)
+    if (to - from < 16 && windowLen >= 16) {
+        const size_t at = BlockFor(windowLen, from);
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(window + at));
+        const unsigned hits = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n'))));
+        return CountBits16(hits & SpanBits(at, from, to));
+    }
+#endif
+    return CountNewlines(window + from, to - from);
+}
+
+// Position of the first line delimiter in window[from, windowLen), or
+// windowLen.
+inline size_t FindLineDelimiterIn(const unsigned char *window, size_t windowLen, size_t from)
+{
+#if defined(__SSE2__)
+    if (windowLen >= 16) {
+        size_t i = from;
+        for (; i + 16 <= windowLen; i += 16)
+            if (unsigned mask = LineDelimiterMask(window + i))
+                return i + static_cast<size_t>(__builtin_ctz(mask));
+        if (i < windowLen) {
+            const size_t at = windowLen - 16;
+            if (unsigned mask = LineDelimiterMask(window + at) & SpanBits(at, i, windowLen))
+                return at + static_cast<size_t>(__builtin_ctz(mask));
+        }
+        return windowLen;
+    }
+#endif
+    return from + FindLineDelimiter(window + from, windowLen - from);
 }

@@ -142,6 +142,16 @@ void PlanSearch()
         plan.starTail = (g_aiPatCount[k] & ~kFlagNegated) == kFlagSingle || g_aiPatCount[k] == kFlagOptional;
     if (plan.starTail) {
         plan.starElement = star;
+        plan.tailSingles = fixedTail;
+        plan.tailBlock = fixedTail - star - 1 <= 16;
+        for (int k = star + 1; k < fixedTail && plan.tailBlock; ++k) {
+            unsigned char values[3] = {};
+            const int found = (g_aiPatCount[k] & kFlagNegated) ? 0 : acceptedValues(k, values);
+            const auto differ = static_cast<unsigned char>(found == 2 ? values[0] ^ values[1] : 0);
+            plan.tailBlock = found == 1 || (found == 2 && (differ & (differ - 1)) == 0);
+            plan.tailMask[k - star - 1] = static_cast<unsigned char>(~differ);
+            plan.tailWant[k - star - 1] = static_cast<unsigned char>(values[0] & ~differ);
+        }
         plan.starBit = 1u << star;
         plan.starFlip = (g_aiPatCount[star] & kFlagNegated) ? plan.starBit : 0u;
         plan.tailScan = chooseScanPair(star + 1, fixedTail);
@@ -183,6 +193,11 @@ void PlanSearch()
                     plan.neverStar = false;
         }
     }
+    plan.newlineFree =
+        !plan.firstAccepts['\n'] && g_cPattern > 0 && (g_aiPatCount[g_cPattern - 1] & (kFlagStar | kFlagOptional)) == 0;
+    for (int k = 1; k < g_cPattern; ++k)
+        if ((((g_aiPattern['\n'] ^ plan.negated) >> k) & 1u) != 0)
+            plan.newlineFree = false;
     int found = 0;
     for (int byte = 0; byte < 256; ++byte)
         if (plan.firstAccepts[byte]) {

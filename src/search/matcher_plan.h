@@ -29,8 +29,14 @@ struct SearchPlan {
     // byte) or, with no first byte, no head; one starred element, then a
     // tail of single or optional elements of which at least the first is
     // single.
-    bool starTail;     // the pattern has that shape and its head or tail a scan pair
-    int starElement;   // index of the starred element (the head's length)
+    bool starTail;   // the pattern has that shape and its head or tail a scan pair
+    int starElement; // index of the starred element (the head's length)
+    int tailSingles; // the tail's leading singles are the elements before this
+    // Up to 16 leading singles that each take one byte value, or two that
+    // differ in one bit (a letter in either case): byte i of the tail fits
+    // when (byte & tailMask[i]) == tailWant[i], the rest of the 16 always.
+    bool tailBlock;
+    unsigned char tailMask[16], tailWant[16];
     uint32_t starBit;  // its table bit
     uint32_t starFlip; // starBit when it is negated, else 0
     ScanPair tailScan; // offsets from the tail's first byte, among its leading singles
@@ -43,6 +49,10 @@ struct SearchPlan {
     int firstValues;              // bytes element 0 accepts, when that is 1 or 2, else 0
     unsigned char firstA, firstB; // those bytes (equal when one)
     bool firstAccepts[256];       // element 0 accepts the byte
+    // No match holds a newline: no element accepts one, and the last
+    // element takes the byte a match ends with (a star or an optional one
+    // ends it with the byte it refused).
+    bool newlineFree;
 
     // No first byte, and no attempt can ever match: element 0 is a '+'
     // (which fails at the first byte it refuses), or a star followed by a

@@ -79,11 +79,24 @@ int64_t runStartBefore(const SearchPlan &plan, const unsigned char *text, int64_
 }
 
 // Where the tail's match from text[at] ends (one past the last byte it
-// examines), or -1 when it fails. Reads text[at, at + tail).
-int64_t tailEnd(const SearchPlan &plan, const unsigned char *text, int64_t at)
+// examines), or -1 when it fails. Reads text[at, at + tail), or 16 bytes
+// from at when they lie before len.
+int64_t tailEnd(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t at)
 {
-    int64_t examined = at;
-    for (int k = plan.starElement + 1; k < plan.count; ++k) {
+    // The leading singles first, in one block or a loop of their own: most
+    // tails fail among them.
+    int k = plan.starElement + 1;
+    if (plan.tailBlock && at + 16 <= len) {
+        if (!BlockFits(text + at, plan.tailMask, plan.tailWant))
+            return -1;
+        at += plan.tailSingles - k;
+        k = plan.tailSingles;
+    }
+    for (; k < plan.tailSingles; ++k, ++at)
+        if (!(((g_aiPattern[text[at]] ^ plan.negated) >> k) & 1u))
+            return -1;
+    int64_t examined = at - 1;
+    for (; k < plan.count; ++k) {
         examined = at;
         const bool accepted = (((g_aiPattern[text[at]] ^ plan.negated) >> k) & 1u) != 0;
         if (g_aiPatCount[k] == kFlagOptional) {
@@ -141,7 +154,7 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
         // is one the star refuses; elsewhere a run may go on past it.
         if (inStar(plan, text[at]))
             continue;
-        const int64_t matchEnd = tailEnd(plan, text, at);
+        const int64_t matchEnd = tailEnd(plan, text, len, at);
         if (matchEnd < 0)
             continue;
         // The starts whose run ends here: a head that ends at or after the
@@ -211,7 +224,7 @@ bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len
             *pos = *undecided = start;
             return false;
         }
-        const int64_t matchEnd = tailEnd(plan, text, run->end);
+        const int64_t matchEnd = tailEnd(plan, text, len, run->end);
         if (matchEnd >= 0) {
             *pos = start;
             *end = matchEnd;
