@@ -26,6 +26,7 @@
 
 #include <atomic>
 #include <cctype>
+#include <cstring>
 #include <string>
 
 #include "bytescan.h"
@@ -92,6 +93,7 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     MatchState &state = *statePtr;
     const auto *text = reinterpret_cast<const unsigned char *>(textArg);
     const int64_t len = lenArg;
+    const auto ulen = static_cast<size_t>(len);
     const int64_t base = windowStart;
     const unsigned char first = g_chFirst;
     const SearchPlan &plan = g_plan;
@@ -107,6 +109,7 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     const bool literal = skipping && plan.literal;
     const bool starTail = skipping && plan.starTail;
     const bool skipFirst = planned && plan.skipFirst;
+    const bool newlineFree = planned && plan.newlineFree;
     // Starts whose head of one-byte elements fails before the window's last
     // byte fail at once, in every window: a scan as cheap as the first-byte
     // one passes over them.
@@ -128,6 +131,7 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
     StarRun run{0, -1};
     const int64_t folded = state.printFolded;
     std::string scratch;
+    const size_t nameLen = name != nullptr ? std::strlen(name) : 0;
     int reports = 0;
     int64_t pos = 0;     // where the next attempt (or first-byte scan) begins
     int64_t counted = 0; // with a first byte: newlines before this are in *line
@@ -152,7 +156,7 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             start = pos +
                     static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
             if (start >= len) {
-                *line += CountNewlines(text + counted, static_cast<size_t>(len - counted));
+                *line += CountNewlinesIn(text, ulen, static_cast<size_t>(counted), ulen);
                 stop = len;
                 break;
             }
@@ -203,7 +207,7 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         if (outcome == AttemptEnd::RanOut) {
             ranOut = true;
             if (first != 0) {
-                *line += CountNewlines(text + counted, static_cast<size_t>(start + 1 - counted));
+                *line += CountNewlinesIn(text, ulen, static_cast<size_t>(counted), static_cast<size_t>(start + 1));
                 stop = start + 1;
             } else {
                 stop = start;
@@ -211,14 +215,19 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
             break;
         }
 
-        // Success: the line counter at the match start, then over the match.
+        // Success: the line counter at the match start, then over the match
+        // (which holds no newline when no element takes one).
         int64_t lineAtStart;
         if (first != 0) {
-            lineAtStart = *line + CountNewlines(text + counted, static_cast<size_t>(start + 1 - counted));
-            *line = lineAtStart + CountNewlines(text + start + 1, static_cast<size_t>(end - start - 1));
+            lineAtStart =
+                *line + CountNewlinesIn(text, ulen, static_cast<size_t>(counted), static_cast<size_t>(start + 1));
+            *line = lineAtStart + (newlineFree ? 0
+                                               : CountNewlinesIn(text, ulen, static_cast<size_t>(start + 1),
+                                                                 static_cast<size_t>(end)));
         } else {
             lineAtStart = *line;
-            *line += CountNewlines(text + start, static_cast<size_t>(end - start));
+            if (!newlineFree)
+                *line += CountNewlinesIn(text, ulen, static_cast<size_t>(start), static_cast<size_t>(end));
         }
 
         bool dropped =
@@ -230,18 +239,19 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         ++reports;
         if (g_fBinary) {
             if (name != nullptr)
-                ReportMatch(name, *offset + start, shown(print, start, end - start, folded, scratch),
+                ReportMatch(name, nameLen, *offset + start, shown(print, start, end - start, folded, scratch),
                             static_cast<size_t>(end - start));
             pos = counted = end;
             continue;
         }
-        const int64_t lineStart = IsLineDelimiter(text[start])
-                                      ? start + 1
+        const int64_t lineStart = IsLineDelimiter(text[start]) ? start + 1
+                                  : start == 0 || IsLineDelimiter(text[start - 1])
+                                      ? start
                                       : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(start)));
-        const int64_t lineEnd =
-            lineStart + static_cast<int64_t>(FindLineDelimiter(text + lineStart, static_cast<size_t>(len - lineStart)));
+        // No delimiter lies in [lineStart, start + 1) but at start itself.
+        const auto lineEnd = static_cast<int64_t>(FindLineDelimiterIn(text, ulen, static_cast<size_t>(start + 1)));
         if (name != nullptr)
-            ReportLine(name, lineAtStart + 1, shown(print, lineStart, lineEnd - lineStart, folded, scratch),
+            ReportLine(name, nameLen, lineAtStart + 1, shown(print, lineStart, lineEnd - lineStart, folded, scratch),
                        static_cast<size_t>(lineEnd - lineStart));
         // One report per line: go on at the delimiter that ends it. Newlines
         // that the match took beyond that point are counted once more.

@@ -1,7 +1,7 @@
 // Reports. Match reports are put together by hand on the hot path, texts
 // written as "%.*s" would write them: up to the given length or to the
-// first NUL byte, whichever comes first, and gathered in a per-thread batch
-// that ReportFlush hands to the output. Every other message is formatted
+// first NUL byte, whichever comes first (a line holds none: NUL ends it),
+// and gathered in a per-thread batch that ReportFlush hands to the output. Every other message is formatted
 // whole with the C library's printf rules and written in one piece, so
 // that a message of the walk is one unit of the ordered output.
 #include "report.h"
@@ -55,21 +55,25 @@ struct ReportBatch {
 };
 thread_local ReportBatch t_batch;
 
-// Adds name " (" number "): " text "\n", text cut at its first NUL, to the
-// batch; a line longer than the whole batch goes out in pieces instead.
-void putReport(const char *name, const char *number, size_t numberLen, const char *text, size_t len)
+// The longest number a report shows: 19 decimal digits of an int64_t, or
+// "0x" and 16 hex digits.
+constexpr size_t kNumberMax = 20;
+
+// Adds name " (" number "): " text "\n" to the batch, the number put by
+// putNumber(at) (which returns where it ends); a report longer than the
+// whole batch goes out in pieces instead.
+template <typename PutNumber>
+void putReport(const char *name, size_t nameLen, PutNumber putNumber, const char *text, size_t len)
 {
-    const void *nul = std::memchr(text, 0, len);
-    if (nul != nullptr)
-        len = static_cast<size_t>(static_cast<const char *>(nul) - text);
-    const size_t nameLen = std::strlen(name);
-    const size_t need = nameLen + numberLen + len + 6;
+    const size_t need = nameLen + kNumberMax + len + 6;
     if (need > kBatchSize - t_batch.used) {
         ReportFlush();
         if (need > kBatchSize) {
+            char number[kNumberMax];
+            const char *numberEnd = putNumber(number);
             OutputWrite(name, nameLen);
             OutputWrite(" (", 2);
-            OutputWrite(number, numberLen);
+            OutputWrite(number, static_cast<size_t>(numberEnd - number));
             OutputWrite("): ", 3);
             OutputWrite(text, len);
             OutputWrite("\n", 1);
@@ -77,16 +81,17 @@ void putReport(const char *name, const char *number, size_t numberLen, const cha
         }
     }
     char *at = t_batch.bytes + t_batch.used;
-    const auto put = [&at](const char *bytes, size_t count) {
-        std::memcpy(at, bytes, count);
-        at += count;
-    };
-    put(name, nameLen);
-    put(" (", 2);
-    put(number, numberLen);
-    put("): ", 3);
-    put(text, len);
-    put("\n", 1);
+    std::memcpy(at, name, nameLen);
+    at += nameLen;
+    *at++ = ' ';
+    *at++ = '(';
+    at = putNumber(at);
+    *at++ = ')';
+    *at++ = ':';
+    *at++ = ' ';
+    std::memcpy(at, text, len);
+    at += len;
+    *at++ = '\n';
     t_batch.used = static_cast<size_t>(at - t_batch.bytes);
 }
 
@@ -100,24 +105,30 @@ void ReportFlush()
     t_batch.used = 0;
 }
 
-void ReportLine(const char *name, int64_t lineNumber, const char *text, size_t len)
+void ReportLine(const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len)
 {
-    char number[24];
-    auto end = std::to_chars(number, number + sizeof number, lineNumber).ptr;
-    putReport(name, number, static_cast<size_t>(end - number), text, len);
+    putReport(
+        name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; }, text,
+        len);
 }
 
-void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len)
+void ReportMatch(const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len)
 {
-    char number[24] = "0x";
-    size_t numberLen = 1;
-    if (offset != 0) {
-        auto end = std::to_chars(number + 2, number + sizeof number, static_cast<uint64_t>(offset), 16).ptr;
-        numberLen = static_cast<size_t>(end - number);
-    } else {
-        number[0] = '0';
-    }
-    putReport(name, number, numberLen, bytes, len);
+    // Written as "%.*s" writes: up to the first NUL.
+    if (const void *nul = std::memchr(bytes, 0, len))
+        len = static_cast<size_t>(static_cast<const char *>(nul) - bytes);
+    putReport(
+        name, nameLen,
+        [offset](char *at) {
+            if (offset == 0) {
+                *at = '0';
+                return at + 1;
+            }
+            at[0] = '0';
+            at[1] = 'x';
+            return std::to_chars(at + 2, at + kNumberMax, static_cast<uint64_t>(offset), 16).ptr;
+        },
+        bytes, len);
 }
 
 void ReportBanner(const char *program, const char *version, const char *notice)

@@ -10,12 +10,15 @@
 // output at ReportFlush, which the matcher calls before it returns.
 void ReportFlush();
 
-// "<name> (<line>): <text>\n": a matching line, line numbers from 1.
-void ReportLine(const char *name, int64_t lineNumber, const char *text, size_t len);
+// "<name> (<line>): <text>\n": a matching line, line numbers from 1. The
+// name is nameLen bytes long; the text is a line without its delimiter, so
+// it holds no NUL byte.
+void ReportLine(const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len);
 
 // "<name> (<offset>): <bytes>\n" with the offset in the alternate hex form
-// ("0" for zero, else "0x1a"): one match in binary mode.
-void ReportMatch(const char *name, int64_t offset, const char *bytes, size_t len);
+// ("0" for zero, else "0x1a"): one match in binary mode, its bytes shown up
+// to the first NUL among them.
+void ReportMatch(const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len);
 
 // The banner line (after an empty line) with program name, version and
 // notice; the usage text with the program name.
