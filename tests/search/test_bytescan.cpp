@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -17,8 +18,9 @@ TEST(ByteScan, AgreesWithPlainLoops)
     for (int round = 0; round < 3000; ++round) {
         // Few values, sparse hits: spans with none, one and many.
         const int spread = 2 + round % 40;
+        constexpr unsigned char kBytes[] = {'a', 'b', '\n', '\r', 0, 'c'}; // 'c' fills
         for (unsigned char &byte : text)
-            byte = "ab\nc"[random() % spread < 4 ? random() % 4 : 3];
+            byte = kBytes[random() % spread < 5 ? random() % 5 : 5];
         const size_t at = random() % 40, len = random() % 300, offset = random() % 20;
         const unsigned char *span = text.data() + at;
         size_t either = len, pair = len, lines = 0;
@@ -33,6 +35,15 @@ TEST(ByteScan, AgreesWithPlainLoops)
         ASSERT_EQ(FindBytePair(span, len, 0, 'b', 'a', offset, '\n', 'b'), pair) << round;
         ASSERT_EQ(FindBytePair(span, len, offset, '\n', 'b', 0, 'b', 'a'), pair) << round;
         ASSERT_EQ(CountNewlines(span, len), static_cast<int64_t>(lines)) << round;
+        // The window-bounded forms may read any byte of the window, and no
+        // other: the window is a heap block of its own size.
+        const std::vector<unsigned char> window(span, span + len);
+        const size_t from = len ? random() % len : 0, to = from + random() % (std::min<size_t>(len - from, 24) + 1);
+        const size_t inSpan = static_cast<size_t>(std::count(span + from, span + to, '\n'));
+        const auto delimiter =
+            std::find_if(span + from, span + len, [](unsigned char b) { return b == '\n' || b == '\r' || b == 0; });
+        ASSERT_EQ(CountNewlinesIn(window.data(), len, from, to), static_cast<int64_t>(inSpan)) << round;
+        ASSERT_EQ(FindLineDelimiterIn(window.data(), len, from), static_cast<size_t>(delimiter - span)) << round;
     }
     // Byte-wide counters must be summed before they wrap.
     EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
