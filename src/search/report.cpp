@@ -50,7 +50,7 @@ const char *shown(const char *text)
 // output on its own cost about as much as finding its match.
 constexpr size_t kBatchSize = 16 << 10;
 struct ReportBatch {
-    size_t used = 0;
+    size_t used; // zero at each thread's start, as all thread-local storage
     char bytes[kBatchSize];
 };
 thread_local ReportBatch t_batch;
