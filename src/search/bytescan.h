@@ -148,6 +148,25 @@ inline bool BlockFits(const unsigned char *text, const unsigned char *mask, cons
 #endif
 }
 
+// Turns the capitals A to Z of text[0, len) into small letters.
+inline void FoldCapitals(unsigned char *text, size_t len)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    // Signed compares: bytes from 0x80 up count as below 'A'.
+    const __m128i belowA = _mm_set1_epi8('A' - 1), aboveZ = _mm_set1_epi8('Z' + 1), caseBit = _mm_set1_epi8(0x20);
+    for (; i + 16 <= len; i += 16) {
+        auto *at = reinterpret_cast<__m128i *>(text + i);
+        const __m128i block = _mm_loadu_si128(at);
+        const __m128i capital = _mm_and_si128(_mm_cmpgt_epi8(block, belowA), _mm_cmplt_epi8(block, aboveZ));
+        _mm_storeu_si128(at, _mm_or_si128(block, _mm_and_si128(capital, caseBit)));
+    }
+#endif
+    for (; i < len; ++i)
+        if (text[i] >= 'A' && text[i] <= 'Z')
+            text[i] = static_cast<unsigned char>(text[i] - 'A' + 'a');
+}
+
 // A line ends at a NUL, a newline or a carriage return.
 inline bool IsLineDelimiter(unsigned char byte)
 {

@@ -51,9 +51,8 @@ const char *shown(const char *print, int64_t from, int64_t count, int64_t folded
     if (from >= folded)
         return print + from;
     scratch.assign(print + from, static_cast<size_t>(count));
-    for (int64_t i = 0; i < count && from + i < folded; ++i)
-        if (scratch[i] >= 'A' && scratch[i] <= 'Z')
-            scratch[i] = static_cast<char>(scratch[i] - 'A' + 'a');
+    FoldCapitals(reinterpret_cast<unsigned char *>(scratch.data()),
+                 static_cast<size_t>(folded - from < count ? folded - from : count));
     return scratch.data();
 }
 

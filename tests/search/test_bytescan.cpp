@@ -49,4 +49,20 @@ TEST(ByteScan, AgreesWithPlainLoops)
     EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
 }
 
+TEST(ByteScan, FoldCapitalsChangesOnlyAToZInTheSpan)
+{
+    for (const size_t at : {0, 1, 17})
+        for (const size_t len : {0, 5, 16, 31, 300}) {
+            std::vector<unsigned char> text(320);
+            for (size_t i = 0; i < text.size(); ++i)
+                text[i] = static_cast<unsigned char>(i * 7); // every byte value
+            const std::vector<unsigned char> before = text;
+            FoldCapitals(text.data() + at, len);
+            for (size_t i = 0; i < text.size(); ++i) {
+                const bool folds = i >= at && i < at + len && before[i] >= 'A' && before[i] <= 'Z';
+                ASSERT_EQ(text[i], folds ? before[i] + 32 : before[i]) << at << ' ' << len << ' ' << i;
+            }
+        }
+}
+
 } // namespace
