@@ -224,22 +224,32 @@ TEST(Matcher, WorkGrowsLinearly)
 {
     struct Shape {
         const char *pattern;
-        char fill;  // the window is this byte...
-        char last;  // ...but for its last one
-        int window; // searched in windows of this size (0: one window)
+        char fill;        // the window is this byte...
+        const char *last; // ...but for its last ones
+        int window;       // searched in windows of this size (0: one window)
     };
     const Shape shapes[] = {
-        {"[a-z]*_q", 'a', ' ', 0},   {"[^\"]*\"q", 'a', '"', 0},      {"x[a-z]*_q", 'x', ' ', 0},
-        {"[a-z]+_", 'a', ' ', 0},    {"a[a-z]*[a-z]*_", 'a', ' ', 0}, {"[^ ]*_t ", 'q', ' ', 0},
-        {"[a-z]*_q", 'a', 'a', 512}, {"x[a-z]*_q", 'x', 'x', 512},    {"[^\"]*\"q", 'a', '"', 512},
-        {"[a-z]+x", 'a', 'a', 512},
+        {"[a-z]*_q", 'a', " ", 0},
+        {"[^\"]*\"q", 'a', "\"", 0},
+        {"x[a-z]*_q", 'x', " ", 0},
+        {"[a-z]+_", 'a', " ", 0},
+        {"a[a-z]*[a-z]*_", 'a', " ", 0},
+        {"[^ ]*_t ", 'q', " ", 0},
+        {"[a-z]*_q", 'a', "a", 512},
+        {"x[a-z]*_q", 'x', "x", 512},
+        {"[^\"]*\"q", 'a', "\"", 512},
+        {"[a-z]+x", 'a', "a", 512},
+        // Attempts that fail inside the window after a long run: only the
+        // failed paths kept from earlier attempts stop the runs.
+        {"a[a-z]*[0-9]*q", 'a', "  ", 0},
+        {"[a-z]*[0-9]*q", 'a', "  ", 0},
     };
     for (const Shape &shape : shapes) {
         int64_t steps[2];
         for (int size : {2048, 4096}) {
             std::string pattern = shape.pattern;
             PreparePattern(pattern.data(), 1, 0);
-            std::string text(static_cast<size_t>(size) - 1, shape.fill);
+            std::string text(static_cast<size_t>(size) - std::strlen(shape.last), shape.fill);
             text += shape.last;
             steps[size / 4096] = searchWindows(text, shape.window > 0 ? shape.window : size, true, 0, nullptr).steps;
             EXPECT_LE(steps[size / 4096], 4 * g_cPattern * size) << shape.pattern << " over " << size;
