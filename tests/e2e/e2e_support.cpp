@@ -142,6 +142,19 @@ std::string expand(std::string text, const TempTree &tree)
     return text;
 }
 
+RunResult bothWays(const std::vector<std::string> &args, int timeoutSeconds)
+{
+    SCOPED_TRACE(testing::PrintToString(args));
+    const RunResult all = runFyndle(args, "", timeoutSeconds);
+    g_runOnOneCpu = true;
+    const RunResult one = runFyndle(args, "", timeoutSeconds);
+    g_runOnOneCpu = false;
+    EXPECT_EQ(all.exitCode, one.exitCode);
+    EXPECT_TRUE(all.out == one.out) << "outputs differ: " << all.out.size() << " and " << one.out.size() << " bytes";
+    EXPECT_EQ(all.err + one.err, "");
+    return one;
+}
+
 void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode,
            int timeoutSeconds)
 {
@@ -149,13 +162,7 @@ void check(const TempTree &tree, const std::vector<std::string> &args, const std
     std::vector<std::string> expanded;
     for (const std::string &arg : args)
         expanded.push_back(expand(arg, tree));
-    for (bool oneCpu : {false, true}) {
-        SCOPED_TRACE(oneCpu ? "pinned to one CPU" : "on every CPU allowed");
-        g_runOnOneCpu = oneCpu;
-        RunResult r = runFyndle(expanded, "", timeoutSeconds);
-        g_runOnOneCpu = false;
-        EXPECT_EQ(r.exitCode, exitCode);
-        EXPECT_EQ(r.out, kBanner + expand(want, tree));
-        EXPECT_EQ(r.err, "");
-    }
+    const RunResult r = bothWays(expanded, timeoutSeconds);
+    EXPECT_EQ(r.exitCode, exitCode);
+    EXPECT_EQ(r.out, kBanner + expand(want, tree));
 }

@@ -44,9 +44,13 @@ std::vector<std::string> listed(const std::string &folder, unsigned char type = 
 // Replaces every '@' with the tree's root.
 std::string expand(std::string text, const TempTree &tree);
 
-// Runs fyndle with args ('@' for the root) and expects the exit code and
-// the whole output: the banner, then want ('@' for the root). It runs twice:
-// on every CPU allowed and pinned to one, and both runs must give it.
+// Runs fyndle twice, on every CPU allowed and pinned to one: both runs must
+// end alike, print the same output and nothing on standard error. Returns
+// the pinned run.
+RunResult bothWays(const std::vector<std::string> &args, int timeoutSeconds = 120);
+
+// Runs fyndle with args ('@' for the root) both ways and expects the exit
+// code and the whole output: the banner, then want ('@' for the root).
 void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode = 0,
            int timeoutSeconds = 60);
 

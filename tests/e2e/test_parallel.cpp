@@ -14,20 +14,6 @@
 
 namespace {
 
-// Both ways, the same result; returns the pinned one.
-RunResult sameBothWays(const std::vector<std::string> &args, int timeoutSeconds = 120)
-{
-    SCOPED_TRACE(testing::PrintToString(args));
-    RunResult all = runFyndle(args, "", timeoutSeconds);
-    g_runOnOneCpu = true;
-    RunResult one = runFyndle(args, "", timeoutSeconds);
-    g_runOnOneCpu = false;
-    EXPECT_EQ(all.exitCode, one.exitCode);
-    EXPECT_TRUE(all.out == one.out) << "outputs differ: " << all.out.size() << " and " << one.out.size() << " bytes";
-    EXPECT_EQ(all.err + one.err, "");
-    return one;
-}
-
 TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
 {
     TempTree tree;
@@ -51,12 +37,12 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
         name += "/f", name += std::to_string(i), name += ".txt";
         tree.file(name, content);
     }
-    const RunResult plain = sameBothWays({"-s", "needle", tree.root()});
+    const RunResult plain = bothWays({"-s", "needle", tree.root()});
     EXPECT_NE(plain.out.find(summary(static_cast<int>(matches), static_cast<int>(matchingFiles), kFiles)),
               std::string::npos);
-    sameBothWays({"-s", "-v", "-f", "needle", tree.root()});
-    sameBothWays({"-s", "-b", "-w", "NEEDLE", tree.root(), "*1.txt;*3.txt"});
-    const RunResult counted = sameBothWays({"-s", "-l", tree.root()});
+    bothWays({"-s", "-v", "-f", "needle", tree.root()});
+    bothWays({"-s", "-b", "-w", "NEEDLE", tree.root(), "*1.txt;*3.txt"});
+    const RunResult counted = bothWays({"-s", "-l", tree.root()});
     EXPECT_NE(counted.out.find(std::to_string(lines) + " lines counted"), std::string::npos);
 }
 
@@ -73,7 +59,7 @@ TEST(Parallel, VerboseLinesBehindAQueuedFileDoNotStallTheRun)
     tree.file(deep + "f.txt", "needle\n");
     for (int i = 0; i < 300; ++i)
         ASSERT_EQ(mkdir(tree.path(deep + "e" + std::to_string(i)).c_str(), 0755), 0);
-    EXPECT_EQ(sameBothWays({"-s", "-v", "needle", tree.root()}, 20).exitCode, 0);
+    EXPECT_EQ(bothWays({"-s", "-v", "needle", tree.root()}, 20).exitCode, 0);
 }
 
 // A closed pipe and the full device end the run as on one CPU: the signal
