@@ -45,35 +45,17 @@ Search runSearch(const std::string &options, std::string pattern, const std::str
     return s;
 }
 
+// Words, case, '^', '$', '*', '+' as the first element, sets and "\\~" are
+// the scanner model's to decide: its own matcher meets them in random text.
 const Case kCases[] = {
     // One report per line, numbered from 1; lines end at LF, CR or NUL.
     {"", "ab", "xx ab ab\nno\nab\n", "f (1): xx ab ab\nf (3): ab\n", 2, 15, 3}, // everything consumed
     {"", "ab", std::string("q\0ab\0z\n", 7), "f (1): ab\n", 1},
-    {"", "HeLLo", "say HELLO\n", "f (1): say HELLO\n", 1},
-    // Binary mode: every match, offsets in the alternate hex form, bytes up to a NUL.
-    {"b", "ab", "ab ab\n" + std::string(20, '.') + "AB\n", "f (0): ab\nf (0x3): ab\nf (0x1a): AB\n", 3},
+    // Binary mode: offsets in the alternate hex form, bytes up to a NUL.
     {"br", "a[^z]b", std::string("xa\0b\n", 5), "f (0x1): a\n", 1},
-    // Whole words: '_', letters and digits join; the window's edges do not.
-    {"w", "foo", "foo_bar\nfood\nfoo-bar\n", "f (3): foo-bar\n", 1},
-    // A star takes all it can; the match ends one past the byte that ended it.
-    {"br", "ab*", "abbc\n", "f (0): abbc\n", 1},
-    // '$' is an optional CR and a LF; its newline is counted twice.
-    {"r", "abc$", "abc\nabcd\nabc\r\n", "f (1): abc\nf (4): abc\n", 2},
-    {"r", "b$", "ab\nb\nxb\n", "f (1): ab\nf (3): b\nf (5): xb\n", 3},
-    // '^' is the newline before a line: never the first line.
-    {"r", "^ab", "ab\nab\nxab\nab\n", "f (2): ab\nf (4): ab\n", 2},
-    // '+' past the first element never matches; as the first it is one byte.
+    // '+' past the first element never matches; "\\:" accepts no byte.
     {"r", "ab+c", "abbc\nabc\n", "", 0},
-    {"r", "a+b", "aab\n", "f (1): aab\n", 1},
-    // Without a first byte, newlines skipped by failed attempts are not counted.
-    {"r", "[x]y", "a\nb\nxy\n", "f (1): xy\n", 1},
-    {"r", "a\\~bc", "abc\naxc\n", "f (2): axc\n", 1},
     {"r", "a\\:", "aa\nab\n", "", 0},
-    // A first byte, a starred set, a tail: the star never gives back.
-    {"r", "s[a-z]*_t", "size_t ssize_t\nsys_t sizeof\nS_T\n",
-     "f (1): size_t ssize_t\nf (2): sys_t sizeof\nf (3): S_T\n", 3},
-    {"br", "s[a-z]*_t", "ab_t sab_t", "f (0x5): sab_t\n", 1},
-    {"r", "\"[^\"]*\"", "say \"hi\" \"\"\n", "f (1): say \"hi\" \"\"\n", 1},
     // How far the search gets where an attempt runs off the window.
     {"", "abc", "xx\nab", "", 0, 4, 1},                                 // stops after the first byte
     {"r", "[a]bc", "xx\nab", "", 0, 3, 0},                              // no first byte: stops at the attempt
