@@ -20,8 +20,7 @@ TEST(Text, TrimDelAndEndsWithAgreeOnNarrowAndWide)
     const struct {
         const char *in, *out;
     } trims[] = {
-        {"ab \t\n", "ab"},        {"   ", ""},          {" ab  ", " ab"}, {"", ""}, {"a\vb\f\r", "a\vb"},
-        {"\xA0\xC3", "\xA0\xC3"}, {"x \xA0", "x \xA0"}, // bytes above 0x7F are never blank
+        {" a\vb \t\n", " a\vb"}, {"   ", ""}, {"", ""}, {"x \xA0", "x \xA0"}, // bytes above 0x7F are never blank
     };
     for (const auto &c : trims) {
         char buf[16];
@@ -228,7 +227,6 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
         {"a\nb\nc", "> ", "", 1, 1, 2, 1, 7, 1, "> \nb\nc"},
         {"ab\r\ncd", "!", "", -1, 1, 1, 2, 8, 2, "ab!\nc!"},
         {"ab\n", "#", "", -1, 1, 2, 2, 5, 1, "#b\n"},
-        {"\n\n", "#", "", -1, 1, 2, 3, 5, 2, "##"},
         {"", "ab", "", -1, 1, 1, 1, 2, 0, "~"},
         {"a\nb", "", "", -1, 1, 2, 0, 3, 0, "~"}, // nothing written at all
         {"a\nb", "x", "", 0, 1, 2, 0, 3, 0, "a\nb"}};
