@@ -11,14 +11,14 @@ struct RunResult {
     std::string out, err;
 };
 
-// Runs fyndle with args in cwd (empty: ours), standard input closed, killed
-// after timeoutSeconds. These settings change how:
+// Runs fyndle with args, standard input closed, killed after timeoutSeconds.
+// These settings change how:
 inline std::string g_binary = FYNDLE_BINARY; // the binary it runs
 inline int g_runAsUser = -1;                 // when not negative, as this user and group
 inline bool g_runOnOneCpu = false;           // pinned to the first CPU allowed, so that it searches without threads
 inline std::string g_stdoutTo;               // when not empty, standard output goes to this file
 inline size_t g_readAtMost = SIZE_MAX;       // the output pipe is closed once it holds this many bytes
-RunResult runFyndle(const std::vector<std::string> &args, const std::string &cwd = "", int timeoutSeconds = 60);
+RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds = 60);
 
 // A temporary folder that removes itself with everything in it.
 class TempTree {
@@ -38,8 +38,8 @@ private:
     std::string root_;
 };
 
-// The visible entries of a folder in the order it lists them (0: any type).
-std::vector<std::string> listed(const std::string &folder, unsigned char type = 0);
+// The visible entries of a folder in the order it lists them.
+std::vector<std::string> listed(const std::string &folder);
 
 // Replaces every '@' with the tree's root.
 std::string expand(std::string text, const TempTree &tree);

@@ -117,8 +117,7 @@ TEST(Hostile, SparseFileAbove2GiB)
     ASSERT_EQ(pwrite(fd, "needle\n", 7, 0x80000010), 7);
     close(fd);
     // One file, so one run each (rather than also one pinned): each reads 2 GiB.
-    const RunResult binary = runFyndle({"-b", "needle", tree.root()}, "", 600),
-                    lines = runFyndle({"-l", tree.root()}, "", 600);
+    const RunResult binary = runFyndle({"-b", "needle", tree.root()}, 600), lines = runFyndle({"-l", tree.root()}, 600);
     EXPECT_EQ(binary.out,
               expand(kBanner + searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), tree));
     EXPECT_EQ(lines.out, kBanner + "2 lines counted in 1 file.\n");
