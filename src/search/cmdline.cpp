@@ -16,7 +16,9 @@
 #include "pattern.h"
 #include "qvstring.h"
 #include "report.h"
+#include "run.h"
 #include "walk.h"
+#include "walk_queue.h"
 
 namespace {
 
@@ -25,6 +27,8 @@ const char sVersion[] = "version 1.20";
 const char sNotice[] = "Copyright (c) 2026 the fyndle developers";
 // The longest pattern kept; a longer one is cut to this many bytes.
 constexpr size_t kPatternMax = 31;
+// Descriptors a run needs free: the starting folder's and one claim's.
+constexpr int kRunDescriptors = 1 + kWalkDescriptors + 1;
 
 // Copies of the folder and mask arguments. They live as long as the process,
 // like the pattern, and are never freed.
@@ -72,12 +76,19 @@ char *maskCopy(const char *text)
     return copy;
 }
 
-} // namespace
-
-int PopErrorMessage(const char *text)
+// The exit code of a run that would end with code: 2 instead, said on
+// standard error, when standard output could not take what was printed.
+// The one message that goes to standard error: standard output is gone.
+int finish(SearchRun &run, int code)
 {
-    return wprintf(L"%s", text);
+    run.output.FlushOut();
+    if (!run.output.Failed())
+        return code;
+    fprintf(stderr, "%s: cannot write to standard output: %s\n", sProgram_, strerror(run.output.Error()));
+    return 2;
 }
+
+} // namespace
 
 int RunFyndle(int argc, char **argv)
 {
@@ -86,10 +97,21 @@ int RunFyndle(int argc, char **argv)
     if (!isatty(STDOUT_FILENO))
         setvbuf(stdout, outputBuffer, _IOFBF, sizeof outputBuffer);
 
-    ReportBanner(sProgram_, sVersion, sNotice);
+    // Below this, part of the tree would go unsearched: say so instead.
+    const int descriptors = FreeDescriptors();
+    if (descriptors < kRunDescriptors) {
+        fprintf(stderr, "%s: the open-file limit leaves %d descriptors free, and a search needs %d\n", sProgram_,
+                descriptors, kRunDescriptors);
+        return 2;
+    }
+
+    SearchRun run;
+    run.threads = SearchThreadCount();
+    OutputSink &out = run.out;
+    ReportBanner(out, sProgram_, sVersion, sNotice);
     if (argc < 2) {
-        ReportUsage(sProgram_);
-        exit(0);
+        ReportUsage(out, sProgram_);
+        exit(finish(run, 0));
     }
 
     char *&directory = s_sDirectory;
@@ -121,28 +143,29 @@ int RunFyndle(int argc, char **argv)
         masks = directory;
         directory = g_sPattern;
         g_sPattern = nullptr;
-        FRunMask(directory, masks);
-        return 0;
+        FRunMask(run, directory, masks);
+        return finish(run, 0);
     }
     if (g_sPattern == nullptr) {
-        ReportNoPattern();
-        exit(1);
+        ReportNoPattern(out);
+        exit(finish(run, 1));
     }
-    ReportSearching(g_sPattern, directory, masks, g_fVerbose != 0);
+    ReportSearching(out, g_sPattern, directory, masks, g_fVerbose != 0);
 
     if (strlen(g_sPattern) > kPatternMax) {
         g_sPattern[kPatternMax] = 0;
-        ReportPatternCut(g_sPattern);
+        ReportPatternCut(out, g_sPattern);
         if (g_fMatchWord) {
             g_fMatchWord = 0;
-            ReportWordMatchOff();
+            ReportWordMatchOff(out);
         }
     }
     if (PreparePattern(g_sPattern, g_fRegExp, g_fMatchCase) == 0) {
-        ReportSyntaxError();
-        exit(1);
+        ReportSyntaxError(out);
+        exit(finish(run, 1));
     }
-    fflush(stdout);
-    FRunMask(directory, masks);
-    return 0;
+    run.output.FlushOut();
+    if (!run.output.Failed())
+        FRunMask(run, directory, masks);
+    return finish(run, 0);
 }

@@ -2,11 +2,11 @@
 //
 // Options are one-byte flags and the compiled pattern lives in fixed
 // tables: both are written once before any search and only read after, so
-// the searching threads share them without locks. Window buffers and match
-// counts are per thread. The run counters are summed file by file in the
-// walk's order (output.h) and printed by the folder walk. Counters, offsets
-// and line numbers are 64-bit so that files and runs above 2 GiB count
-// right; below that they print exactly as 32-bit ints would.
+// the searching threads share them without locks. What changes during a
+// search belongs to the object that changes it: the run (run.h) holds the
+// counters and the output, each searching thread its buffers. Counters,
+// offsets and line numbers are 64-bit so that files and runs above 2 GiB
+// count right; below that they print exactly as 32-bit ints would.
 #pragma once
 
 #include <cstddef>
@@ -49,14 +49,3 @@ extern thread_local int32_t g_aiMatchCount[kMaxElements + 1];
 extern int g_cPattern;          // number of elements
 extern unsigned char g_chFirst; // byte that element 0 must be, or 0
 extern char *g_sPattern;        // the pattern text (heap copy)
-
-// Window buffers of the file scanner, one pair per searching thread: the
-// file's bytes, read in chunks, in which every window lies; and a window's
-// bytes as printed when they differ from the searched ones.
-extern thread_local char g_sBuffer[kChunkSize];
-extern thread_local char g_sCopyBuffer[kWindowSize];
-
-// Run counters, zeroed by FRunMask and summed in the order of the files.
-extern int64_t g_cFilesTried; // files looked at
-extern int64_t g_cFiles;      // files with an occurrence (or a line, under -l)
-extern int64_t g_cCount;      // occurrences (or lines, under -l)

@@ -16,7 +16,3 @@ thread_local int32_t g_aiMatchCount[kMaxElements + 1];
 int g_cPattern;
 unsigned char g_chFirst;
 char *g_sPattern;
-
-int64_t g_cFilesTried;
-int64_t g_cFiles;
-int64_t g_cCount;

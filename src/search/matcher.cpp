@@ -78,7 +78,12 @@ void SetMatcherShortcuts(bool on)
 int iGrepText(const char *name, const char *text, int len, int64_t *offset, int64_t *line, const char *print,
               int matchWord)
 {
+    // Alone, reports go straight to standard output.
+    ReportBatch batch;
+    batch.out = nullptr;
+    batch.used = 0;
     MatchState state{};
+    state.reports = &batch;
     return SearchWindow(&state, 0, name, text, len, offset, line, print, matchWord);
 }
 
@@ -238,7 +243,7 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         ++reports;
         if (g_fBinary) {
             if (name != nullptr)
-                ReportMatch(name, nameLen, *offset + start, shown(print, start, end - start, folded, scratch),
+                ReportMatch(*state.reports, name, nameLen, *offset + start, shown(print, start, end - start, folded, scratch),
                             static_cast<size_t>(end - start));
             pos = counted = end;
             continue;
@@ -250,7 +255,7 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         // No delimiter lies in [lineStart, start + 1) but at start itself.
         const auto lineEnd = static_cast<int64_t>(FindLineDelimiterIn(text, ulen, static_cast<size_t>(start + 1)));
         if (name != nullptr)
-            ReportLine(name, nameLen, lineAtStart + 1, shown(print, lineStart, lineEnd - lineStart, folded, scratch),
+            ReportLine(*state.reports, name, nameLen, lineAtStart + 1, shown(print, lineStart, lineEnd - lineStart, folded, scratch),
                        static_cast<size_t>(lineEnd - lineStart));
         // One report per line: go on at the delimiter that ends it. Newlines
         // that the match took beyond that point are counted once more.
@@ -271,6 +276,6 @@ int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
                  int64_t *offset, int64_t *line, const char *print, int matchWord)
 {
     const int reports = searchWindow(statePtr, windowStart, name, textArg, lenArg, offset, line, print, matchWord);
-    ReportFlush();
+    ReportFlush(*statePtr->reports);
     return reports;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "fyndle.h"
+#include "report.h"
 
 // The elements whose states the engine remembers: those that take runs.
 inline constexpr uint32_t kRunFlags = kFlagStar | kFlagPlus;
@@ -22,6 +23,7 @@ inline constexpr int64_t kPathPending = -2; // ran into a window's end; goes on 
 // (element, file position) they went through. One per search in progress;
 // never shared between threads. Zero-initialised is a valid start.
 struct MatchState {
+    ReportBatch *reports;  // set by the caller: where the reports of this search go
     int printFolded;       // set by the caller: leading bytes of the window that print in lower case
     bool useMemo;          // remember and reuse paths (off: every attempt runs in full)
     int64_t steps;         // states worked so far, all windows (for tests)

@@ -1,32 +1,26 @@
 // Ordered output.
 //
-// Slots form a queue in the order the walk opened them. At any time at most
-// one thread owns standard output: the thread of the slot named by `direct`
+// Slots form a queue in the order they were opened. At any time at most one
+// thread owns standard output: the thread of the slot named by `direct_`
 // (the head slot, whose kept bytes have all been written), or the thread
-// that is retiring slots (`flushing`). That owner alone calls the stdio
+// that is retiring slots (`flushing_`). That owner alone calls the stdio
 // functions; the hand-over happens under the lock or through the atomic
-// `direct`, so every stdio call of one thread is ordered before those of the
-// next. A slot whose thread ends it while it is the head retires it and the
-// slots behind it: writes their kept bytes, adds their numbers to the run
-// counters, flushes standard output after each file as the one-thread run
-// does, and stops at the first slot still being written, which becomes
-// `direct`.
+// `direct_`, so every stdio call of one thread is ordered before those of
+// the next. A thread that closes the head slot retires it and the slots
+// behind it: writes their kept bytes and stops at the first slot still
+// being written, which becomes `direct_`.
+//
+// Threads wait only for room (slots or kept bytes) and for the walk; a
+// wake is sent only when somebody waits, since waking costs about as much
+// as searching a small file.
 #include "output.h"
 
-#include <atomic>
-#include <condition_variable>
+#include <cerrno>
 #include <cstdio>
-#include <deque>
-#include <mutex>
-#include <string>
 #include <vector>
-
-#include "fyndle.h"
 
 struct OutputSlot {
     std::vector<std::string> kept; // bytes written while not at the head, in pieces
-    int64_t number = 0;            // the file's result, once closed
-    bool isFile = false;           // counted and flushed as a file when retired
     bool closed = false;           // its thread has written everything
 };
 
@@ -39,184 +33,173 @@ constexpr size_t kPieceSize = 16 << 10;
 // Bytes a thread gathers before it hands them to its slot.
 constexpr size_t kStagingLimit = 8 << 10; // below kPieceSize
 
-std::mutex s_lock;
-std::condition_variable s_changed; // a slot retired, kept bytes written, or direct moved
-std::deque<OutputSlot *> s_order;  // unretired slots, head first
-std::atomic<OutputSlot *> s_direct{nullptr};
-bool s_flushing = false; // a thread is retiring slots
-size_t s_kept = 0;       // sum of the kept pieces' sizes
-bool s_ordered = false;  // read and written by the walk thread only
+} // namespace
 
-thread_local OutputSlot *t_slot = nullptr;
-thread_local std::string t_staging;
-
-void writeOut(const char *bytes, size_t len)
+OrderedOutput::~OrderedOutput()
 {
-    fwrite_unlocked(bytes, 1, len, stdout);
+    for (OutputSlot *slot : order_)
+        delete slot;
+}
+
+void OrderedOutput::fail()
+{
+    if (!failed_.load(std::memory_order_relaxed)) {
+        error_ = errno != 0 ? errno : EIO;
+        failed_.store(true, std::memory_order_relaxed);
+    }
+}
+
+void OrderedOutput::WriteOut(const char *bytes, size_t len)
+{
+    if (Failed() || len == 0)
+        return;
+    errno = 0;
+    if (fwrite_unlocked(bytes, 1, len, stdout) != len)
+        fail();
+}
+
+void OrderedOutput::FlushOut()
+{
+    if (Failed())
+        return;
+    errno = 0;
+    if (fflush(stdout) != 0 || ferror(stdout))
+        fail();
+}
+
+void OrderedOutput::Wait(std::unique_lock<std::mutex> &held)
+{
+    ++waiting_;
+    changed_.wait(held);
+    --waiting_;
+}
+
+void OrderedOutput::Notify()
+{
+    if (waiting_ > 0)
+        changed_.notify_all();
+}
+
+OutputSlot *OrderedOutput::OpenSlot()
+{
+    auto *slot = new OutputSlot;
+    order_.push_back(slot);
+    if (order_.size() == 1 && !flushing_)
+        direct_.store(slot, std::memory_order_release);
+    return slot;
+}
+
+void OrderedOutput::CloseSlot(std::unique_lock<std::mutex> &held, OutputSlot *slot)
+{
+    slot->closed = true;
+    if (direct_.load(std::memory_order_relaxed) == slot)
+        retire(held);
 }
 
 // Called with the lock held by the thread that ended the head slot: writes
 // and retires slots until one that is still being written.
-void retire(std::unique_lock<std::mutex> &held)
+void OrderedOutput::retire(std::unique_lock<std::mutex> &held)
 {
-    s_flushing = true;
-    s_direct.store(nullptr, std::memory_order_relaxed);
-    while (!s_order.empty()) {
-        OutputSlot *head = s_order.front();
+    flushing_ = true;
+    direct_.store(nullptr, std::memory_order_relaxed);
+    const size_t before = order_.size();
+    while (!order_.empty()) {
+        OutputSlot *head = order_.front();
         if (!head->kept.empty()) {
             std::vector<std::string> pieces;
             pieces.swap(head->kept);
             held.unlock();
             size_t sizes = 0;
             for (const std::string &piece : pieces) {
-                writeOut(piece.data(), piece.size());
+                WriteOut(piece.data(), piece.size());
                 sizes += piece.capacity();
             }
+            // Kept bytes are whole files but for the last: flushed as the
+            // head would have flushed them.
+            FlushOut();
             pieces.clear();
             held.lock();
-            s_kept -= sizes;
-            s_changed.notify_all();
+            kept_ -= sizes;
+            Notify();
             continue;
         }
         if (!head->closed) {
-            s_direct.store(head, std::memory_order_release);
+            direct_.store(head, std::memory_order_release);
             break;
         }
-        s_order.pop_front();
-        const bool isFile = head->isFile;
-        const int64_t number = head->number;
+        order_.pop_front();
         delete head;
-        if (isFile) {
-            CountFile(number);
-            held.unlock();
-            fflush(stdout);
-            held.lock();
-        }
     }
-    s_flushing = false;
-    s_changed.notify_all();
-}
-
-OutputSlot *openSlot(bool isFile)
-{
-    auto *slot = new OutputSlot;
-    slot->isFile = isFile;
-    std::unique_lock<std::mutex> held(s_lock);
-    s_changed.wait(held, [] { return s_order.size() < kOutputSlotLimit; });
-    s_order.push_back(slot);
-    if (s_order.size() == 1 && !s_flushing)
-        s_direct.store(slot, std::memory_order_release);
-    return slot;
+    flushing_ = false;
+    if (before >= kSlotLimit || order_.empty())
+        Notify();
 }
 
 // Hands bytes to slot: straight out at the head, else kept, waiting for
 // room when the kept bytes are at their limit.
-void commit(OutputSlot *slot, const char *bytes, size_t len)
+void OrderedOutput::commit(OutputSlot *slot, const char *bytes, size_t len)
 {
     if (len == 0)
         return;
-    if (s_direct.load(std::memory_order_acquire) == slot) {
-        writeOut(bytes, len);
+    if (isDirect(slot)) {
+        WriteOut(bytes, len);
         return;
     }
-    std::unique_lock<std::mutex> held(s_lock);
+    std::unique_lock<std::mutex> held(lock_);
     for (;;) {
-        if (s_direct.load(std::memory_order_relaxed) == slot) {
+        if (direct_.load(std::memory_order_relaxed) == slot) {
             held.unlock();
-            writeOut(bytes, len);
+            WriteOut(bytes, len);
             return;
         }
+        if (Failed())
+            return;
         if (!slot->kept.empty() && slot->kept.back().capacity() - slot->kept.back().size() >= len) {
             slot->kept.back().append(bytes, len);
             return;
         }
-        if (s_kept == 0 || s_kept + kPieceSize <= kKeptLimit) {
+        if (kept_ == 0 || kept_ + kPieceSize <= kKeptLimit) {
             std::string &piece = slot->kept.emplace_back();
             piece.reserve(len > kPieceSize ? len : kPieceSize);
             piece.append(bytes, len);
-            s_kept += piece.capacity();
+            kept_ += piece.capacity();
             return;
         }
-        s_changed.wait(held);
+        Wait(held);
     }
 }
 
-void closeSlot(OutputSlot *slot, int64_t number)
+void OutputSink::Write(const char *bytes, size_t len)
 {
-    std::unique_lock<std::mutex> held(s_lock);
-    slot->number = number;
-    slot->closed = true;
-    if (s_direct.load(std::memory_order_relaxed) == slot)
-        retire(held);
-}
-
-} // namespace
-
-void OutputWrite(const char *bytes, size_t len)
-{
-    OutputSlot *slot = t_slot;
-    if (slot == nullptr) {
-        if (!s_ordered) {
-            writeOut(bytes, len);
-            return;
-        }
-        OutputSlot *message = openSlot(false);
-        commit(message, bytes, len);
-        closeSlot(message, 0);
+    if (slot_ == nullptr || (staging_.empty() && output_.isDirect(slot_))) {
+        output_.WriteOut(bytes, len);
         return;
     }
-    if (t_staging.empty() && s_direct.load(std::memory_order_acquire) == slot) {
-        writeOut(bytes, len);
+    staging_.append(bytes, len);
+    if (staging_.size() >= kStagingLimit)
+        commit();
+}
+
+void OutputSink::EndFile()
+{
+    if (slot_ != nullptr && !output_.isDirect(slot_))
+        return; // its turn has not come: the thread that writes it out flushes
+    commit();
+    output_.FlushOut();
+}
+
+void OutputSink::commit()
+{
+    if (staging_.empty())
         return;
-    }
-    t_staging.append(bytes, len);
-    if (t_staging.size() >= kStagingLimit) {
-        commit(slot, t_staging.data(), t_staging.size());
-        t_staging.clear();
-    }
+    output_.commit(slot_, staging_.data(), staging_.size());
+    staging_.clear();
 }
 
-void OutputBeginOrdered()
+OutputSlot *OutputSink::Leave()
 {
-    s_ordered = true;
-}
-
-OutputSlot *OutputOpenFileSlot()
-{
-    return openSlot(true);
-}
-
-size_t OutputSlotsInUse()
-{
-    std::lock_guard<std::mutex> held(s_lock);
-    return s_order.size();
-}
-
-void OutputEnterSlot(OutputSlot *slot)
-{
-    t_slot = slot;
-}
-
-void OutputCloseSlot(int64_t number)
-{
-    OutputSlot *slot = t_slot;
-    commit(slot, t_staging.data(), t_staging.size());
-    t_staging.clear();
-    t_slot = nullptr;
-    closeSlot(slot, number);
-}
-
-void OutputEndOrdered()
-{
-    std::unique_lock<std::mutex> held(s_lock);
-    s_changed.wait(held, [] { return s_order.empty() && !s_flushing; });
-    s_ordered = false;
-}
-
-void CountFile(int64_t number)
-{
-    ++g_cFilesTried;
-    if (number > 0)
-        ++g_cFiles;
-    g_cCount += number;
+    commit();
+    OutputSlot *slot = slot_;
+    slot_ = nullptr;
+    return slot;
 }

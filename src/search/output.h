@@ -1,53 +1,113 @@
 // Ordered output: what the tool prints reaches standard output in the order
 // of a one-thread run, whichever thread searched a file.
 //
-// The output is cut into slots, opened one after the other by the folder
-// walk: a file's slot holds everything printed while it is searched, a
-// message slot one line of the walk. The slot at the head of the order
-// writes straight to standard output; slots behind it keep their bytes in
-// memory, about 1 MiB in all, and a thread that would keep more waits until
-// its slot comes to the head. Without ordered mode (one CPU, and before and
-// after the search) everything goes straight to standard output.
+// The search is handed out in claims (a folder's message, a few files of
+// it), and each claim writes into a slot of its own; slots are opened in
+// the walk's order. The slot at the head of the order writes straight to
+// standard output; slots behind it keep their bytes in memory, about 1 MiB
+// in all, and a thread that would keep more waits until its slot comes to
+// the head. Outside a slot (before and after the search) everything goes
+// straight to standard output.
+//
+// Standard output is written by one thread at a time: the owner of the
+// head slot, or the thread that retires the slots after it. When a write
+// fails, the output says so (Failed) and drops everything after it: the
+// walk then stops handing out work.
 #pragma once
 
+#include <atomic>
+#include <condition_variable>
 #include <cstddef>
-#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
 
 struct OutputSlot;
 
-// Writes bytes[0..len) to the calling thread's slot, or straight to standard
-// output when it has none. A thread without a slot (the walk) in ordered
-// mode gets a slot of its own for this one write: pass a whole message.
-void OutputWrite(const char *bytes, size_t len);
+class OrderedOutput {
+public:
+    OrderedOutput() = default;
+    OrderedOutput(const OrderedOutput &) = delete;
+    OrderedOutput &operator=(const OrderedOutput &) = delete;
+    ~OrderedOutput();
 
-// Ordered mode on: from now on the walk's writes keep their place behind the
-// files handed out. Call it before any searching thread starts.
-void OutputBeginOrdered();
+    // The run's one lock: the walk hands out work under it too, so that a
+    // claim and its slot are ordered together.
+    std::mutex &Lock() { return lock_; }
 
-// Appends a file's slot to the order, waiting while too many slots are
-// still unwritten (so that open files and kept bytes stay bounded). Walk
-// thread only, in ordered mode.
-OutputSlot *OutputOpenFileSlot();
+    // Waits under the lock until something changes: a slot retired, kept
+    // bytes written, or the walk's Notify.
+    void Wait(std::unique_lock<std::mutex> &held);
+    // Wakes the threads in Wait, when there are any. Lock held.
+    void Notify();
 
-// Slots that may be unwritten at once (each file slot holds an open file).
-constexpr size_t kOutputSlotLimit = 64;
+    // Whether a slot may be opened: fewer than kSlotLimit are unwritten,
+    // so that slots stay bounded behind a slow head. Lock held.
+    bool HasRoom() const { return order_.size() < kSlotLimit; }
+    // Appends a new slot to the order; check HasRoom first. Lock held.
+    OutputSlot *OpenSlot();
 
-// How many slots are open or waiting to be written; OutputOpenFileSlot
-// waits while they are at kOutputSlotLimit. Walk thread, in ordered mode.
-size_t OutputSlotsInUse();
+    // Ends a slot whose thread wrote everything; at the head it retires it
+    // and the closed slots behind it. Lock held (released while writing).
+    void CloseSlot(std::unique_lock<std::mutex> &held, OutputSlot *slot);
 
-// Makes slot the calling thread's slot, or (null) gives it none again.
-void OutputEnterSlot(OutputSlot *slot);
+    // A write to standard output failed: nothing more is written.
+    bool Failed() const { return failed_.load(std::memory_order_relaxed); }
+    // The errno of the first failed write, or 0.
+    int Error() const { return error_; }
+    // The failure flag itself, for a search to poll while it reads.
+    const std::atomic<bool> &FailedFlag() const { return failed_; }
 
-// Ends the calling thread's slot; number is the file's result, added to the
-// run counters when the slot's turn comes. The thread has no slot after it.
-void OutputCloseSlot(int64_t number);
+    // Writes bytes straight to standard output, or flushes it; the owner
+    // of standard output only.
+    void WriteOut(const char *bytes, size_t len);
+    void FlushOut();
 
-// Waits until every slot is written, then leaves ordered mode. Walk thread,
-// after every searching thread has ended.
-void OutputEndOrdered();
+    static constexpr size_t kSlotLimit = 256; // slots unwritten at once, at most
 
-// Adds one searched file's number to the run counters, in the order of the
-// files: the number counts the file among the files with an occurrence
-// when it is above 0.
-void CountFile(int64_t number);
+private:
+    friend class OutputSink;
+    void commit(OutputSlot *slot, const char *bytes, size_t len);
+    void retire(std::unique_lock<std::mutex> &held);
+    bool isDirect(const OutputSlot *slot) const { return direct_.load(std::memory_order_acquire) == slot; }
+    void fail();
+
+    std::mutex lock_;
+    std::condition_variable changed_;
+    int waiting_ = 0;                     // threads in Wait
+    std::deque<OutputSlot *> order_;      // unretired slots, head first
+    std::atomic<OutputSlot *> direct_{};  // the head slot, once its kept bytes are written
+    bool flushing_ = false;               // a thread is retiring slots
+    size_t kept_ = 0;                     // bytes of the kept pieces, counted by capacity
+    std::atomic<bool> failed_{false};     // a write to standard output failed
+    int error_ = 0;                       // its errno
+};
+
+// One thread's way to the output: the slot of its claim, and the bytes it
+// gathers before handing them over. Never shared between threads.
+class OutputSink {
+public:
+    explicit OutputSink(OrderedOutput &output) : output_(output) {}
+    OutputSink(const OutputSink &) = delete;
+    OutputSink &operator=(const OutputSink &) = delete;
+
+    // Writes bytes[0..len) to the slot, or straight out when there is none.
+    void Write(const char *bytes, size_t len);
+
+    // The end of one file's output: what the file wrote is flushed to
+    // standard output as soon as its turn has come, so that a run that is
+    // killed keeps the files before.
+    void EndFile();
+
+    // Takes slot for the writes that follow.
+    void Enter(OutputSlot *slot) { slot_ = slot; }
+    // Hands over what is gathered and gives the slot back, for CloseSlot.
+    OutputSlot *Leave();
+
+private:
+    void commit();
+
+    OrderedOutput &output_;
+    OutputSlot *slot_ = nullptr; // the claim's slot, or null: straight out
+    std::string staging_;        // bytes gathered behind the head
+};

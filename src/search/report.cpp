@@ -1,7 +1,8 @@
 // Reports. Match reports are put together by hand on the hot path, texts
 // written as "%.*s" would write them: up to the given length or to the
 // first NUL byte, whichever comes first (a line holds none: NUL ends it),
-// and gathered in a per-thread batch that ReportFlush hands to the output. Every other message is formatted
+// and gathered in a batch of the searching thread that ReportFlush hands to
+// the output. Every other message is formatted
 // whole with the C library's printf rules and written in one piece, so
 // that a message of the walk is one unit of the ordered output.
 #include "report.h"
@@ -16,7 +17,7 @@
 
 namespace {
 
-__attribute__((format(printf, 1, 2))) void message(const char *format, ...)
+__attribute__((format(printf, 2, 3))) void message(OutputSink &out, const char *format, ...)
 {
     char small[512];
     va_list arguments;
@@ -26,14 +27,14 @@ __attribute__((format(printf, 1, 2))) void message(const char *format, ...)
     if (length < 0)
         return;
     if (static_cast<size_t>(length) < sizeof small) {
-        OutputWrite(small, static_cast<size_t>(length));
+        out.Write(small, static_cast<size_t>(length));
         return;
     }
     std::string large(static_cast<size_t>(length) + 1, '\0');
     va_start(arguments, format);
     vsnprintf(large.data(), large.size(), format, arguments);
     va_end(arguments);
-    OutputWrite(large.data(), static_cast<size_t>(length));
+    out.Write(large.data(), static_cast<size_t>(length));
 }
 
 const char *plural(int64_t number)
@@ -46,41 +47,40 @@ const char *shown(const char *text)
     return text != nullptr ? text : "(null)";
 }
 
-// Match reports gathered for one output call. Handing each line to the
-// output on its own cost about as much as finding its match.
-constexpr size_t kBatchSize = 16 << 10;
-struct ReportBatch {
-    size_t used; // zero at each thread's start, as all thread-local storage
-    char bytes[kBatchSize];
-};
-thread_local ReportBatch t_batch;
-
 // The longest number a report shows: 19 decimal digits of an int64_t, or
 // "0x" and 16 hex digits.
 constexpr size_t kNumberMax = 20;
+
+void writeBatch(ReportBatch &batch, const char *bytes, size_t len)
+{
+    if (batch.out != nullptr)
+        batch.out->Write(bytes, len);
+    else
+        fwrite(bytes, 1, len, stdout);
+}
 
 // Adds name " (" number "): " text "\n" to the batch, the number put by
 // putNumber(at) (which returns where it ends); a report longer than the
 // whole batch goes out in pieces instead.
 template <typename PutNumber>
-void putReport(const char *name, size_t nameLen, PutNumber putNumber, const char *text, size_t len)
+void putReport(ReportBatch &batch, const char *name, size_t nameLen, PutNumber putNumber, const char *text, size_t len)
 {
     const size_t need = nameLen + kNumberMax + len + 6;
-    if (need > kBatchSize - t_batch.used) {
-        ReportFlush();
-        if (need > kBatchSize) {
+    if (need > ReportBatch::kSize - batch.used) {
+        ReportFlush(batch);
+        if (need > ReportBatch::kSize) {
             char number[kNumberMax];
             const char *numberEnd = putNumber(number);
-            OutputWrite(name, nameLen);
-            OutputWrite(" (", 2);
-            OutputWrite(number, static_cast<size_t>(numberEnd - number));
-            OutputWrite("): ", 3);
-            OutputWrite(text, len);
-            OutputWrite("\n", 1);
+            writeBatch(batch, name, nameLen);
+            writeBatch(batch, " (", 2);
+            writeBatch(batch, number, static_cast<size_t>(numberEnd - number));
+            writeBatch(batch, "): ", 3);
+            writeBatch(batch, text, len);
+            writeBatch(batch, "\n", 1);
             return;
         }
     }
-    char *at = t_batch.bytes + t_batch.used;
+    char *at = batch.bytes + batch.used;
     std::memcpy(at, name, nameLen);
     at += nameLen;
     *at++ = ' ';
@@ -92,33 +92,33 @@ void putReport(const char *name, size_t nameLen, PutNumber putNumber, const char
     std::memcpy(at, text, len);
     at += len;
     *at++ = '\n';
-    t_batch.used = static_cast<size_t>(at - t_batch.bytes);
+    batch.used = static_cast<size_t>(at - batch.bytes);
 }
 
 } // namespace
 
-void ReportFlush()
+void ReportFlush(ReportBatch &batch)
 {
-    if (t_batch.used == 0)
+    if (batch.used == 0)
         return;
-    OutputWrite(t_batch.bytes, t_batch.used);
-    t_batch.used = 0;
+    writeBatch(batch, batch.bytes, batch.used);
+    batch.used = 0;
 }
 
-void ReportLine(const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len)
+void ReportLine(ReportBatch &batch, const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len)
 {
     putReport(
-        name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; }, text,
+        batch, name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; }, text,
         len);
 }
 
-void ReportMatch(const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len)
+void ReportMatch(ReportBatch &batch, const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len)
 {
     // Written as "%.*s" writes: up to the first NUL.
     if (const void *nul = std::memchr(bytes, 0, len))
         len = static_cast<size_t>(static_cast<const char *>(nul) - bytes);
     putReport(
-        name, nameLen,
+        batch, name, nameLen,
         [offset](char *at) {
             if (offset == 0) {
                 *at = '0';
@@ -131,14 +131,14 @@ void ReportMatch(const char *name, size_t nameLen, int64_t offset, const char *b
         bytes, len);
 }
 
-void ReportBanner(const char *program, const char *version, const char *notice)
+void ReportBanner(OutputSink &out, const char *program, const char *version, const char *notice)
 {
-    message("\n%s %s %s\n", program, version, notice);
+    message(out, "\n%s %s %s\n", program, version, notice);
 }
 
-void ReportUsage(const char *program)
+void ReportUsage(OutputSink &out, const char *program)
 {
-    message("Searches files for text patterns\n\nUsage:\t%s [-options] pattern directory filetypes\n\n"
+    message(out, "Searches files for text patterns\n\nUsage:\t%s [-options] pattern directory filetypes\n\n"
             "options:\n"
             "  -s  also search subdirectories\n"
             "  -f  list file names only\n"
@@ -152,76 +152,76 @@ void ReportUsage(const char *program)
             program);
 }
 
-void ReportNoPattern()
+void ReportNoPattern(OutputSink &out)
 {
-    message("No search pattern specified");
+    message(out, "No search pattern specified");
 }
 
-void ReportSyntaxError()
+void ReportSyntaxError(OutputSink &out)
 {
-    message("Syntax error in search pattern");
+    message(out, "Syntax error in search pattern");
 }
 
-void ReportSearching(const char *pattern, const char *directory, const char *masks, bool verbose)
+void ReportSearching(OutputSink &out, const char *pattern, const char *directory, const char *masks, bool verbose)
 {
     if (verbose)
-        message("Searching for \"%s\" from \"%s\" in files \"%s\"\n", pattern, shown(directory), shown(masks));
+        message(out, "Searching for \"%s\" from \"%s\" in files \"%s\"\n", pattern, shown(directory), shown(masks));
     else
-        message("Searching for \"%s\"\n", pattern);
+        message(out, "Searching for \"%s\"\n", pattern);
 }
 
-void ReportPatternCut(const char *pattern)
+void ReportPatternCut(OutputSink &out, const char *pattern)
 {
-    message("Warning: pattern is too long, truncated to: \"%s\"\n", pattern);
+    message(out, "Warning: pattern is too long, truncated to: \"%s\"\n", pattern);
 }
 
-void ReportWordMatchOff()
+void ReportWordMatchOff(OutputSink &out)
 {
-    message("Warning: word matching switched off\n");
+    message(out, "Warning: word matching switched off\n");
 }
 
-void ReportArgumentNotFound(const char *directory)
+void ReportArgumentNotFound(OutputSink &out, const char *directory)
 {
-    message("\"%s\" not found\n", shown(directory));
+    message(out, "\"%s\" not found\n", shown(directory));
 }
 
-void ReportPathNotFound(const char *path)
+void ReportPathNotFound(OutputSink &out, const char *path)
 {
-    message("%s not found\n", path);
+    message(out, "%s not found\n", path);
 }
 
-void ReportMaskInsteadOfFile()
+void ReportMaskInsteadOfFile(OutputSink &out)
 {
-    message("Warning: using specified mask instead of filename\n");
+    message(out, "Warning: using specified mask instead of filename\n");
 }
 
-void ReportTrying(const char *folder, int count)
+void ReportTrying(OutputSink &out, const char *folder, int count)
 {
-    message("Trying: %s: %d files found\n", folder, count);
+    message(out, "Trying: %s: %d files found\n", folder, count);
 }
 
-void ReportFileName(const char *path)
+void ReportFileName(OutputSink &out, const char *path)
 {
-    message("File  : %s\n", path);
+    message(out, "File  : %s\n", path);
 }
 
-void ReportUnopenable(const char *path)
+void ReportUnopenable(OutputSink &out, const char *path)
 {
-    message("unable to open file %s\n", path);
+    message(out, "unable to open file %s\n", path);
 }
 
-void ReportFileCount(const char *path, int64_t total)
+void ReportFileCount(OutputSink &out, const char *path, int64_t total)
 {
-    message("%s : %lld occurrence%s.\n", path, static_cast<long long>(total), plural(total));
+    message(out, "%s : %lld occurrence%s.\n", path, static_cast<long long>(total), plural(total));
 }
 
-void ReportSummary(bool countLines, int64_t count, int64_t files, int64_t filesTried)
+void ReportSummary(OutputSink &out, bool countLines, int64_t count, int64_t files, int64_t filesTried)
 {
     if (countLines)
-        message("%lld lines counted in %lld file%s.\n", static_cast<long long>(count), static_cast<long long>(files),
+        message(out, "%lld lines counted in %lld file%s.\n", static_cast<long long>(count), static_cast<long long>(files),
                 plural(files));
     else
-        message("%lld occurrence%s found in %lld file%s (%lld file%s searched).\n", static_cast<long long>(count),
+        message(out, "%lld occurrence%s found in %lld file%s (%lld file%s searched).\n", static_cast<long long>(count),
                 plural(count), static_cast<long long>(files), plural(files), static_cast<long long>(filesTried),
                 plural(filesTried));
 }

@@ -5,7 +5,8 @@
 // to the cut, and what it did not consume, plus the tail after the cut, is
 // carried to the start of the next window. The windows are exactly those of
 // 5120-byte reads into one buffer, but the file is read in large chunks:
-// g_sBuffer holds the file bytes [bufferStart, bufferStart + bufferUsed)
+// the searching thread's buffer holds the file bytes [bufferStart,
+// bufferStart + bufferUsed)
 // and every window lies inside it. A file whose first read comes back
 // shorter than a window before its end (kernel files that give a page per
 // read) is read once per window instead, because there a window ends where
@@ -33,6 +34,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,15 +42,18 @@
 #include "bytescan.h"
 #include "fyndle.h"
 #include "matcher.h"
+#include "output.h"
 #include "report.h"
 
 namespace {
 
 struct ChunkReader {
+    char *buffer;               // kChunkSize bytes
+    const std::atomic<bool> &stop; // the run is ending: read no more
     int fd;
     int64_t size;        // size of the file when opened
-    int64_t bufferStart; // file position of g_sBuffer[0]
-    int64_t bufferUsed;  // bytes of the file held in g_sBuffer
+    int64_t bufferStart; // file position of buffer[0]
+    int64_t bufferUsed;  // bytes of the file held in buffer
     int64_t totalRead;   // bytes read from the file so far
     bool atEnd;          // nothing more will be read
     bool perWindow;      // reads come back short: one read per window, each window ends where its read did
@@ -59,27 +64,16 @@ struct ChunkReader {
     void ensure(int64_t position, int64_t want);
 };
 
-} // namespace
-
-thread_local char g_sBuffer[kChunkSize];
-thread_local char g_sCopyBuffer[kWindowSize];
-
-int64_t getFileSize(int fd)
-{
-    struct stat status;
-    if (fstat(fd, &status) != 0)
-        return -1;
-    return status.st_size;
-}
-
-namespace {
-
 void ChunkReader::ensure(int64_t position, int64_t want)
 {
     if (atEnd || (!perWindow && position + want <= bufferStart + bufferUsed))
         return;
+    if (stop.load(std::memory_order_relaxed)) {
+        atEnd = true;
+        return;
+    }
     int64_t keep = bufferStart + bufferUsed - position;
-    std::memmove(g_sBuffer, g_sBuffer + (position - bufferStart), static_cast<size_t>(keep));
+    std::memmove(buffer, buffer + (position - bufferStart), static_cast<size_t>(keep));
     bufferStart = position;
     bufferUsed = keep;
     // A file whose reads come back short is known by its first read, before
@@ -90,7 +84,7 @@ void ChunkReader::ensure(int64_t position, int64_t want)
     bool first = totalRead == 0;
     while (bufferUsed < static_cast<int64_t>(kChunkSize)) {
         const int64_t ask = perWindow ? want - bufferUsed : static_cast<int64_t>(kChunkSize) - bufferUsed;
-        ssize_t got = read(fd, g_sBuffer + bufferUsed, static_cast<size_t>(ask));
+        ssize_t got = read(fd, buffer + bufferUsed, static_cast<size_t>(ask));
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0) { // a read error ends the file like its end does
@@ -111,17 +105,18 @@ void ChunkReader::ensure(int64_t position, int64_t want)
     }
 }
 
-int64_t countLines(int fd)
+int64_t countLines(FileSearcher &searcher, int fd)
 {
     int64_t lines = 0;
-    for (;;) {
-        ssize_t got = read(fd, g_sBuffer, kChunkSize);
+    while (!searcher.stop.load(std::memory_order_relaxed)) {
+        ssize_t got = read(fd, searcher.buffer.get(), kChunkSize);
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0)
-            return lines;
-        lines += CountNewlines(reinterpret_cast<const unsigned char *>(g_sBuffer), static_cast<size_t>(got));
+            break;
+        lines += CountNewlines(reinterpret_cast<const unsigned char *>(searcher.buffer.get()), static_cast<size_t>(got));
     }
+    return lines;
 }
 
 // Bytes of the window window[0..filled) that are searched: up to and
@@ -150,7 +145,7 @@ struct CutFinder {
     int64_t newlineFrom(int64_t from) const
     {
         const int64_t heldEnd = this->heldEnd();
-        const char *held = g_sBuffer + (from - reader.bufferStart);
+        const char *held = reader.buffer + (from - reader.bufferStart);
         const void *found = from < heldEnd ? memchr(held, '\n', static_cast<size_t>(heldEnd - from)) : nullptr;
         return found != nullptr ? from + (static_cast<const char *>(found) - held) : heldEnd;
     }
@@ -183,7 +178,7 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
 {
     const int64_t heldEnd = reader.bufferStart + reader.bufferUsed;
     auto held = [&](int64_t position) {
-        return reinterpret_cast<const unsigned char *>(g_sBuffer) + (position - reader.bufferStart);
+        return reinterpret_cast<const unsigned char *>(reader.buffer) + (position - reader.bufferStart);
     };
     StuckRun run{};
     if (windowStart + kWindowSize > heldEnd ||
@@ -194,7 +189,7 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
     if (run.entry == 0) {
         auto stuck = [&](int64_t start) {
             return WindowStop(run, held(start), start,
-                              cutLength(g_sBuffer + (start - reader.bufferStart), kWindowSize)) == 0;
+                              cutLength(reader.buffer + (start - reader.bufferStart), kWindowSize)) == 0;
         };
         int64_t low = windowStart;
         int64_t high = heldEnd - kWindowSize;
@@ -207,7 +202,7 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
             else
                 high = middle - 1;
         }
-        lastEnd = low + cutLength(g_sBuffer + (low - reader.bufferStart), kWindowSize);
+        lastEnd = low + cutLength(reader.buffer + (low - reader.bufferStart), kWindowSize);
         windowStart = low + 1;
         carried = kWindowSize - 1;
     } else {
@@ -235,9 +230,9 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
     state.lastWindowEnd = lastEnd;
 }
 
-int64_t searchFile(int fd, int64_t size, const char *path)
+int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *path)
 {
-    ChunkReader reader{fd, size, 0, 0, 0, false, false};
+    ChunkReader reader{searcher.buffer.get(), searcher.stop, fd, size, 0, 0, 0, false, false};
     const char *name = g_fFileNamesOnly ? nullptr : path;
     int64_t offset = 0; // running byte offset handed to the matcher
     int64_t line = 0;   // running line counter
@@ -246,13 +241,14 @@ int64_t searchFile(int fd, int64_t size, const char *path)
     int carried = 0;         // bytes the window keeps from the last one
     int folded = 0;          // leading bytes of the window a folding scanner would have folded
     MatchState state{};      // what the matcher carries from window to window
+    state.reports = &searcher.reports;
     while (offset < size) {
         reader.ensure(windowStart, kWindowSize);
         int64_t fresh = reader.bufferStart + reader.bufferUsed - (windowStart + carried);
         if (fresh <= 0)
             break;
         const int filled = carried + static_cast<int>(fresh < kWindowSize - carried ? fresh : kWindowSize - carried);
-        char *window = g_sBuffer + (windowStart - reader.bufferStart);
+        char *window = reader.buffer + (windowStart - reader.bufferStart);
 
         const int searched = cutLength(window, filled);
 
@@ -279,37 +275,44 @@ int64_t searchFile(int fd, int64_t size, const char *path)
 
 } // namespace
 
-int OpenFileAt(int dirFd, const char *name)
+FileSearcher::FileSearcher(OutputSink &sink, const std::atomic<bool> &stopFlag)
+    : out(sink), stop(stopFlag), buffer(new(std::nothrow) char[kChunkSize])
 {
-    // O_NONBLOCK: a name that turned into a FIFO since it was listed must
-    // not hang the run.
-    return openat(dirFd, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    reports.out = &sink;
+    reports.used = 0;
 }
 
-int64_t ScanOpenFile(int fd, const char *path)
+int OpenFileAt(int dirFd, const char *name)
 {
+    // O_NOFOLLOW: a name swapped for a link since it was listed must not
+    // lead out of the tree; O_NONBLOCK: nor may one that turned into a FIFO
+    // hang the run.
+    return openat(dirFd, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+}
+
+int64_t ScanOpenFile(FileSearcher &searcher, int fd, const char *path)
+{
+    struct stat status;
+    if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
+        close(fd);
+        fd = -1;
+    }
     if (g_fCountLines) {
         if (fd < 0)
             return 0;
-        int64_t lines = countLines(fd);
+        int64_t lines = countLines(searcher, fd);
         close(fd);
         return lines;
     }
     if (fd < 0) {
-        ReportUnopenable(path);
+        ReportUnopenable(searcher.out, path);
         return 0;
     }
     int64_t total = 0;
-    int64_t size = getFileSize(fd);
-    if (size > 0)
-        total = searchFile(fd, size, path);
+    if (status.st_size > 0)
+        total = searchFile(searcher, fd, status.st_size, path);
     close(fd);
     if (g_fFileNamesOnly && total > 0)
-        ReportFileCount(path, total);
+        ReportFileCount(searcher.out, path, total);
     return total;
-}
-
-int64_t ScanFile(int dirFd, const char *name, const char *path)
-{
-    return ScanOpenFile(OpenFileAt(dirFd, name), path);
 }

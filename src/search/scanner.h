@@ -2,22 +2,39 @@
 // prints its per-file messages.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 
-// Size of an open file, or -1 when it cannot be read.
-int64_t getFileSize(int fd);
+#include "report.h"
 
-// Opens the file `name` of the folder open as dirFd for a search: a
-// descriptor the caller hands to ScanOpenFile, or -1.
+class OutputSink;
+
+// One thread's means to search files: its read buffer, its report batch
+// and its way to the output. Never shared between threads.
+struct FileSearcher {
+    // Null buffer when its memory cannot be had: the thread then searches
+    // nothing.
+    FileSearcher(OutputSink &sink, const std::atomic<bool> &stopFlag);
+    FileSearcher(const FileSearcher &) = delete;
+    FileSearcher &operator=(const FileSearcher &) = delete;
+
+    OutputSink &out;               // where its messages and reports go
+    const std::atomic<bool> &stop; // set when the run must end: a file is left at its next read
+    std::unique_ptr<char[]> buffer; // kChunkSize bytes: the file's bytes as read
+    ReportBatch reports;            // its match reports, on their way to out
+};
+
+// Opens the file `name` of the folder open as dirFd for a search, without
+// following a link and without waiting on a FIFO: a descriptor the caller
+// hands to ScanOpenFile, or -1.
 int OpenFileAt(int dirFd, const char *name);
 
-// Searches (under -l counts the lines of) the file open as fd, -1 for one
-// that could not be opened, and closes it; path is its full path as
-// printed. Prints what ScanFile prints and returns what it returns.
-int64_t ScanOpenFile(int fd, const char *path);
-
-// Searches the file `name` of the folder open as dirFd; path is its full
-// path as printed. Under -l counts its newlines instead. Prints "unable to
-// open file ..." when it cannot be opened for a search, and the -f line.
-// Returns the file's number: occurrences, or lines under -l.
-int64_t ScanFile(int dirFd, const char *name, const char *path);
+// Searches (under -l counts the lines of) the file open as fd and closes
+// it; path is its full path as printed. Only a regular file is searched:
+// -1, or a descriptor of anything else (a link, FIFO or device swapped in
+// since the folder was listed), is a file that cannot be opened and prints
+// "unable to open file" (under -l it counts no line, quietly). Prints the
+// matches and, under -f, the file's count line. Returns the file's number:
+// occurrences, or lines under -l.
+int64_t ScanOpenFile(FileSearcher &searcher, int fd, const char *path);

@@ -3,7 +3,11 @@
 // the summary.
 #pragma once
 
+#include "run.h"
+
 // Runs the search of one folder argument with one mask list (null or empty:
-// every file). directory is trimmed in place. Returns 1 after a run, 0 when
-// the folder is not found (nothing searched, no summary).
-int FRunMask(char *directory, const char *maskList);
+// every file), printing through run. directory is trimmed in place. Returns
+// 1 after a run, 0 when the folder is not found (nothing searched, no
+// summary). After a run, run.counters hold its counts; when standard output
+// failed, the summary is not printed.
+int FRunMask(SearchRun &run, char *directory, const char *maskList);
