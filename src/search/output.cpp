@@ -30,6 +30,8 @@ namespace {
 // a fixed size, so that what is allocated is what is counted.
 constexpr size_t kKeptLimit = 1 << 20;
 constexpr size_t kPieceSize = 16 << 10;
+// Tries at the lock before sleeping on it.
+constexpr int kSpinTries = 200;
 // Bytes a thread gathers before it hands them to its slot.
 constexpr size_t kStagingLimit = 8 << 10; // below kPieceSize
 
@@ -65,6 +67,16 @@ void OrderedOutput::FlushOut()
     errno = 0;
     if (fflush(stdout) != 0 || ferror(stdout))
         fail();
+}
+
+void OrderedOutput::Take(std::unique_lock<std::mutex> &held)
+{
+    for (int tries = 0; tries < kSpinTries; ++tries) {
+        if (held.try_lock())
+            return;
+        __builtin_ia32_pause();
+    }
+    held.lock();
 }
 
 void OrderedOutput::Wait(std::unique_lock<std::mutex> &held)
@@ -118,7 +130,7 @@ void OrderedOutput::retire(std::unique_lock<std::mutex> &held)
             // head would have flushed them.
             FlushOut();
             pieces.clear();
-            held.lock();
+            Take(held);
             kept_ -= sizes;
             Notify();
             continue;
@@ -145,7 +157,8 @@ void OrderedOutput::commit(OutputSlot *slot, const char *bytes, size_t len)
         WriteOut(bytes, len);
         return;
     }
-    std::unique_lock<std::mutex> held(lock_);
+    std::unique_lock<std::mutex> held(lock_, std::defer_lock);
+    Take(held);
     for (;;) {
         if (direct_.load(std::memory_order_relaxed) == slot) {
             held.unlock();

@@ -34,6 +34,10 @@ public:
     // The run's one lock: the walk hands out work under it too, so that a
     // claim and its slot are ordered together.
     std::mutex &Lock() { return lock_; }
+    // Takes it, trying a little while before sleeping on it: it is held
+    // for a few hundred instructions at a time, and a sleep and a wake cost
+    // far more.
+    void Take(std::unique_lock<std::mutex> &held);
 
     // Waits under the lock until something changes: a slot retired, kept
     // bytes written, or the walk's Notify.

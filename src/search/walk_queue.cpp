@@ -524,7 +524,8 @@ void Walk::finish(std::unique_lock<std::mutex> &held, Claim &claim)
 
 void Walk::Work(Worker &worker)
 {
-    std::unique_lock<std::mutex> held(output_.Lock());
+    std::unique_lock<std::mutex> held(output_.Lock(), std::defer_lock);
+    output_.Take(held);
     for (;;) {
         Claim claim = next(held);
         if (claim.kind == Claim::Done)
@@ -536,7 +537,7 @@ void Walk::Work(Worker &worker)
             searchFiles(worker, claim);
         if (claim.kind == Claim::Files)
             worker.sink.Leave(); // its last bytes, handed over before the lock is taken
-        held.lock();
+        output_.Take(held);
         finish(held, claim);
     }
     output_.Notify();
