@@ -61,7 +61,11 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
         // As the scanner does: a window that consumed nothing moves on by one
         // byte, and the full ones after it that the matcher can tell are
         // passed over at once.
+        static ReportBatch reports; // the fuzzer runs on one thread
+        reports.out = nullptr;
+        reports.used = 0;
         MatchState state{};
+        state.reports = &reports;
         for (int at = 0; at < len;) {
             const int part = len - at < window ? len - at : window;
             const int64_t before = outcome.offset;

@@ -63,7 +63,8 @@ TEST(Parallel, VerboseLinesBehindAQueuedFileDoNotStallTheRun)
 }
 
 // A closed pipe and the full device end the run as on one CPU: the signal
-// from the pipe closed after its first bytes, exit code 0 on the full device.
+// from the pipe closed after its first bytes; on the full device, exit code
+// 2 and one line on standard error.
 TEST(Parallel, ClosedPipeAndFullDeviceEndTheRunAsOnOneCpu)
 {
     TempTree tree;
@@ -79,7 +80,8 @@ TEST(Parallel, ClosedPipeAndFullDeviceEndTheRunAsOnOneCpu)
         const RunResult full = runFyndle({"needle", tree.root()});
         g_runOnOneCpu = false, g_stdoutTo.clear();
         EXPECT_EQ(piped.signal, SIGPIPE) << oneCpu;
-        EXPECT_TRUE(full.exitCode == 0 && full.err.empty()) << oneCpu;
+        EXPECT_EQ(full.exitCode, 2) << oneCpu;
+        EXPECT_EQ(full.err, "fyndle: cannot write to standard output: No space left on device\n") << oneCpu;
     }
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -129,7 +130,11 @@ std::string randomText(std::mt19937 &rng, size_t size)
 Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f")
 {
     Search s;
+    auto reports = std::make_unique<ReportBatch>();
+    reports->out = nullptr; // straight to standard output
+    reports->used = 0;
     MatchState state{};
+    state.reports = reports.get();
     StdoutCapture capture;
     for (int64_t at = 0; at < static_cast<int64_t>(text.size());) {
         const int len = static_cast<int>(std::min<int64_t>(window, static_cast<int64_t>(text.size()) - at));

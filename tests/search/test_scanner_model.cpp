@@ -21,6 +21,7 @@
 
 #include "capture.h"
 #include "fyndle.h"
+#include "output.h"
 #include "pattern.h"
 #include "scanner.h"
 
@@ -249,7 +250,12 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
     const std::string want = modelFile(content, path);
     PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase);
     StdoutCapture capture;
-    ScanFile(AT_FDCWD, path.c_str(), path.c_str());
+    {
+        OrderedOutput output;
+        OutputSink sink(output);
+        FileSearcher searcher(sink, output.FailedFlag());
+        ScanOpenFile(searcher, OpenFileAt(AT_FDCWD, path.c_str()), path.c_str());
+    }
     std::remove(path.c_str());
     ASSERT_EQ(capture.take(), want) << "pattern '" << folded << "' options " << options << " size " << content.size();
 }
