@@ -57,6 +57,10 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
         _exit(127);
     }
     close(pipes[0][1]), close(pipes[1][1]);
+    if (g_whileStalled) { // a full pipe holds the run where it is meanwhile
+        usleep(static_cast<useconds_t>(g_stallMillis) * 1000);
+        g_whileStalled();
+    }
     RunResult result;
     std::string *into[2] = {&result.out, &result.err};
     timespec start, now;

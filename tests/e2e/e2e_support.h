@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,8 @@ inline int g_runAsUser = -1;                 // when not negative, as this user 
 inline bool g_runOnOneCpu = false;           // pinned to the first CPU allowed, so that it searches without threads
 inline std::string g_stdoutTo;               // when not empty, standard output goes to this file
 inline size_t g_readAtMost = SIZE_MAX;       // the output pipe is closed once it holds this many bytes
+inline std::function<void()> g_whileStalled; // when set, called once the output has gone unread for g_stallMillis
+inline int g_stallMillis = 500;
 RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds = 60);
 
 // A temporary folder that removes itself with everything in it.

@@ -1,0 +1,155 @@
+// fyndle end to end where the system fails it: output that cannot be
+// written, an open-file limit too low to search, files swapped for links
+// while the run goes on, a run killed in the middle. Nothing may be lost
+// without a word, and nothing outside the tree may be read.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <string>
+#include <sys/mount.h>
+#include <unistd.h>
+#include <vector>
+
+#include "e2e_support.h"
+
+namespace {
+
+const std::string kFullDevice = "fyndle: cannot write to standard output: No space left on device\n";
+
+// A tree whose output is a few hundred kilobytes.
+void manyMatches(const TempTree &tree)
+{
+    std::string content;
+    for (int i = 0; i < 2000; ++i)
+        content.append("needle ").append(std::to_string(i)).append("\n");
+    for (int i = 0; i < 30; ++i)
+        tree.file(std::string("d").append(std::to_string(i % 3)).append("/f").append(std::to_string(i)), content);
+}
+
+// On a file system that fills up, the run ends at once with code 2 and one
+// line on standard error, and what reached the file is the start of the
+// whole output. The full device is tested beside the closed pipe.
+TEST(Failures, OutputOntoAFullFileSystemEndsTheRunWithCode2)
+{
+    TempTree tree, small;
+    manyMatches(tree);
+    if (mount("fyndle-test", small.root().c_str(), "tmpfs", 0, "size=64k") != 0)
+        GTEST_SKIP() << "skipped: cannot mount a small tmpfs here (not root, or no mount rights)";
+    const RunResult whole = runFyndle({"-s", "needle", tree.root()});
+    for (bool oneCpu : {true, false}) {
+        g_runOnOneCpu = oneCpu, g_stdoutTo = small.path("out");
+        std::ofstream(g_stdoutTo).flush();
+        const RunResult full = runFyndle({"-s", "needle", tree.root()});
+        std::ifstream written(g_stdoutTo, std::ios::binary);
+        const std::string out((std::istreambuf_iterator<char>(written)), std::istreambuf_iterator<char>());
+        g_runOnOneCpu = false, g_stdoutTo.clear();
+        EXPECT_EQ(full.exitCode, 2) << oneCpu;
+        EXPECT_EQ(full.err, kFullDevice) << oneCpu;
+        EXPECT_TRUE(out.size() >= 32768 && whole.out.compare(0, out.size(), out) == 0) << oneCpu;
+        std::remove(small.path("out").c_str());
+    }
+    umount(small.root().c_str());
+}
+
+// The lowest open-file limit gives the whole output; one below it the run
+// says so on standard error, prints nothing and exits with code 2.
+TEST(Failures, OpenFileLimitLowestAndOneBelow)
+{
+    TempTree tree;
+    for (int i = 0; i < 40; ++i)
+        tree.file(std::string("a/b/c/d").append(std::to_string(i % 4)).append("/f").append(std::to_string(i)),
+                  "needle\n");
+    const RunResult whole = runFyndle({"-s", "needle", tree.root()});
+    ASSERT_NE(whole.out.find(summary(40, 40, 40)), std::string::npos);
+    const std::string binary = g_binary;
+    g_binary = "/bin/sh";
+    auto underLimit = [&](int limit) {
+        return bothWays({"-c", "ulimit -n " + std::to_string(limit) + " && exec \"$0\" \"$@\"", binary, "-s", "needle",
+                         tree.root()});
+    };
+    const RunResult lowest = underLimit(9);
+    g_runOnOneCpu = true;
+    const RunResult below = runFyndle(
+        {"-c", "ulimit -n 8 && exec \"$0\" \"$@\"", binary, "-s", "needle", tree.root()});
+    g_runOnOneCpu = false, g_binary = binary;
+    EXPECT_EQ(lowest.out, whole.out);
+    EXPECT_EQ(below.exitCode, 2);
+    EXPECT_EQ(below.out, "");
+    EXPECT_EQ(below.err, "fyndle: the open-file limit leaves 5 descriptors free, and a search needs 6\n");
+}
+
+// Files swapped for links (to a file outside the tree, to /dev/zero) after
+// the folder was listed are not followed: each is a file that cannot be
+// opened, nothing outside the tree is printed, and the run ends. The
+// output pipe is left unread meanwhile, so the run waits at its first file.
+TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
+{
+    TempTree tree, outside;
+    outside.file("secret.txt", "needle from outside\n");
+    std::string first;
+    for (int i = 0; i < 40000; ++i)
+        first += "needle in the first file\n";
+    constexpr int kFiles = 4000;
+    for (int i = 0; i < kFiles; ++i)
+        tree.file(std::string("f").append(std::to_string(i)), "needle\n");
+    const std::vector<std::string> names = listed(tree.root());
+    ASSERT_EQ(names.size(), static_cast<size_t>(kFiles));
+    tree.file(names[0], first);
+    for (const bool countLines : {false, true}) {
+        for (const bool oneCpu : {true, false}) {
+            std::string want;
+            g_whileStalled = [&] {
+                // Past what the threads may have opened ahead while the
+                // first file's output waits.
+                for (size_t i = 3000; i < names.size(); ++i) {
+                    const std::string path = tree.path(names[i]);
+                    std::remove(path.c_str());
+                    EXPECT_EQ(symlink(i % 2 ? "/dev/zero" : outside.path("secret.txt").c_str(), path.c_str()), 0);
+                    want += "unable to open file " + path + "\n";
+                }
+            };
+            g_runOnOneCpu = oneCpu;
+            const RunResult r = countLines ? runFyndle({"-v", "-l", tree.root()}, 60)
+                                           : runFyndle({"needle", tree.root()}, 60);
+            g_whileStalled = nullptr, g_runOnOneCpu = false;
+            EXPECT_EQ(r.exitCode, 0) << countLines << oneCpu << r.err;
+            EXPECT_EQ(r.out.find("outside"), std::string::npos) << countLines << oneCpu;
+            if (countLines) {
+                EXPECT_NE(r.out.find(std::to_string(40000 + 2999) + " lines counted in 3000 files."),
+                          std::string::npos)
+                    << oneCpu;
+            } else {
+                EXPECT_NE(r.out.find(want), std::string::npos) << oneCpu;
+                EXPECT_NE(r.out.find(summary(40000 + 2999, 3000, kFiles)), std::string::npos) << oneCpu;
+            }
+            for (size_t i = 3000; i < names.size(); ++i) {
+                std::remove(tree.path(names[i]).c_str()); // the link, not what it names
+                tree.file(names[i], "needle\n");
+            }
+        }
+    }
+}
+
+// On one CPU each file's lines reach standard output when the file is
+// done: a run killed inside a later, huge file keeps the earlier lines.
+TEST(Failures, KilledRunKeepsTheLinesOfFilesBefore)
+{
+    TempTree tree("/dev/shm"); // the huge file is a hole: no memory, no disk
+    tree.file("a.txt", "the needle\n");
+    tree.file("z/huge", "");
+    ASSERT_EQ(truncate(tree.path("z/huge").c_str(), 1LL << 36), 0);
+    g_runOnOneCpu = true, g_stdoutTo = tree.path("out");
+    std::ofstream(g_stdoutTo).flush();
+    const RunResult r = runFyndle({"-s", "needle", tree.root()}, 1);
+    g_runOnOneCpu = false;
+    std::ifstream written(g_stdoutTo);
+    const std::string out((std::istreambuf_iterator<char>(written)), std::istreambuf_iterator<char>());
+    g_stdoutTo.clear();
+    EXPECT_EQ(r.signal, SIGKILL) << "the huge file was searched before the kill: the test shows nothing";
+    EXPECT_NE(out.find(tree.path("a.txt") + " (1): the needle\n"), std::string::npos);
+}
+
+} // namespace
