@@ -10,6 +10,7 @@
 #include <fstream>
 #include <string>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -81,9 +82,9 @@ TEST(Failures, OpenFileLimitLowestAndOneBelow)
     EXPECT_EQ(below.err, "fyndle: the open-file limit leaves 5 descriptors free, and a search needs 6\n");
 }
 
-// Files swapped for links (to a file outside the tree, to /dev/zero) after
-// the folder was listed are not followed: each is a file that cannot be
-// opened, nothing outside the tree is printed, and the run ends. The
+// Files swapped for links (to a file outside the tree, to /dev/zero) or
+// for FIFOs after the folder was listed are neither followed nor read: each
+// is a file that cannot be opened, nothing outside the tree is printed, and the run ends. The
 // output pipe is left unread meanwhile, so the run waits at its first file.
 TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
 {
@@ -107,7 +108,10 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
                 for (size_t i = 3000; i < names.size(); ++i) {
                     const std::string path = tree.path(names[i]);
                     std::remove(path.c_str());
-                    EXPECT_EQ(symlink(i % 2 ? "/dev/zero" : outside.path("secret.txt").c_str(), path.c_str()), 0);
+                    if (i % 3 == 2)
+                        EXPECT_EQ(mkfifo(path.c_str(), 0644), 0);
+                    else
+                        EXPECT_EQ(symlink(i % 3 ? "/dev/zero" : outside.path("secret.txt").c_str(), path.c_str()), 0);
                     want += "unable to open file " + path + "\n";
                 }
             };
