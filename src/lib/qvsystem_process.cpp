@@ -21,12 +21,11 @@
 
 namespace {
 
+// The working folder is read with this limit, terminator included, and the
+// wide result holds as many characters: a longer folder name is a failure.
 constexpr size_t kCwdChars = 512;
-constexpr size_t kCwdWork = 1024;
 constexpr size_t kLinkBuffer = 4096;
 constexpr size_t kLongestExePath = 511;
-// /proc/self/exe never resolves to a link itself; this only bounds the retry.
-constexpr int kLinkRetries = 8;
 constexpr size_t kNumberBuffer = 32;
 
 constexpr int kLinkOk = 0;
@@ -40,22 +39,18 @@ int changeFolder(const char *path)
     return path && chdir(path) == 0 ? 1 : 0;
 }
 
-// Target of /proc/self/exe in target (kLinkBuffer bytes), or false.
+// Target of /proc/self/exe in target (kLinkBuffer bytes), or false when
+// the link cannot be read or its target no longer exists. stat follows
+// links, so the target never shows as a link itself: one reading is all.
 bool readSelfExe(char *linkName, char *target)
 {
     memcpy(linkName, kSelfExe, sizeof kSelfExe);
-    for (int attempt = 0; attempt < kLinkRetries; ++attempt) {
-        ssize_t length = readlink(linkName, target, kLinkBuffer - 1);
-        if (length < 0)
-            return false;
-        target[length] = '\0';
-        struct stat status;
-        if (stat(target, &status) != 0)
-            return false;
-        if (!S_ISLNK(status.st_mode))
-            return true;
-    }
-    return false;
+    const ssize_t length = readlink(linkName, target, kLinkBuffer - 1);
+    if (length < 0)
+        return false;
+    target[length] = '\0';
+    struct stat status;
+    return stat(target, &status) == 0;
 }
 
 void setError(int32_t *error, int code)
@@ -98,18 +93,12 @@ extern "C" int IChDirA(char *path)
 extern "C" wchar_t *SGetCwd(void)
 {
     auto result = static_cast<wchar_t *>(malloc(kCwdChars * sizeof(wchar_t)));
-    auto work = static_cast<char *>(malloc(kCwdWork));
-    if (!result || !work) {
-        free(result);
-        free(work);
+    if (!result)
         return nullptr;
-    }
-    if (!getcwd(work, kCwdChars)) {
-        free(work);
+    char work[kCwdChars];
+    if (!getcwd(work, sizeof work))
         return nullptr;
-    }
     wchar_t *wide = A2T_dup(work);
-    free(work);
     if (!wide) {
         free(result);
         return nullptr;
