@@ -70,7 +70,9 @@ void *loadLibrary(char *file, int32_t *error)
 
 } // namespace
 
-extern "C" int IChDir(wchar_t *path)
+extern "C" {
+
+int IChDir(wchar_t *path)
 {
     if (!path || path[0] == L'\0')
         return 0;
@@ -81,7 +83,7 @@ extern "C" int IChDir(wchar_t *path)
     return result;
 }
 
-extern "C" int IChDirA(char *path)
+int IChDirA(char *path)
 {
     if (!path || path[0] == '\0')
         return 0;
@@ -90,7 +92,7 @@ extern "C" int IChDirA(char *path)
 
 // A failed getcwd leaves the result block unreleased; that leak is kept on
 // purpose, callers must not count on either outcome.
-extern "C" wchar_t *SGetCwd(void)
+wchar_t *SGetCwd(void)
 {
     auto result = static_cast<wchar_t *>(malloc(kCwdChars * sizeof(wchar_t)));
     if (!result)
@@ -109,7 +111,7 @@ extern "C" wchar_t *SGetCwd(void)
     return result;
 }
 
-extern "C" char *SGetCwdA(void)
+char *SGetCwdA(void)
 {
     auto result = static_cast<char *>(malloc(kCwdChars));
     if (!result)
@@ -117,7 +119,7 @@ extern "C" char *SGetCwdA(void)
     return getcwd(result, kCwdChars) ? result : nullptr;
 }
 
-extern "C" int ISystemCall(const wchar_t *command)
+int ISystemCall(const wchar_t *command)
 {
     char *narrow = T2A_dup(command);
     int status = system(narrow);
@@ -125,12 +127,12 @@ extern "C" int ISystemCall(const wchar_t *command)
     return status;
 }
 
-extern "C" int ISystemCallA(const char *command)
+int ISystemCallA(const char *command)
 {
     return system(command);
 }
 
-extern "C" wchar_t *SGetExeFullPath(void)
+wchar_t *SGetExeFullPath(void)
 {
     auto linkName = static_cast<char *>(malloc(kLinkBuffer));
     auto target = static_cast<char *>(malloc(kLinkBuffer));
@@ -143,7 +145,7 @@ extern "C" wchar_t *SGetExeFullPath(void)
 }
 
 // Keeps the trailing separator; SGetModuleFolderOf drops it.
-extern "C" wchar_t *SGetModuleFolder(const wchar_t *mustBeEmpty)
+wchar_t *SGetModuleFolder(const wchar_t *mustBeEmpty)
 {
     if (mustBeEmpty && mustBeEmpty[0])
         return nullptr;
@@ -157,7 +159,7 @@ extern "C" wchar_t *SGetModuleFolder(const wchar_t *mustBeEmpty)
     return path;
 }
 
-extern "C" wchar_t *SGetModuleFolderOf(const void *address, int32_t levels)
+wchar_t *SGetModuleFolderOf(const void *address, int32_t levels)
 {
     Dl_info info;
     if (!dladdr(address, &info) || !info.dli_fname)
@@ -189,7 +191,7 @@ extern "C" wchar_t *SGetModuleFolderOf(const void *address, int32_t levels)
     return path;
 }
 
-extern "C" wchar_t *SGetEnv(const wchar_t *name)
+wchar_t *SGetEnv(const wchar_t *name)
 {
     char *narrow = T2A_dup(name);
     if (!narrow)
@@ -199,18 +201,18 @@ extern "C" wchar_t *SGetEnv(const wchar_t *name)
     return value ? A2T_dup(value) : nullptr;
 }
 
-extern "C" char *SGetEnvA(const char *name)
+char *SGetEnvA(const char *name)
 {
     const char *value = name ? getenv(name) : nullptr;
     return value ? StrDup(value) : nullptr;
 }
 
-extern "C" wchar_t *SGetUserFolder(void)
+wchar_t *SGetUserFolder(void)
 {
     return SGetEnv(L"HOME");
 }
 
-extern "C" void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
+void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
 {
     setError(error, kLinkOk);
     void *handle = loadLibrary(file, error);
@@ -222,12 +224,12 @@ extern "C" void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
     return address;
 }
 
-extern "C" void *GetDynamicLinkHandle(char *file, int32_t *error)
+void *GetDynamicLinkHandle(char *file, int32_t *error)
 {
     return loadLibrary(file, error);
 }
 
-extern "C" void *GetDynamicLinkSymbol(void *handle, const char *symbol, int32_t *error)
+void *GetDynamicLinkSymbol(void *handle, const char *symbol, int32_t *error)
 {
     if (!handle || !symbol) {
         setError(error, kLinkNoSymbol);
@@ -238,16 +240,18 @@ extern "C" void *GetDynamicLinkSymbol(void *handle, const char *symbol, int32_t 
     return address;
 }
 
-extern "C" double TAtoF(const wchar_t *text)
+double TAtoF(const wchar_t *text)
 {
     char narrow[kNumberBuffer];
     T2A_cpy(narrow, sizeof narrow, text);
     return strtod(narrow, nullptr);
 }
 
-extern "C" int64_t TAtoI(const wchar_t *text)
+int64_t TAtoI(const wchar_t *text)
 {
     char narrow[kNumberBuffer];
     T2A_cpy(narrow, sizeof narrow, text);
     return static_cast<int64_t>(strtol(narrow, nullptr, 10));
 }
+
+} // extern "C"
