@@ -306,28 +306,18 @@ TEST(ScannerModel, WindowEdges)
     const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
     // Passed over after the window at the 'a': the next window has its newline exactly at its cut point and so
     // ends there; the line after it is printed from its start, not from its 'e'.
-    const std::string atCutPoint =
+    const std::string atCut =
         "a" + std::string(4801, 'x') + "\n" + std::string(100, 'y') + "e" + std::string(296, 'y') + "q\n";
     const struct {
         const char *options, *pattern;
         const std::string &content;
     } cases[] = {
-        {"", "abd", carried},
-        {"b", "abd", carried},
-        {"", "xyw", xyz},
-        {"rb", "[^q]*q", plain},
-        {"r", "[^q]*q", plain},
-        {"r", "[^q]*q", cut},
-        {"rbc", "[^q]*q", cut},
-        {"rb", "[^q]*qz", refused},
-        {"rf", "[a-z]+q", cut},
-        {"rb", "[a-z]*_q", atEnd},
-        {"rw", "[a-z]*_q", atEnd},
-        {"rb", "[ae][^q]*q", cut},
-        {"r", "[ae][^q]*q", cut},
-        {"rb", "[ae][^q]*qz", refused},
-        {"rbc", "[ae][a-z]*_q", atEnd},
-        {"r", "[ae][^q]*q", atCutPoint},
+        {"", "abd", carried},       {"b", "abd", carried},          {"", "xyw", xyz},
+        {"rb", "[^q]*q", plain},    {"r", "[^q]*q", plain},         {"r", "[^q]*q", cut},
+        {"rbc", "[^q]*q", cut},     {"rb", "[^q]*qz", refused},     {"rf", "[a-z]+q", cut},
+        {"rb", "[a-z]*_q", atEnd},  {"rw", "[a-z]*_q", atEnd},      {"rb", "[ae][^q]*q", cut},
+        {"r", "[ae][^q]*q", cut},   {"rb", "[ae][^q]*qz", refused}, {"rbc", "[ae][a-z]*_q", atEnd},
+        {"r", "[ae][^q]*q", atCut},
     };
     for (const auto &c : cases)
         expectSame(c.options, c.pattern, c.content);
