@@ -1,14 +1,11 @@
 // qvsystim_easter: the date of Easter Sunday by the integer rule with the
 // lunar correction (8C + 13) / 25, Julian rule before a switch year and
 // Gregorian from it on. Divisions truncate toward zero and remainders take
-// the dividend's sign, as in C. The weekday sums are formed in 64 bits, so
-// that every int year gets a date in March or April.
+// the dividend's sign, as in C. The weekday sums are formed in 64 bits:
+// near INT_MAX they would wrap and give a Sunday that is none.
 #include "qvsystim.h"
-#include "qvsystim_internal.h"
 
 #include <cstdint>
-
-using namespace qvsystim;
 
 namespace {
 
