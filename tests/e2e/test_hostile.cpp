@@ -187,11 +187,12 @@ TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
     } asUser(binary.path("fyndle"));
     std::filesystem::copy_file(FYNDLE_BINARY, g_binary);
     ASSERT_EQ(chmod(binary.root().c_str(), 0755) + chmod(g_binary.c_str(), 0755) + chmod(tree.root().c_str(), 0755), 0);
-    // 125: the user could not be switched to; 127: the copy could not be run.
+    // 125: the user could not be switched to; 127: the copy could not be run
+    // (a file system mounted without execution, say).
     const int started = runFyndle({}).exitCode;
     if (started == 125 || started == 127)
-        GTEST_SKIP() << "running as root, and unable to run fyndle as user 65534 ("
-                     << (started == 125 ? "cannot switch to that user" : "cannot execute " + g_binary) << ")";
+        GTEST_SKIP() << "unable to run " << g_binary << (g_runAsUser >= 0 ? " as user 65534" : "") << ": "
+                     << (started == 125 ? "cannot switch to that user" : "it cannot be executed there");
     for (const char *name : {"open.txt", "secret.txt", "locked/inside.txt"})
         tree.file(name, "needle\n");
     ASSERT_EQ(chmod(tree.path("secret.txt").c_str(), 0) + chmod(tree.path("locked").c_str(), 0), 0);
