@@ -8,7 +8,9 @@
 
 #include <cstdlib>
 
-extern "C" void **TabAllocPlain(uint64_t r, uint64_t c, uint64_t size)
+extern "C" {
+
+void **TabAllocPlain(uint64_t r, uint64_t c, uint64_t size)
 {
     if (r == 0)
         return nullptr;
@@ -37,7 +39,7 @@ extern "C" void **TabAllocPlain(uint64_t r, uint64_t c, uint64_t size)
     return table;
 }
 
-extern "C" void TabFreePlain(void *table, uint64_t r, uint64_t c)
+void TabFreePlain(void *table, uint64_t r, uint64_t c)
 {
     if (table == nullptr)
         return;
@@ -48,3 +50,5 @@ extern "C" void TabFreePlain(void *table, uint64_t r, uint64_t c)
         free(rows[row]);
     free(table);
 }
+
+} // extern "C"

@@ -118,7 +118,9 @@ void stripTrailingZeros(char *s, int keepDecimals)
 
 } // namespace
 
-extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals, double x)
+extern "C" {
+
+char *StrPrintDouble(char *s, size_t size, int width, int precision, int mode, int keepDecimals, double x)
 {
     if (!s)
         return s;
@@ -167,3 +169,5 @@ extern "C" char *StrPrintDouble(char *s, size_t size, int width, int precision, 
         stripTrailingZeros(s, keepDecimals);
     return s;
 }
+
+} // extern "C"

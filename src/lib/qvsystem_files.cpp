@@ -260,16 +260,18 @@ bool streamStatus(FILE *stream, struct stat *status)
 
 } // namespace
 
-extern "C" wchar_t *FixPathSeparator(wchar_t *path)
+extern "C" {
+
+wchar_t *FixPathSeparator(wchar_t *path)
 {
     return clean(path);
 }
-extern "C" char *FixPathSeparatorA(char *path)
+char *FixPathSeparatorA(char *path)
 {
     return clean(path);
 }
 
-extern "C" FILE *FileOpen(const wchar_t *path, const wchar_t *mode)
+FILE *FileOpen(const wchar_t *path, const wchar_t *mode)
 {
     char *narrowMode = mode && mode[0] ? T2A_dup(mode) : nullptr;
     if (mode && mode[0] && !narrowMode)
@@ -278,43 +280,43 @@ extern "C" FILE *FileOpen(const wchar_t *path, const wchar_t *mode)
     free(narrowMode);
     return stream;
 }
-extern "C" FILE *FileOpenA(const char *path, const char *mode)
+FILE *FileOpenA(const char *path, const char *mode)
 {
     return openFile(path, mode);
 }
 
-extern "C" int IFileRemove(const wchar_t *path)
+int IFileRemove(const wchar_t *path)
 {
     return removeFile(path);
 }
-extern "C" int IFileRemoveA(const char *path)
+int IFileRemoveA(const char *path)
 {
     return removeFile(path);
 }
 
-extern "C" int IFileRename(const wchar_t *oldPath, const wchar_t *newPath)
+int IFileRename(const wchar_t *oldPath, const wchar_t *newPath)
 {
     return renameFile(oldPath, newPath);
 }
-extern "C" int IFileRenameA(const char *oldPath, const char *newPath)
+int IFileRenameA(const char *oldPath, const char *newPath)
 {
     return renameFile(oldPath, newPath);
 }
 
-extern "C" int IFileExists(const wchar_t *path)
+int IFileExists(const wchar_t *path)
 {
     return fileExists(path);
 }
-extern "C" int IFileExistsA(const char *path)
+int IFileExistsA(const char *path)
 {
     return fileExists(path);
 }
 
-extern "C" int IFolderExistsA(const char *path)
+int IFolderExistsA(const char *path)
 {
     return path && isFolder(path) ? 1 : 0;
 }
-extern "C" int IFolderExists(const wchar_t *path)
+int IFolderExists(const wchar_t *path)
 {
     char *narrow = T2A_dup(path);
     int result = narrow && isFolder(narrow) ? 1 : 0;
@@ -322,23 +324,25 @@ extern "C" int IFolderExists(const wchar_t *path)
     return result;
 }
 
-extern "C" int IFileCopy(const wchar_t *destination, const wchar_t *source)
+int IFileCopy(const wchar_t *destination, const wchar_t *source)
 {
     return copyFile(destination, source);
 }
-extern "C" int IFileCopyA(const char *destination, const char *source)
+int IFileCopyA(const char *destination, const char *source)
 {
     return copyFile(destination, source);
 }
 
-extern "C" int64_t LFileLength(FILE *stream)
+int64_t LFileLength(FILE *stream)
 {
     struct stat status;
     return streamStatus(stream, &status) ? static_cast<int64_t>(status.st_size) : -1;
 }
 
-extern "C" int64_t LFileTime1970(FILE *stream)
+int64_t LFileTime1970(FILE *stream)
 {
     struct stat status;
     return streamStatus(stream, &status) ? static_cast<int64_t>(status.st_mtime) : -1;
 }
+
+} // extern "C"

@@ -120,9 +120,26 @@ wchar_t **listFolder(const wchar_t *folder, const wchar_t *mask, int *count, int
     return table;
 }
 
+wchar_t **listAt(int dirFd, const wchar_t *mask, int *count, int files, char ***folders, int *folderCount)
+{
+    int ownFd = openat(dirFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (ownFd < 0)
+        return nullptr;
+    DIR *dir = fdopendir(ownFd);
+    if (!dir) {
+        close(ownFd);
+        return nullptr;
+    }
+    wchar_t **table = listOpenFolder(dir, mask, count, files, folders, folderCount);
+    closedir(dir);
+    return table;
+}
+
 } // namespace
 
-extern "C" int FFileMaskMatch(const wchar_t *name, const wchar_t *mask)
+extern "C" {
+
+int FFileMaskMatch(const wchar_t *name, const wchar_t *mask)
 {
     if (!name || !mask || mask[0] == L'\0')
         return 0;
@@ -148,26 +165,7 @@ extern "C" int FFileMaskMatch(const wchar_t *name, const wchar_t *mask)
     return pos == length ? 1 : 0;
 }
 
-namespace {
-
-wchar_t **listAt(int dirFd, const wchar_t *mask, int *count, int files, char ***folders, int *folderCount)
-{
-    int ownFd = openat(dirFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (ownFd < 0)
-        return nullptr;
-    DIR *dir = fdopendir(ownFd);
-    if (!dir) {
-        close(ownFd);
-        return nullptr;
-    }
-    wchar_t **table = listOpenFolder(dir, mask, count, files, folders, folderCount);
-    closedir(dir);
-    return table;
-}
-
-} // namespace
-
-extern "C" wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count, int files)
+wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count, int files)
 {
     int ignored = 0;
     if (!count)
@@ -178,8 +176,7 @@ extern "C" wchar_t **FileListByMaskAt(int dirFd, const wchar_t *mask, int *count
     return listAt(dirFd, mask, count, files, nullptr, nullptr);
 }
 
-extern "C" wchar_t **FileListWithFoldersAt(int dirFd, const wchar_t *mask, int *count, char ***folders,
-                                           int *folderCount)
+wchar_t **FileListWithFoldersAt(int dirFd, const wchar_t *mask, int *count, char ***folders, int *folderCount)
 {
     int ignored = 0;
     if (!count)
@@ -198,7 +195,7 @@ extern "C" wchar_t **FileListWithFoldersAt(int dirFd, const wchar_t *mask, int *
     return table;
 }
 
-extern "C" wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count, int files)
+wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, int *count, int files)
 {
     int ignored = 0;
     if (!count)
@@ -231,7 +228,7 @@ extern "C" wchar_t **FileListByMask(const wchar_t *folder, const wchar_t *mask, 
     return table;
 }
 
-extern "C" wchar_t **FileListByExt(const wchar_t *folder, const wchar_t *ext, int *count, int files)
+wchar_t **FileListByExt(const wchar_t *folder, const wchar_t *ext, int *count, int files)
 {
     int ignored = 0;
     if (!count)
@@ -250,3 +247,5 @@ extern "C" wchar_t **FileListByExt(const wchar_t *folder, const wchar_t *ext, in
     wmemcpy(mask + 2, ext, extLength + 1);
     return FileListByMask(folder, mask, count, files);
 }
+
+} // extern "C"

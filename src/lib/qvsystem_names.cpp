@@ -34,19 +34,23 @@ template <typename Char> Char *extensionOf(const Char *path)
 
 } // namespace
 
-extern "C" wchar_t *SFileBase(const wchar_t *path)
+extern "C" {
+
+wchar_t *SFileBase(const wchar_t *path)
 {
     return path ? baseOf(path) : nullptr;
 }
-extern "C" char *SFileBaseA(const char *path)
+char *SFileBaseA(const char *path)
 {
     return path ? baseOf(path) : nullptr;
 }
-extern "C" wchar_t *SFileExt(const wchar_t *path)
+wchar_t *SFileExt(const wchar_t *path)
 {
     return path ? extensionOf(path) : nullptr;
 }
-extern "C" char *SFileExtA(const char *path)
+char *SFileExtA(const char *path)
 {
     return path ? extensionOf(path) : nullptr;
 }
+
+} // extern "C"

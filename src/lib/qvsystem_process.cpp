@@ -21,12 +21,11 @@
 
 namespace {
 
+// The working folder is read with this limit, terminator included, and the
+// wide result holds as many characters: a longer folder name is a failure.
 constexpr size_t kCwdChars = 512;
-constexpr size_t kCwdWork = 1024;
 constexpr size_t kLinkBuffer = 4096;
 constexpr size_t kLongestExePath = 511;
-// /proc/self/exe never resolves to a link itself; this only bounds the retry.
-constexpr int kLinkRetries = 8;
 constexpr size_t kNumberBuffer = 32;
 
 constexpr int kLinkOk = 0;
@@ -40,22 +39,18 @@ int changeFolder(const char *path)
     return path && chdir(path) == 0 ? 1 : 0;
 }
 
-// Target of /proc/self/exe in target (kLinkBuffer bytes), or false.
+// Target of /proc/self/exe in target (kLinkBuffer bytes), or false when
+// the link cannot be read or its target no longer exists. stat follows
+// links, so the target never shows as a link itself: one reading is all.
 bool readSelfExe(char *linkName, char *target)
 {
     memcpy(linkName, kSelfExe, sizeof kSelfExe);
-    for (int attempt = 0; attempt < kLinkRetries; ++attempt) {
-        ssize_t length = readlink(linkName, target, kLinkBuffer - 1);
-        if (length < 0)
-            return false;
-        target[length] = '\0';
-        struct stat status;
-        if (stat(target, &status) != 0)
-            return false;
-        if (!S_ISLNK(status.st_mode))
-            return true;
-    }
-    return false;
+    const ssize_t length = readlink(linkName, target, kLinkBuffer - 1);
+    if (length < 0)
+        return false;
+    target[length] = '\0';
+    struct stat status;
+    return stat(target, &status) == 0;
 }
 
 void setError(int32_t *error, int code)
@@ -75,7 +70,9 @@ void *loadLibrary(char *file, int32_t *error)
 
 } // namespace
 
-extern "C" int IChDir(wchar_t *path)
+extern "C" {
+
+int IChDir(wchar_t *path)
 {
     if (!path || path[0] == L'\0')
         return 0;
@@ -86,7 +83,7 @@ extern "C" int IChDir(wchar_t *path)
     return result;
 }
 
-extern "C" int IChDirA(char *path)
+int IChDirA(char *path)
 {
     if (!path || path[0] == '\0')
         return 0;
@@ -95,21 +92,15 @@ extern "C" int IChDirA(char *path)
 
 // A failed getcwd leaves the result block unreleased; that leak is kept on
 // purpose, callers must not count on either outcome.
-extern "C" wchar_t *SGetCwd(void)
+wchar_t *SGetCwd(void)
 {
     auto result = static_cast<wchar_t *>(malloc(kCwdChars * sizeof(wchar_t)));
-    auto work = static_cast<char *>(malloc(kCwdWork));
-    if (!result || !work) {
-        free(result);
-        free(work);
+    if (!result)
         return nullptr;
-    }
-    if (!getcwd(work, kCwdChars)) {
-        free(work);
+    char work[kCwdChars];
+    if (!getcwd(work, sizeof work))
         return nullptr;
-    }
     wchar_t *wide = A2T_dup(work);
-    free(work);
     if (!wide) {
         free(result);
         return nullptr;
@@ -120,7 +111,7 @@ extern "C" wchar_t *SGetCwd(void)
     return result;
 }
 
-extern "C" char *SGetCwdA(void)
+char *SGetCwdA(void)
 {
     auto result = static_cast<char *>(malloc(kCwdChars));
     if (!result)
@@ -128,7 +119,7 @@ extern "C" char *SGetCwdA(void)
     return getcwd(result, kCwdChars) ? result : nullptr;
 }
 
-extern "C" int ISystemCall(const wchar_t *command)
+int ISystemCall(const wchar_t *command)
 {
     char *narrow = T2A_dup(command);
     int status = system(narrow);
@@ -136,12 +127,12 @@ extern "C" int ISystemCall(const wchar_t *command)
     return status;
 }
 
-extern "C" int ISystemCallA(const char *command)
+int ISystemCallA(const char *command)
 {
     return system(command);
 }
 
-extern "C" wchar_t *SGetExeFullPath(void)
+wchar_t *SGetExeFullPath(void)
 {
     auto linkName = static_cast<char *>(malloc(kLinkBuffer));
     auto target = static_cast<char *>(malloc(kLinkBuffer));
@@ -154,7 +145,7 @@ extern "C" wchar_t *SGetExeFullPath(void)
 }
 
 // Keeps the trailing separator; SGetModuleFolderOf drops it.
-extern "C" wchar_t *SGetModuleFolder(const wchar_t *mustBeEmpty)
+wchar_t *SGetModuleFolder(const wchar_t *mustBeEmpty)
 {
     if (mustBeEmpty && mustBeEmpty[0])
         return nullptr;
@@ -168,7 +159,7 @@ extern "C" wchar_t *SGetModuleFolder(const wchar_t *mustBeEmpty)
     return path;
 }
 
-extern "C" wchar_t *SGetModuleFolderOf(const void *address, int32_t levels)
+wchar_t *SGetModuleFolderOf(const void *address, int32_t levels)
 {
     Dl_info info;
     if (!dladdr(address, &info) || !info.dli_fname)
@@ -200,7 +191,7 @@ extern "C" wchar_t *SGetModuleFolderOf(const void *address, int32_t levels)
     return path;
 }
 
-extern "C" wchar_t *SGetEnv(const wchar_t *name)
+wchar_t *SGetEnv(const wchar_t *name)
 {
     char *narrow = T2A_dup(name);
     if (!narrow)
@@ -210,18 +201,18 @@ extern "C" wchar_t *SGetEnv(const wchar_t *name)
     return value ? A2T_dup(value) : nullptr;
 }
 
-extern "C" char *SGetEnvA(const char *name)
+char *SGetEnvA(const char *name)
 {
     const char *value = name ? getenv(name) : nullptr;
     return value ? StrDup(value) : nullptr;
 }
 
-extern "C" wchar_t *SGetUserFolder(void)
+wchar_t *SGetUserFolder(void)
 {
     return SGetEnv(L"HOME");
 }
 
-extern "C" void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
+void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
 {
     setError(error, kLinkOk);
     void *handle = loadLibrary(file, error);
@@ -233,12 +224,12 @@ extern "C" void *GetDynamicLink(char *file, const char *symbol, int32_t *error)
     return address;
 }
 
-extern "C" void *GetDynamicLinkHandle(char *file, int32_t *error)
+void *GetDynamicLinkHandle(char *file, int32_t *error)
 {
     return loadLibrary(file, error);
 }
 
-extern "C" void *GetDynamicLinkSymbol(void *handle, const char *symbol, int32_t *error)
+void *GetDynamicLinkSymbol(void *handle, const char *symbol, int32_t *error)
 {
     if (!handle || !symbol) {
         setError(error, kLinkNoSymbol);
@@ -249,16 +240,18 @@ extern "C" void *GetDynamicLinkSymbol(void *handle, const char *symbol, int32_t 
     return address;
 }
 
-extern "C" double TAtoF(const wchar_t *text)
+double TAtoF(const wchar_t *text)
 {
     char narrow[kNumberBuffer];
     T2A_cpy(narrow, sizeof narrow, text);
     return strtod(narrow, nullptr);
 }
 
-extern "C" int64_t TAtoI(const wchar_t *text)
+int64_t TAtoI(const wchar_t *text)
 {
     char narrow[kNumberBuffer];
     T2A_cpy(narrow, sizeof narrow, text);
     return static_cast<int64_t>(strtol(narrow, nullptr, 10));
 }
+
+} // extern "C"

@@ -105,8 +105,9 @@ char *SClockSpanA(char *buf, size_t size, double start);
 // the Julian calendar is used up to the switch of October 1582 and the
 // Gregorian one after it. A day number (JDN) counts whole days, 2000-01-01
 // being 2451545; a time of day is a fraction of a day in hundredths of a
-// second. Weekdays run from 1 = Sunday to 7 = Saturday. Absurdly large
-// arguments never trap: the arithmetic then wraps like 32-bit ints.
+// second. Weekdays run from 1 = Sunday to 7 = Saturday. Every date and day
+// number an int holds is worked out right, to the last day either way; a
+// result an int cannot hold wraps like a 32-bit int (nothing traps).
 
 // Day number of year-month-day, or -1 when year is 0, month < 1 or
 // day < 1. A month above 12 or a day past the month's end is used as it
@@ -130,15 +131,20 @@ void GetDateFromJulian(int jdn, int *year, int *month, int *day);
 // modulo 24 (a fraction of 1.0 gives hour 24). Null pointers are skipped.
 void GetTimeFromJulian(int *hour, int *minute, int *second, int *hundredths, double fraction);
 
-// Weekday 1..7 of a date; an invalid date (day number -1) gives 1.
+// Weekday of a date, as GetDayOfWeekFromJulian of its day number: 1..7
+// for every date from year -4713 on; an invalid date (day number -1)
+// gives 1.
 int GetDayOfWeek(int year, int month, int day);
 
-// Weekday of day number jdn: 1..7 for every jdn >= -1.
+// Weekday of day number jdn: 1..7 for every jdn from -1 to INT_MAX. Below
+// -1 the same formula, jdn + 2 - 7 * ((jdn + 1) / 7) with the division
+// truncating, gives -5..1.
 int GetDayOfWeekFromJulian(int jdn);
 
 // Day number of the n-th weekday (1..7) of the month, n 1..5 counting from
 // the month's start, -1..-5 from its end; 0 when n is 0 or outside -5..5,
-// or when the month has no such day.
+// or when the month has no such day. Right also for the months at the
+// ends of the int range, whose neighbours an int cannot hold.
 int GetDayOfMonth(int year, int month, int weekday, int n);
 
 // Day number of the Monday that starts ISO week `week` (0..53) of year;

@@ -6,10 +6,13 @@
 // were first computed with, so that day numbers and dates agree to the day
 // with stored data; do not simplify the formulas.
 //
-// Every int the formulas store is computed in 64 bits and wrapped to 32
-// bits, which is what 32-bit two's complement arithmetic gives, so that
-// absurd inputs give defined (if meaningless) results instead of
-// undefined behaviour. Doubles are truncated to int through truncToInt.
+// Day numbers and weekdays are worked out in 64 bits, so that they are
+// right for every date and day number an int can hold, also where a
+// neighbouring day (the next month's first, the day after) lies beyond it;
+// only a result that does not fit is wrapped to 32 bits, as 32-bit two's
+// complement arithmetic would. The day-to-date steps keep the wrapping of
+// the original 32-bit arithmetic, whose sums cancel out modulo 2^32.
+// Doubles are truncated to int through truncToInt.
 #include "qvsystim.h"
 #include "qvsystim_internal.h"
 
@@ -39,10 +42,34 @@ double viaFloat(int value)
     return static_cast<double>(static_cast<float>(value));
 }
 
-int dayOfWeek(int jdn)
+// 1..7 for every jdn >= -1; below that the same formula gives -5..1.
+int dayOfWeek(int64_t jdn)
 {
-    const int next = wrap32(int64_t{jdn} + 1);
-    return wrap32(int64_t{jdn} + 2 - int64_t{7} * (next / 7));
+    return static_cast<int>(jdn + 2 - 7 * ((jdn + 1) / 7));
+}
+
+// Day number of a date, -1 when it is invalid. Year and month are 64 bits
+// wide so that the month after any int month can be asked for.
+int64_t julianDay(int64_t year, int64_t month, int day)
+{
+    if (year == 0 || month < 1 || day < 1)
+        return -1;
+    int64_t jy = year < 0 ? year + 1 : year;
+    int64_t jm;
+    if (month < 3) {
+        jy -= 1;
+        jm = month + 13;
+    } else {
+        jm = month + 1;
+    }
+    const double days =
+        day + std::floor(365.25 * static_cast<double>(jy)) + std::floor(30.6001 * static_cast<double>(jm)) + 1720995.0;
+    int64_t jdn = static_cast<int64_t>(days); // below 2^42 in size: truncation is exact
+    // The month in this test is the shifted one while the year is not;
+    // that makes 1582 from January to October 4 partly Gregorian.
+    if (31 * (jm + 12 * year) + day >= kGregorianTest)
+        jdn += 2 - jy / 100 + jy / 400;
+    return jdn;
 }
 
 } // namespace
@@ -51,22 +78,7 @@ extern "C" {
 
 int GetJulianDay(int year, int month, int day)
 {
-    if (year == 0 || month < 1 || day < 1)
-        return -1;
-    int jy = year < 0 ? wrap32(int64_t{year} + 1) : year;
-    int jm;
-    if (month < 3) {
-        jy = wrap32(int64_t{jy} - 1);
-        jm = wrap32(int64_t{month} + 13);
-    } else {
-        jm = wrap32(int64_t{month} + 1);
-    }
-    int jdn = truncToInt(day + std::floor(365.25 * jy) + std::floor(30.6001 * jm) + 1720995.0);
-    // The month in this test is the shifted one while the year is not;
-    // that makes 1582 from January to October 4 partly Gregorian.
-    if (wrap32(31 * (int64_t{jm} + 12 * int64_t{year}) + day) >= kGregorianTest)
-        jdn = wrap32(int64_t{jdn} + 2 - jy / 100 + jy / 400);
-    return jdn;
+    return wrap32(julianDay(year, month, day));
 }
 
 double GetJulianTime(int hour, int minute, int second, int hundredths)
@@ -125,7 +137,7 @@ void GetTimeFromJulian(int *hour, int *minute, int *second, int *hundredths, dou
 
 int GetDayOfWeek(int year, int month, int day)
 {
-    return dayOfWeek(GetJulianDay(year, month, day));
+    return dayOfWeek(julianDay(year, month, day));
 }
 
 int GetDayOfWeekFromJulian(int jdn)
@@ -137,24 +149,23 @@ int GetDayOfMonth(int year, int month, int weekday, int n)
 {
     if (n == 0 || n < -5 || n > 5)
         return 0;
-    const int first = GetJulianDay(year, month, 1);
+    const int64_t first = julianDay(year, month, 1);
     // The year -1 is followed by year 1, but the month after December of
     // year -1 is looked up in year 0 and so is invalid (-1).
-    const int next =
-        month == 12 ? GetJulianDay(wrap32(int64_t{year} + 1), 1, 1) : GetJulianDay(year, wrap32(int64_t{month} + 1), 1);
+    const int64_t next = month == 12 ? julianDay(int64_t{year} + 1, 1, 1) : julianDay(year, int64_t{month} + 1, 1);
     if (n >= 1) {
-        int shift = wrap32(int64_t{weekday} - dayOfWeek(first));
+        int64_t shift = int64_t{weekday} - dayOfWeek(first);
         if (shift < 0)
-            shift = wrap32(int64_t{shift} + 7);
-        const int found = wrap32(int64_t{first} + shift + int64_t{7} * (n - 1));
-        return found < next ? found : 0;
+            shift += 7;
+        const int64_t found = first + shift + 7 * (n - 1);
+        return found < next ? wrap32(found) : 0;
     }
-    const int last = wrap32(int64_t{next} - 1);
-    int shift = wrap32(int64_t{weekday} - dayOfWeek(last));
+    const int64_t last = next - 1;
+    int64_t shift = int64_t{weekday} - dayOfWeek(last);
     if (shift > 0)
         shift -= 7;
-    const int found = wrap32(int64_t{last} + shift + int64_t{7} * (n + 1));
-    return found >= first ? found : 0;
+    const int64_t found = last + shift + 7 * (n + 1);
+    return found >= first ? wrap32(found) : 0;
 }
 
 int GetWeekOfYear(int year, int week)
@@ -162,10 +173,10 @@ int GetWeekOfYear(int year, int week)
     if (static_cast<unsigned>(week) > 53)
         return 0;
     // January 4 always lies in ISO week 1.
-    const int jan4 = GetJulianDay(year, 1, 4);
+    const int64_t jan4 = julianDay(year, 1, 4);
     const int weekday = dayOfWeek(jan4);
-    const int monday = weekday == 1 ? wrap32(int64_t{jan4} - 6) : wrap32(int64_t{jan4} + 2 - weekday);
-    return wrap32(int64_t{monday} + int64_t{7} * (week - 1));
+    const int64_t monday = weekday == 1 ? jan4 - 6 : jan4 + 2 - weekday;
+    return wrap32(monday + 7 * int64_t{week - 1});
 }
 
 } // extern "C"

@@ -2,7 +2,7 @@
 // and the conversions between clock values and local dates. A clock value
 // is a double counting seconds since 1970-01-01 00:00 UTC; a monotonic
 // reading is a double counting hundredths of a second. Local time comes
-// from localtime and mktime, so it follows TZ as the C library sees it.
+// from localtime_r and mktime, so it follows TZ as the C library sees it.
 // Texts go into the caller's buffer and are always terminated when the
 // size allows one character. Narrow and wide texts share one template
 // each, with a small table of formats per character type.
@@ -27,23 +27,30 @@ namespace {
 constexpr double kTwoTo63 = 9223372036854775808.0;
 constexpr double kTwoTo64 = 18446744073709551616.0;
 
-// Breaks a clock value down into local time. Values a time_t cannot hold
-// (and NaN) fail here rather than in an undefined conversion.
+// The one reading of the wall clock in whole seconds: today's date and the
+// time of day, and the last resort of the finer clocks.
+double secondsNow()
+{
+    return static_cast<double>(time(nullptr));
+}
+
+// Breaks a clock value down into local time, into the caller's record (no
+// shared one of the C library). Values a time_t cannot hold (and NaN) fail
+// here rather than in an undefined conversion.
 bool localTimeOf(double t, struct tm *out)
 {
     if (!(t > -kTwoTo63 && t < kTwoTo63))
         return false;
     const time_t whole = static_cast<time_t>(t);
-    const struct tm *broken = localtime(&whole);
-    if (!broken)
-        return false;
-    *out = *broken;
-    return true;
+    // localtime_r need not look at TZ again; a change of zone made since
+    // the last call must count, as it does for localtime.
+    tzset();
+    return localtime_r(&whole, out) != nullptr;
 }
 
 bool localTimeNow(struct tm *out)
 {
-    return localTimeOf(static_cast<double>(time(nullptr)), out);
+    return localTimeOf(secondsNow(), out);
 }
 
 // tm_year + 1900 with the wrap-around of 32-bit arithmetic.
@@ -128,7 +135,7 @@ double ClockGetDblHsec(void)
     struct timeval wall;
     if (gettimeofday(&wall, nullptr) == 0)
         return (wall.tv_usec * 1e-6 + wall.tv_sec) * 100.0;
-    return static_cast<double>(time(nullptr)) * 100.0;
+    return secondsNow() * 100.0;
 }
 
 double TimeGetDbl(void)
@@ -136,7 +143,7 @@ double TimeGetDbl(void)
     struct timeval wall;
     if (gettimeofday(&wall, nullptr) == 0)
         return wall.tv_usec * 1e-6 + wall.tv_sec;
-    return static_cast<double>(time(nullptr));
+    return secondsNow();
 }
 
 double DateToTime(int year, int month, int day, int hour, int minute, int second)

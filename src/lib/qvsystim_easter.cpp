@@ -1,14 +1,11 @@
 // qvsystim_easter: the date of Easter Sunday by the integer rule with the
 // lunar correction (8C + 13) / 25, Julian rule before a switch year and
 // Gregorian from it on. Divisions truncate toward zero and remainders take
-// the dividend's sign, as in 32-bit C arithmetic; sums are formed in 64
-// bits and wrapped to 32, so absurd years give defined results.
+// the dividend's sign, as in C. The weekday sums are formed in 64 bits:
+// near INT_MAX they would wrap and give a Sunday that is none.
 #include "qvsystim.h"
-#include "qvsystim_internal.h"
 
 #include <cstdint>
-
-using namespace qvsystim;
 
 namespace {
 
@@ -35,18 +32,18 @@ int GetDateOfEaster_jg(int year, int firstGregorian, int *month, int *day)
 {
     const int golden = year % 19;
     int moon;
-    int weekdayBase;
+    int64_t weekdayBase;
     if (year >= firstGregorian) {
         moon = gregorianFullMoon(year, golden);
-        weekdayBase = wrap32(int64_t{year} + year / 4 - year / 100 + year / 400 + 2);
+        weekdayBase = int64_t{year} + year / 4 - year / 100 + year / 400 + 2;
     } else {
         moon = (19 * golden + 15) % 30;
-        weekdayBase = wrap32(int64_t{year} + year / 4);
+        weekdayBase = int64_t{year} + year / 4;
     }
-    const int sum = wrap32(int64_t{moon} + weekdayBase);
-    const int sunday = wrap32(int64_t{7} * (sum / 7) - weekdayBase);
-    const int mm = 3 + wrap32(int64_t{sunday} + 40) / 44;
-    const int dd = wrap32(int64_t{sunday} + 28 - 31 * (mm / 4));
+    // Within a week of the full moon: small whatever the year.
+    const int sunday = static_cast<int>(7 * ((moon + weekdayBase) / 7) - weekdayBase);
+    const int mm = 3 + (sunday + 40) / 44;
+    const int dd = sunday + 28 - 31 * (mm / 4);
     if (month)
         *month = mm;
     if (day)

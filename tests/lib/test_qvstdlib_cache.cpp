@@ -69,7 +69,8 @@ TEST_F(MatCacheTest, MissHitFirstFitLimitAndReport)
     ASSERT_EQ(CMatAllocBlock(3, -1), big);      // 64 bytes: reused with null rows
     EXPECT_TRUE(!big[0] && !big[1] && !big[2]);
     CMatFree(big);
-    EXPECT_EQ(CMatAllocBlock(-1, 3), big);                        // negative rows: looked up and reused all the same
+    EXPECT_EQ(CMatAllocBlock(-3, 1 << 30), nullptr); // the count wraps to 2^30 - 3 rows of 8 GiB: above the limit
+    EXPECT_EQ(CMatAllocBlock(-1, 3), big);           // negative rows: looked up and reused all the same
     MatFreeBlock(big), CMatFree(atLimit), MatCacheFlush(nullptr); // the flush keeps the counters
     EXPECT_TRUE(!CMatAllocBlock(0, 5) && !CMatAllocBlock(65536, 65536) && !CMatAllocBlock(-3, 2)); // -3: a miss
     EXPECT_EQ(report(nullptr), "\nCache report: size 4 limit 4096 hits 5 misses 3 flushes 0\n");
@@ -101,12 +102,13 @@ TEST_F(MatCacheTest, OffSizesFailedInitAndExit)
 }
 
 // Just before the stamp counter wraps, slot 0 keeps stamp 0 from the start and slot 3 gets 0 again after the
-// wrap: the victim is the last slot stamped 0, not the first, and slot 0 only once slot 3 is restamped.
+// wrap: the victim is the last slot stamped 0, not the first, and slot 0 only once slot 3 is restamped. With no
+// stamp 0 left, slot 0 goes again, though slot 3 (stamp 1) was stored before it (stamp 2).
 TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
 {
     MatCache record{};
     start(4, 4096, &record), SetMatCacheLocker(testLocker), g_pRecord = &record;
-    double **blocks[6];
+    double **blocks[7];
     for (double **&block : blocks)
         block = MatAllocBlock(2, 2);
     CMatFree(blocks[0]); // slot 0, stamp 0
@@ -115,11 +117,12 @@ TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
         CMatFree(blocks[k]); // slots 1 to 3, stamps 2^32 - 2, 2^32 - 1 and 0
     CMatFree(blocks[4]);     // evicts slot 3
     CMatFree(blocks[5]);     // evicts slot 0
-    void *const held[4] = {startOf(blocks[5]), startOf(blocks[1]), startOf(blocks[2]), startOf(blocks[4])};
-    const uint32_t stamps[4] = {2, UINT32_MAX - 1, UINT32_MAX, 1};
+    CMatFree(blocks[6]);     // evicts slot 0 again
+    void *const held[4] = {startOf(blocks[6]), startOf(blocks[1]), startOf(blocks[2]), startOf(blocks[4])};
+    const uint32_t stamps[4] = {3, UINT32_MAX - 1, UINT32_MAX, 1};
     for (int s = 0; s < 4; s++)
         EXPECT_TRUE(record.apBlock[s] == held[s] && record.aiStamp[s] == stamps[s]) << s;
-    EXPECT_EQ(record.cFlushes, 2u);
+    EXPECT_EQ(record.cFlushes, 3u);
     MatCacheFlush(&record); // empties the slots and keeps the cache on
     EXPECT_TRUE(record.acBytes[0] == 0 && !record.apBlock[3] && record.iFreeSlot == 0 && record.cSlots == 4);
     MatCacheExit(&record);

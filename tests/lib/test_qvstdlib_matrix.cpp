@@ -1,18 +1,12 @@
 // Matrix, integer, table, split and vector blocks, and what they hold.
 #include "qvstdlib.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cstring>
 #include <vector>
-
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-using KeptLeak = __lsan::ScopedDisabler;
-#else
-struct KeptLeak {};
-#endif
 
 namespace {
 std::vector<uint64_t> bitsOf(double *const *m, int r, int c)

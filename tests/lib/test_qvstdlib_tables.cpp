@@ -1,4 +1,4 @@
-// String and plain tables: a missed release shows as a leak under the sanitizer.
+// String tables: a missed release shows as a leak under the sanitizer.
 #include "qvstdlib.h"
 
 #include <gtest/gtest.h>
@@ -41,21 +41,4 @@ TEST(StringTable, ReallocMovesTheHeadReleasesTheTailAndDupKeepsNulls)
     EXPECT_TRUE(!wcopy[0] && wcopy[1] != wsrc[1] && wcscmp(wcopy[1], L"\u00e9t\u00e9") == 0);
     StrTabFree(copy, 4), StrTabFree(src, 4), StrTabFree(nullptr, 3);
     TcsTabFree(wcopy, 2), TcsTabFree(wsrc, 2), TcsTabFree(nullptr, 3);
-}
-
-TEST(PlainTable, AllocRowsNullEntriesRefusalsAndRelease)
-{
-    EXPECT_EQ(TabAllocPlain(0, 4, 8), nullptr);
-    EXPECT_EQ(TabAllocPlain(UINT64_MAX / 4, 1, 1), nullptr);                    // no pointer array
-    EXPECT_EQ(TabAllocPlain(2, uint64_t{1} << 31, uint64_t{1} << 31), nullptr); // first row fails
-    EXPECT_EQ(TabAllocPlain(2, uint64_t{1} << 33, uint64_t{1} << 31), nullptr); // 2^64 wraps to 0
-    void **none = TabAllocPlain(3, 0, 8), **table = TabAllocPlain(4, 3, 8);
-    EXPECT_TRUE(none && !none[0] && !none[1] && !none[2]);
-    for (int i = 0; i < 4; i++)
-        memset(table[i], i, 24); // the full c * size bytes of each row
-    none[0] = strdup("kept"), none[2] = strdup("kept");
-    void *rows[3] = {none[0], none[1], none[2]};
-    TabFreePlain(none, 3, 0);                                           // only the array goes
-    TabFreePlain(memcpy(malloc(sizeof rows), rows, sizeof rows), 3, 1); // every row and the array
-    TabFreePlain(table, 4, 3), TabFreePlain(nullptr, 5, 1);
 }

@@ -301,7 +301,7 @@ TEST(ScannerModel, WindowEdges)
     // the window moves on by one byte without the offset. A run of such
     // windows ends at the first that holds what decides the attempt (a match,
     // a refused byte, the file's end); a newline past the cut point shortens
-    // some of them; mixed case shows the folded carried bytes. The last four
+    // some of them; mixed case shows the folded carried bytes. The last five
     // have a first element of one byte: each window stops at the next byte it takes.
     std::string letters;
     for (int i = 0; i < 12000; ++i)
@@ -310,15 +310,20 @@ TEST(ScannerModel, WindowEdges)
     const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
     const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
     const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
+    // Passed over after the window at the 'a': the next window has its newline exactly at its cut point and so
+    // ends there; the line after it is printed from its start, not from its 'e'.
+    const std::string atCut =
+        "a" + std::string(4801, 'x') + "\n" + std::string(100, 'y') + "e" + std::string(296, 'y') + "q\n";
     const struct {
         const char *options, *pattern;
         const std::string &content;
     } cases[] = {
-        {"", "abd", carried},      {"b", "abd", carried},          {"", "xyw", xyz},
-        {"rb", "[^q]*q", plain},   {"r", "[^q]*q", plain},         {"r", "[^q]*q", cut},
-        {"rbc", "[^q]*q", cut},    {"rb", "[^q]*qz", refused},     {"rf", "[a-z]+q", cut},
-        {"rb", "[a-z]*_q", atEnd}, {"rw", "[a-z]*_q", atEnd},      {"rb", "[ae][^q]*q", cut},
-        {"r", "[ae][^q]*q", cut},  {"rb", "[ae][^q]*qz", refused}, {"rbc", "[ae][a-z]*_q", atEnd},
+        {"", "abd", carried},       {"b", "abd", carried},          {"", "xyw", xyz},
+        {"rb", "[^q]*q", plain},    {"r", "[^q]*q", plain},         {"r", "[^q]*q", cut},
+        {"rbc", "[^q]*q", cut},     {"rb", "[^q]*qz", refused},     {"rf", "[a-z]+q", cut},
+        {"rb", "[a-z]*_q", atEnd},  {"rw", "[a-z]*_q", atEnd},      {"rb", "[ae][^q]*q", cut},
+        {"r", "[ae][^q]*q", cut},   {"rb", "[ae][^q]*qz", refused}, {"rbc", "[ae][a-z]*_q", atEnd},
+        {"r", "[ae][^q]*q", atCut},
     };
     for (const auto &c : cases)
         expectSame(c.options, c.pattern, c.content);

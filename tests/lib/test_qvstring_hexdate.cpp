@@ -1,0 +1,86 @@
+// Hex bit patterns of doubles and date stamps of day numbers.
+#include "qvstring.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <string>
+
+namespace {
+
+const double kDay = 2451545.0;                              // 2000-01-01, a Saturday
+double at(int hour, int minute, int second, int hundredths) // a time of day in exact hundredths
+{
+    return (((hour * 60 + minute) * 60 + second) * 100 + hundredths) / 8640000.0;
+}
+
+TEST(DHexToDouble, PatternsMostSignificantFirst)
+{
+    const char unterminated[16] = {'4', '0', '0', '0', '0', '0', '0', '0', '0', '0', '0', '0', '0', '0', '0', '0'};
+    const struct {
+        const char *text;
+        uint64_t bits;
+    } cases[] = {
+        {"3FF0000000000000", 0x3FF0000000000000},
+        {nullptr, 0},
+        {"C000000000000000", 0xC000000000000000},
+        {"0123456789abcdef", 0x0123456789ABCDEF},
+        {"3FF00000000000001", 0x3FF0000000000000},
+        {unterminated, 0x4000000000000000}, // 16 characters count
+        {"0!", 0xCA},                       // no validation: 'g' is 16, '!' is -54
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(std::bit_cast<uint64_t>(DHexToDouble(c.text)), c.bits) << (c.text ? c.text : "");
+}
+
+TEST(Dbl2DateStrA, EveryFlagCombination)
+{
+    const double noon = kDay + 0.5, halfPast = kDay + at(12, 30, 0, 50);
+    char small[8]; // a size of 3 still holds "."
+    const struct {
+        int dayName, midnight, space, seconds;
+        double x;
+        const char *out;
+    } cases[] = {
+        {1, 1, 1, 0, kDay, "2000-01-01 Sat 00:00"},       {0, 0, 0, 0, kDay, "2000-01-01"},
+        {0, 1, 0, 0, kDay, "2000-01-01T00:00"},           {1, 0, 0, 0, kDay, "2000-01-01 Sat"},
+        {0, 1, 1, 1, kDay, "2000-01-01 00:00:00"},        {1, 1, 1, 1, std::nan(""), "."},
+        {0, 0, 0, 0, noon, "2000-01-01T12:00"},           {1, 0, 0, 0, 1.0, "-4713-01-02 Tue"},
+        {1, 0, 1, 0, noon, "2000-01-01 Sat 12:00"},       {0, 1, 0, 0, -1.0, "-4714-12-31T00:00"},
+        {0, 0, 0, 0, halfPast, "2000-01-01T12:30:00.50"}, {0, 0, 0, 0, kDay + 0.999999999, "2000-01-01T24:00"},
+        {0, 0, 0, -1, halfPast, "2000-01-01T12:30"},      {1, 1, 1, 0, 0.75, "18:00"},
+        {0, 0, 0, 2, halfPast, "2000-01-01T12:30.50"},    {0, 0, 0, 0, 0.0, "00:00"},
+        {0, 0, 0, 0, at(12, 0, 0, 50), "12:00:00.50"},    {1, 1, 1, 0, -0.25, ""},
+    };
+    for (const auto &c : cases) {
+        char buf[64] = "@";
+        EXPECT_EQ(Dbl2DateStrA(buf, sizeof buf, c.dayName, c.midnight, c.space, c.seconds, c.x), buf);
+        EXPECT_STREQ(buf, c.out) << c.dayName << c.midnight << c.space << c.seconds << " " << c.x;
+    }
+    const std::string full = "2000-01-01 Sat 12:30:00.50";
+    for (size_t size = 0; size <= full.size() + 1; ++size) { // cut to size
+        std::string buf(40, '@');
+        Dbl2DateStrA(buf.data(), size, 1, 1, 1, 0, halfPast);
+        const size_t kept = size == 0 ? 0 : std::min(size - 1, full.size());
+        EXPECT_EQ(buf, (size ? full.substr(0, kept) + '\0' : "") + std::string(40 - kept - (size > 0), '@')) << size;
+    }
+    EXPECT_STREQ(Dbl2DateStrA(small, 3, 0, 0, 0, 0, std::nan("")), ".");
+    char midnight[16]; // the midnight time is appended whole: size + 9 bytes
+    EXPECT_STREQ(Dbl2DateStrA(midnight, 5, 1, 1, 0, 1, kDay), "2000T00:00:00");
+}
+
+TEST(Dbl2DateStr, WidensOrLeavesUntouched)
+{
+    std::wstring ws(24, L'@');
+    EXPECT_EQ(Dbl2DateStr(ws.data(), 15, 0, 0, 0, 0, kDay + 0.5), ws.data()); // 16 characters: too long
+    EXPECT_EQ(Dbl2DateStr(ws.data(), 0, 1, 1, 1, 0, -0.25), ws.data());       // the empty text's terminator, widened
+    EXPECT_EQ(ws, std::wstring(1, L'\0') + std::wstring(23, L'@'));
+    EXPECT_EQ(Dbl2DateStr(ws.data(), 16, 0, 0, 0, 0, kDay + 0.5), ws.data());
+    EXPECT_EQ(ws.substr(0, 18), std::wstring(L"2000-01-01T12:00\0@", 18));
+    EXPECT_TRUE(!Dbl2DateStr(nullptr, 8, 0, 0, 0, 0, 1.0) && !Dbl2DateStrA(nullptr, 8, 0, 0, 0, 0, 1.0));
+}
+
+} // namespace

@@ -1,0 +1,136 @@
+// The process: working folder, shell, executable and module locations,
+// dynamic loading, environment and wide-text numbers; each test puts the
+// process back as it was.
+#include "qvsystem.h"
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+class QvSystemProcess : public SampleFolder {};
+
+TEST_F(QvSystemProcess, WorkingFolderChangedAndRestored)
+{
+    const std::string saved = std::filesystem::current_path().string();
+    std::string child = root_ + "\\sub\t";
+    wchar_t parent[] = L"..\\", empty[] = L"", missing[] = L"/no/such/folder";
+    EXPECT_EQ(IChDirA(child.data()), 1);
+    EXPECT_EQ(child.c_str(), at("sub")); // cleaned in place
+    EXPECT_EQ(take(SGetCwd()), widen(at("sub")));
+    EXPECT_EQ(IChDir(parent), 1);
+    EXPECT_STREQ(parent, L"../");
+    EXPECT_EQ(IChDir(nullptr) + IChDir(empty) + IChDirA(nullptr) + IChDir(missing), 0);
+    char *narrow = SGetCwdA();
+    EXPECT_STREQ(narrow, root_.c_str());
+    free(narrow);
+    ASSERT_EQ(chdir(saved.c_str()), 0);
+}
+
+// A working folder whose name takes exactly `length` bytes, made of
+// nested folders under the sample folder.
+std::string folderOfLength(const std::string &root, size_t length)
+{
+    std::string path = root;
+    while (path.size() < length) {
+        size_t part = std::min<size_t>(200, length - path.size() - 1);
+        if (length - path.size() - part - 1 == 1) // a lone '/' cannot follow
+            --part;
+        path.append(1, '/').append(part, 'd');
+        EXPECT_EQ(mkdir(path.c_str(), 0755), 0) << path.size();
+    }
+    return path;
+}
+
+// The name is read with a limit of 512 bytes, its terminator included:
+// one byte more and the folder is not read at all, however much longer.
+TEST_F(QvSystemProcess, WorkingFolderAtTheLengthLimit)
+{
+    const std::string saved = std::filesystem::current_path().string();
+    const struct {
+        size_t length;
+        bool fits;
+    } cases[] = {{511, true}, {512, false}, {513, false}, {1023, false}, {1024, false}};
+    for (const auto &c : cases) {
+        const std::string base = root_ + "/" + std::to_string(c.length);
+        ASSERT_EQ(mkdir(base.c_str(), 0755), 0);
+        const std::string folder = folderOfLength(base, c.length);
+        ASSERT_EQ(chdir(folder.c_str()), 0) << c.length;
+        [[maybe_unused]] KeptLeak kept; // a failure leaves the result block allocated
+        EXPECT_EQ(take(SGetCwd()), c.fits ? widen(folder) : L"(null)") << c.length;
+        char *narrow = SGetCwdA();
+        EXPECT_EQ(narrow ? std::string(narrow) : "(null)", c.fits ? folder : "(null)") << c.length;
+        free(narrow);
+    }
+    ASSERT_EQ(chdir(saved.c_str()), 0);
+}
+
+TEST_F(QvSystemProcess, ShellModulesLibrariesAndEnvironment)
+{
+    EXPECT_EQ(ISystemCallA("exit 3"), 3 << 8); // the wait status as it comes
+    const std::string exe = std::filesystem::canonical("/proc/self/exe").string();
+    EXPECT_EQ(take(SGetExeFullPath()), widen(exe));
+    EXPECT_EQ(take(SGetModuleFolder(nullptr)), widen(exe.substr(0, exe.rfind('/') + 1))); // keeps the '/'
+    EXPECT_EQ(SGetModuleFolder(L"x"), nullptr);
+    int32_t code[6] = {-1, -1, -1, -1, -1, -1};
+    char libm[] = "libm.so.6 \t", missing[] = "nosuch.so";
+    void *cosine = GetDynamicLink(libm, "cos", &code[0]);
+    ASSERT_NE(cosine, nullptr);
+    EXPECT_STREQ(libm, "libm.so.6"); // cleaned in place
+    EXPECT_EQ(reinterpret_cast<double (*)(double)>(cosine)(0.0), 1.0);
+    EXPECT_EQ(GetDynamicLink(missing, "cos", &code[1]), nullptr);
+    EXPECT_EQ(GetDynamicLink(libm, "no_such_symbol_qv", &code[2]), nullptr);
+    EXPECT_EQ(GetDynamicLink(libm, nullptr, &code[3]), nullptr);
+    EXPECT_EQ(GetDynamicLinkSymbol(GetDynamicLinkHandle(libm, &code[4]), "cos", &code[4]), cosine);
+    EXPECT_EQ(GetDynamicLinkSymbol(nullptr, "cos", &code[5]), nullptr);
+    EXPECT_EQ(std::vector(code, code + 6), (std::vector{0, 1, 2, 0, 0, 2}));
+    Dl_info info;
+    ASSERT_NE(dladdr(cosine, &info), 0);
+    const std::string file = info.dli_fname, folder = file.substr(0, file.rfind('/'));
+    EXPECT_EQ(take(SGetModuleFolderOf(cosine, 0)), widen(file));
+    EXPECT_EQ(take(SGetModuleFolderOf(cosine, 1)), widen(folder)); // drops the '/'
+    EXPECT_EQ(take(SGetModuleFolderOf(cosine, INT32_MAX)), L"");
+    EXPECT_EQ(SGetModuleFolderOf(nullptr, 1), nullptr);
+    // The environment: set here and put back as it was.
+    const char *home = getenv("HOME");
+    const std::string savedHome = home ? home : "";
+    ASSERT_EQ(setenv("QVSYSTEM_TEST_VARIABLE", "caf\xC3\xA9", 1) + setenv("HOME", "/home/qv", 1), 0);
+    EXPECT_EQ(take(SGetEnv(L"QVSYSTEM_TEST_VARIABLE")), L"caf\u00e9");
+    EXPECT_EQ(take(SGetUserFolder()), L"/home/qv");
+    ASSERT_EQ(unsetenv("QVSYSTEM_TEST_VARIABLE") + unsetenv("HOME"), 0);
+    EXPECT_TRUE(!SGetEnv(L"QVSYSTEM_TEST_VARIABLE") && !SGetEnvA("QVSYSTEM_TEST_VARIABLE") && !SGetUserFolder() &&
+                !SGetEnv(nullptr));
+    if (home)
+        setenv("HOME", savedHome.c_str(), 1);
+}
+
+TEST_F(QvSystemProcess, WideTextToNumbers)
+{
+    const std::wstring blanks = std::wstring(30, L' ') + L"123", accents = std::wstring(16, L'\u00e9') + L"5";
+    const struct {
+        const wchar_t *text;
+        int64_t integer;
+        double real;
+    } cases[] = {
+        {L"42abc", 42, 42.0},      {L"  2.5e3", 2, 2500.0},
+        {nullptr, 0, 0.0},         {L"9223372036854775807", INT64_MAX, 9223372036854775807.0},
+        {blanks.c_str(), 1, 1.0},  // only 31 bytes are read
+        {accents.c_str(), 0, 0.0}, // 32 bytes of accents first
+    };
+    for (const auto &c : cases)
+        EXPECT_TRUE(TAtoI(c.text) == c.integer && TAtoF(c.text) == c.real) << (c.text ? c.text : L"(null)");
+}
+
+} // namespace

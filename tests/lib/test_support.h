@@ -1,0 +1,65 @@
+// Helpers of the system-service and block tests: wide text from ASCII, a
+// taken string, the leak checker switched off around a leak the design
+// keeps, and a fixture that makes a folder of sample files and removes it.
+#ifndef TEST_SUPPORT_H
+#define TEST_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+using KeptLeak = __lsan::ScopedDisabler;
+#else
+struct KeptLeak {};
+#endif
+
+inline std::wstring widen(const std::string &ascii)
+{
+    return std::wstring(ascii.begin(), ascii.end());
+}
+
+// The text of a new string, which is released; "(null)" for null.
+inline std::wstring take(wchar_t *text)
+{
+    std::wstring kept = text ? text : L"(null)";
+    free(text);
+    return kept;
+}
+
+// Files abc, ac, abcd, a.b.txt, x.txt, noext, name. and .hidden, folders
+// sub, sub.d and .hiddendir, all empty.
+class SampleFolder : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/qvsystem_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        root_ = pattern;
+        for (const std::string name :
+             {"abc", "ac", "abcd", "a.b.txt", "x.txt", "noext", "name.", ".hidden", "sub/", "sub.d/", ".hiddendir/"})
+            name.back() == '/' ? (void)mkdir(at(name).c_str(), 0755) : write(name, "");
+    }
+    void TearDown() override { std::filesystem::remove_all(root_); }
+    std::string at(const std::string &name) const { return root_ + "/" + name; }
+    std::wstring wideAt(const std::wstring &name) const { return widen(root_) + L"/" + name; }
+    void write(const std::string &name, const std::string &text) const
+    {
+        std::ofstream(at(name), std::ios::binary) << text;
+    }
+    std::string read(const std::string &name) const
+    {
+        std::ifstream in(at(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    bool exists(const std::string &name) const { return std::filesystem::exists(at(name)); }
+    std::string root_;
+};
+
+#endif // TEST_SUPPORT_H
