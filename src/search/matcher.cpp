@@ -243,8 +243,8 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         ++reports;
         if (g_fBinary) {
             if (name != nullptr)
-                ReportMatch(*state.reports, name, nameLen, *offset + start, shown(print, start, end - start, folded, scratch),
-                            static_cast<size_t>(end - start));
+                ReportMatch(*state.reports, name, nameLen, *offset + start,
+                            shown(print, start, end - start, folded, scratch), static_cast<size_t>(end - start));
             pos = counted = end;
             continue;
         }
@@ -255,7 +255,8 @@ int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, co
         // No delimiter lies in [lineStart, start + 1) but at start itself.
         const auto lineEnd = static_cast<int64_t>(FindLineDelimiterIn(text, ulen, static_cast<size_t>(start + 1)));
         if (name != nullptr)
-            ReportLine(*state.reports, name, nameLen, lineAtStart + 1, shown(print, lineStart, lineEnd - lineStart, folded, scratch),
+            ReportLine(*state.reports, name, nameLen, lineAtStart + 1,
+                       shown(print, lineStart, lineEnd - lineStart, folded, scratch),
                        static_cast<size_t>(lineEnd - lineStart));
         // One report per line: go on at the delimiter that ends it. Newlines
         // that the match took beyond that point are counted once more.

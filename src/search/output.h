@@ -78,13 +78,13 @@ private:
 
     std::mutex lock_;
     std::condition_variable changed_;
-    int waiting_ = 0;                     // threads in Wait
-    std::deque<OutputSlot *> order_;      // unretired slots, head first
-    std::atomic<OutputSlot *> direct_{};  // the head slot, once its kept bytes are written
-    bool flushing_ = false;               // a thread is retiring slots
-    size_t kept_ = 0;                     // bytes of the kept pieces, counted by capacity
-    std::atomic<bool> failed_{false};     // a write to standard output failed
-    int error_ = 0;                       // its errno
+    int waiting_ = 0;                    // threads in Wait
+    std::deque<OutputSlot *> order_;     // unretired slots, head first
+    std::atomic<OutputSlot *> direct_{}; // the head slot, once its kept bytes are written
+    bool flushing_ = false;              // a thread is retiring slots
+    size_t kept_ = 0;                    // bytes of the kept pieces, counted by capacity
+    std::atomic<bool> failed_{false};    // a write to standard output failed
+    int error_ = 0;                      // its errno
 };
 
 // One thread's way to the output: the slot of its claim, and the bytes it

@@ -108,8 +108,8 @@ void ReportFlush(ReportBatch &batch)
 void ReportLine(ReportBatch &batch, const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len)
 {
     putReport(
-        batch, name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; }, text,
-        len);
+        batch, name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; },
+        text, len);
 }
 
 void ReportMatch(ReportBatch &batch, const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len)
@@ -138,7 +138,8 @@ void ReportBanner(OutputSink &out, const char *program, const char *version, con
 
 void ReportUsage(OutputSink &out, const char *program)
 {
-    message(out, "Searches files for text patterns\n\nUsage:\t%s [-options] pattern directory filetypes\n\n"
+    message(out,
+            "Searches files for text patterns\n\nUsage:\t%s [-options] pattern directory filetypes\n\n"
             "options:\n"
             "  -s  also search subdirectories\n"
             "  -f  list file names only\n"
@@ -218,8 +219,8 @@ void ReportFileCount(OutputSink &out, const char *path, int64_t total)
 void ReportSummary(OutputSink &out, bool countLines, int64_t count, int64_t files, int64_t filesTried)
 {
     if (countLines)
-        message(out, "%lld lines counted in %lld file%s.\n", static_cast<long long>(count), static_cast<long long>(files),
-                plural(files));
+        message(out, "%lld lines counted in %lld file%s.\n", static_cast<long long>(count),
+                static_cast<long long>(files), plural(files));
     else
         message(out, "%lld occurrence%s found in %lld file%s (%lld file%s searched).\n", static_cast<long long>(count),
                 plural(count), static_cast<long long>(files), plural(files), static_cast<long long>(filesTried),

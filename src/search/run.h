@@ -28,10 +28,10 @@ struct SearchRun {
     SearchRun(const SearchRun &) = delete;
     SearchRun &operator=(const SearchRun &) = delete;
 
-    int threads = 1;       // threads that search, the calling one among them: 1 starts none
-    OrderedOutput output;  // standard output, in the order of a one-thread run
-    OutputSink out;        // the calling thread's way to it before and after the search
-    RunCounters counters;  // of the search, complete once it has ended
+    int threads = 1;      // threads that search, the calling one among them: 1 starts none
+    OrderedOutput output; // standard output, in the order of a one-thread run
+    OutputSink out;       // the calling thread's way to it before and after the search
+    RunCounters counters; // of the search, complete once it has ended
 };
 
 // CPUs the process may run on (its affinity mask), at most 16; at least 1.

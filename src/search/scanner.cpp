@@ -48,7 +48,7 @@
 namespace {
 
 struct ChunkReader {
-    char *buffer;               // kChunkSize bytes
+    char *buffer;                  // kChunkSize bytes
     const std::atomic<bool> &stop; // the run is ending: read no more
     int fd;
     int64_t size;        // size of the file when opened
@@ -114,7 +114,8 @@ int64_t countLines(FileSearcher &searcher, int fd)
             continue;
         if (got <= 0)
             break;
-        lines += CountNewlines(reinterpret_cast<const unsigned char *>(searcher.buffer.get()), static_cast<size_t>(got));
+        lines +=
+            CountNewlines(reinterpret_cast<const unsigned char *>(searcher.buffer.get()), static_cast<size_t>(got));
     }
     return lines;
 }
@@ -276,7 +277,7 @@ int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *pat
 } // namespace
 
 FileSearcher::FileSearcher(OutputSink &sink, const std::atomic<bool> &stopFlag)
-    : out(sink), stop(stopFlag), buffer(new(std::nothrow) char[kChunkSize])
+    : out(sink), stop(stopFlag), buffer(new (std::nothrow) char[kChunkSize])
 {
     reports.out = &sink;
     reports.used = 0;

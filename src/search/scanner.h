@@ -19,8 +19,8 @@ struct FileSearcher {
     FileSearcher(const FileSearcher &) = delete;
     FileSearcher &operator=(const FileSearcher &) = delete;
 
-    OutputSink &out;               // where its messages and reports go
-    const std::atomic<bool> &stop; // set when the run must end: a file is left at its next read
+    OutputSink &out;                // where its messages and reports go
+    const std::atomic<bool> &stop;  // set when the run must end: a file is left at its next read
     std::unique_ptr<char[]> buffer; // kChunkSize bytes: the file's bytes as read
     ReportBatch reports;            // its match reports, on their way to out
 };

@@ -59,21 +59,21 @@ constexpr size_t kThreadStack = 1 << 20;
 enum class FolderState { Unlisted, Listing, Listed };
 
 struct Folder {
-    Folder *parent = nullptr;   // the folder it was listed in; null for the start
-    std::string name;           // its name there, as stored
-    std::string path;           // as printed; dropped once nothing needs it
-    bool roundTrips = true;     // the path survives the trip through wide text
+    Folder *parent = nullptr; // the folder it was listed in; null for the start
+    std::string name;         // its name there, as stored
+    std::string path;         // as printed; dropped once nothing needs it
+    bool roundTrips = true;   // the path survives the trip through wide text
     FolderState state = FolderState::Unlisted;
-    bool gone = false;          // its folder moved away before it was entered: nothing of it is printed
-    int fd = -1;                // open descriptor, or -1
-    int users = 0;              // claims using fd now
-    bool identified = false;    // device and inode are known
-    dev_t device = 0;           // its identity, to check a descriptor opened again
+    bool gone = false;       // its folder moved away before it was entered: nothing of it is printed
+    int fd = -1;             // open descriptor, or -1
+    int users = 0;           // claims using fd now
+    bool identified = false; // device and inode are known
+    dev_t device = 0;        // its identity, to check a descriptor opened again
     ino_t inode = 0;
-    FolderListing listing;      // what its reading gave
-    size_t unlisted = 0;        // subfolders not listed yet
-    size_t inList = 0;          // subfolders still in the list
-    bool handedOut = false;     // all its messages and files are handed out
+    FolderListing listing;                // what its reading gave
+    size_t unlisted = 0;                  // subfolders not listed yet
+    size_t inList = 0;                    // subfolders still in the list
+    bool handedOut = false;               // all its messages and files are handed out
     std::list<Folder *>::iterator openAt; // its place among the open folders, while fd >= 0
     std::list<Folder>::iterator self;     // its place in the walk's list
 };
@@ -84,16 +84,15 @@ struct Claim {
     enum Kind { Wait, List, Files, Done };
     explicit Claim(Kind what = Wait, Folder *of = nullptr, int descriptors = 0)
         : kind(what), folder(of), reserved(descriptors)
-    {
-    }
+    {}
     Kind kind;
-    Folder *folder;             // the folder it lists, or whose files it searches
-    int reserved;               // descriptors reserved for it
+    Folder *folder; // the folder it lists, or whose files it searches
+    int reserved;   // descriptors reserved for it
     // Files:
-    OutputSlot *slot = nullptr; // where its output goes
-    size_t mask = 0;            // the mask whose files these are
-    bool trying = false;        // it prints the mask's "Trying" line first
-    size_t first = 0, count = 0; // the files [first, first + count) of the mask
+    OutputSlot *slot = nullptr;   // where its output goes
+    size_t mask = 0;              // the mask whose files these are
+    bool trying = false;          // it prints the mask's "Trying" line first
+    size_t first = 0, count = 0;  // the files [first, first + count) of the mask
     std::vector<int64_t> numbers; // each file's number, once searched
 };
 
@@ -133,21 +132,21 @@ private:
     std::vector<std::wstring> masks_;
     const bool subfolders_;
     const bool verbose_;
-    const bool hintReads_;           // tell the kernel which files come next: more reads in flight
-    FolderList folders_;             // walk order
-    FolderList::iterator cursor_;    // the folder whose work is handed out next
-    size_t mask_ = 0;                // the cursor's mask...
-    size_t file_ = 0;                // ...and file handed out next
-    bool tryingDone_ = false;        // the "Trying" line of that mask is handed out
-    std::list<Folder *> open_;       // folders with a descriptor, opened longest ago first
-    int budget_;                     // descriptors the walk may hold
-    int inUse_ = 0;                  // descriptors held or reserved
-    size_t claimFiles_;              // files a claim takes at most
+    const bool hintReads_;        // tell the kernel which files come next: more reads in flight
+    FolderList folders_;          // walk order
+    FolderList::iterator cursor_; // the folder whose work is handed out next
+    size_t mask_ = 0;             // the cursor's mask...
+    size_t file_ = 0;             // ...and file handed out next
+    bool tryingDone_ = false;     // the "Trying" line of that mask is handed out
+    std::list<Folder *> open_;    // folders with a descriptor, opened longest ago first
+    int budget_;                  // descriptors the walk may hold
+    int inUse_ = 0;               // descriptors held or reserved
+    size_t claimFiles_;           // files a claim takes at most
 };
 
 Walk::Walk(SearchRun &run, const WalkStart &start, int threads, int budget)
-    : run_(run), output_(run.output), subfolders_(start.subfolders), verbose_(g_fVerbose != 0),
-      hintReads_(threads > 1), budget_(budget)
+    : run_(run), output_(run.output), subfolders_(start.subfolders), verbose_(g_fVerbose != 0), hintReads_(threads > 1),
+      budget_(budget)
 {
     for (const std::string &mask : start.masks) {
         std::unique_ptr<wchar_t, decltype(&free)> wide(A2T_dup(mask.c_str()), &free);
@@ -157,8 +156,8 @@ Walk::Walk(SearchRun &run, const WalkStart &start, int threads, int budget)
     // the others hold theirs.
     const int perThread = budget_ / threads;
     claimFiles_ = perThread > static_cast<int>(kClaimFiles) + 1 ? kClaimFiles
-                  : perThread > 2                              ? static_cast<size_t>(perThread - 1)
-                                                               : 1;
+                  : perThread > 2                               ? static_cast<size_t>(perThread - 1)
+                                                                : 1;
     Folder &root = folders_.emplace_back();
     root.self = folders_.begin();
     root.path = start.path;
@@ -263,8 +262,8 @@ void Walk::release(Folder *folder)
         if (folder->fd >= 0 && parent != nullptr) {
             // Its parent may still want its descriptor back: ".." of this
             // one is the cheapest way there.
-            const bool parentWaits = parent->fd < 0 && parent->identified && !parent->gone &&
-                                     (!parent->handedOut || parent->unlisted > 0);
+            const bool parentWaits =
+                parent->fd < 0 && parent->identified && !parent->gone && (!parent->handedOut || parent->unlisted > 0);
             int up = -1;
             if (parentWaits)
                 up = openat(folder->fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);

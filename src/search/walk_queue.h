@@ -12,10 +12,10 @@
 
 // The starting folder of a walk.
 struct WalkStart {
-    std::string path;             // as printed
-    int fd;                       // open for reading, or -1 (it lists nothing); the walk reads it, the caller closes it
-    bool roundTrips;              // the path survives the trip through wide text
-    bool subfolders;              // walk into the subfolders too
+    std::string path; // as printed
+    int fd;           // open for reading, or -1 (it lists nothing); the walk reads it, the caller closes it
+    bool roundTrips;  // the path survives the trip through wide text
+    bool subfolders;  // walk into the subfolders too
     std::vector<std::string> masks; // the file masks, each searched in turn
 };
 

@@ -73,8 +73,7 @@ TEST(Failures, OpenFileLimitLowestAndOneBelow)
     };
     const RunResult lowest = underLimit(9);
     g_runOnOneCpu = true;
-    const RunResult below = runFyndle(
-        {"-c", "ulimit -n 8 && exec \"$0\" \"$@\"", binary, "-s", "needle", tree.root()});
+    const RunResult below = runFyndle({"-c", "ulimit -n 8 && exec \"$0\" \"$@\"", binary, "-s", "needle", tree.root()});
     g_runOnOneCpu = false, g_binary = binary;
     EXPECT_EQ(lowest.out, whole.out);
     EXPECT_EQ(below.exitCode, 2);
@@ -116,14 +115,13 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
                 }
             };
             g_runOnOneCpu = oneCpu;
-            const RunResult r = countLines ? runFyndle({"-v", "-l", tree.root()}, 60)
-                                           : runFyndle({"needle", tree.root()}, 60);
+            const RunResult r =
+                countLines ? runFyndle({"-v", "-l", tree.root()}, 60) : runFyndle({"needle", tree.root()}, 60);
             g_whileStalled = nullptr, g_runOnOneCpu = false;
             EXPECT_EQ(r.exitCode, 0) << countLines << oneCpu << r.err;
             EXPECT_EQ(r.out.find("outside"), std::string::npos) << countLines << oneCpu;
             if (countLines) {
-                EXPECT_NE(r.out.find(std::to_string(40000 + 2999) + " lines counted in 3000 files."),
-                          std::string::npos)
+                EXPECT_NE(r.out.find(std::to_string(40000 + 2999) + " lines counted in 3000 files."), std::string::npos)
                     << oneCpu;
             } else {
                 EXPECT_NE(r.out.find(want), std::string::npos) << oneCpu;

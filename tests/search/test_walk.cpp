@@ -145,7 +145,9 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
         std::string tiny;
         const int lines = static_cast<int>(random() % 30);
         for (int line = 0; line < lines; ++line)
-            tiny.append(line % 3 ? "Needle " : "hay\n").append(line % 3 ? std::to_string(i) : "").append(line % 3 ? "\n" : "");
+            tiny.append(line % 3 ? "Needle " : "hay\n")
+                .append(line % 3 ? std::to_string(i) : "")
+                .append(line % 3 ? "\n" : "");
         matches += lines - (lines + 2) / 3, files += lines > 1;
         std::string name = "d";
         name.append(std::to_string(i % 40)).append("/e").append(std::to_string(i % 3)).append("/t");
