@@ -36,6 +36,8 @@
 #include <cstring>
 #include <new>
 #include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -283,12 +285,22 @@ FileSearcher::FileSearcher(OutputSink &sink, const std::atomic<bool> &stopFlag)
     reports.used = 0;
 }
 
-int OpenFileAt(int dirFd, const char *name)
+int OpenFileAt(int dirFd, const char *name, bool *cached)
 {
     // O_NOFOLLOW: a name swapped for a link since it was listed must not
     // lead out of the tree; O_NONBLOCK: nor may one that turned into a FIFO
     // hang the run.
-    return openat(dirFd, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    if (cached != nullptr) {
+        open_how how{};
+        how.flags = kFlags;
+        how.resolve = RESOLVE_CACHED;
+        const int fd = static_cast<int>(syscall(SYS_openat2, dirFd, name, &how, sizeof how));
+        *cached = fd >= 0;
+        if (fd >= 0 || (errno != EAGAIN && errno != ENOSYS && errno != EINVAL))
+            return fd;
+    }
+    return openat(dirFd, name, kFlags);
 }
 
 int64_t ScanOpenFile(FileSearcher &searcher, int fd, const char *path)

@@ -27,8 +27,10 @@ struct FileSearcher {
 
 // Opens the file `name` of the folder open as dirFd for a search, without
 // following a link and without waiting on a FIFO: a descriptor the caller
-// hands to ScanOpenFile, or -1.
-int OpenFileAt(int dirFd, const char *name);
+// hands to ScanOpenFile, or -1. With cached not null, *cached tells whether
+// the name was found in the kernel's caches, which costs nothing more: a
+// hint that its bytes are there too.
+int OpenFileAt(int dirFd, const char *name, bool *cached = nullptr);
 
 // Searches (under -l counts the lines of) the file open as fd and closes
 // it; path is its full path as printed. Only a regular file is searched:

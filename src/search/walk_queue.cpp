@@ -461,10 +461,14 @@ void Walk::searchFiles(Worker &worker, Claim &claim)
         ReportTrying(out, folder.path.c_str(), static_cast<int>(names.size()));
     int fds[kClaimFiles];
     for (size_t i = 0; i < claim.count; ++i) {
-        fds[i] = folder.fd >= 0 ? OpenFileAt(folder.fd, names[claim.first + i].c_str()) : -1;
         // The first file is read at once; telling the kernel of the others
-        // keeps reads in flight while it is searched.
-        if (hintReads_ && i > 0 && fds[i] >= 0)
+        // keeps reads in flight while it is searched. Where the names are
+        // all in the cache, so are the bytes, as a rule, and the hint would
+        // only cost time.
+        bool cached = true;
+        fds[i] =
+            folder.fd < 0 ? -1 : OpenFileAt(folder.fd, names[claim.first + i].c_str(), hintReads_ ? &cached : nullptr);
+        if (!cached && i > 0 && fds[i] >= 0)
             posix_fadvise(fds[i], 0, 0, POSIX_FADV_WILLNEED);
     }
     claim.numbers.resize(claim.count);
