@@ -2,9 +2,10 @@
 # bench/run.sh: builds fyndle in Release and measures it side by side with
 # two read floors and two other search tools, on one folder tree.
 #
-#   bench/run.sh [--quick] [--no-big] [--micro]
+#   bench/run.sh [--quick] [--no-big] [--micro] [--threads]
 #
 #   --quick   3 runs per command instead of 10 (a rough look, not for docs)
+#   --threads only the thread rows (warm and cold) and the peak memory
 #   --no-big  skip the 1 GiB file (its memory and time rows)
 #   --micro   also run the microbenchmarks (bench_micro) at the end
 #
@@ -32,12 +33,14 @@ max_load=${FYNDLE_BENCH_MAX_LOAD:-1.0}
 max_wait=${FYNDLE_BENCH_WAIT:-600}
 big=1
 micro=0
+only_threads=0
 for arg in "$@"; do
   case "$arg" in
     --quick) runs=3 ;;
+    --threads) only_threads=1 ;;
     --no-big) big=0 ;;
     --micro) micro=1 ;;
-    -h|--help) sed -n '2,23p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h|--help) sed -n '2,24p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "unknown argument: $arg (see --help)"; exit 2 ;;
   esac
 done
@@ -77,6 +80,7 @@ done
   echo "load before: $(cut -d' ' -f1-3 /proc/loadavg) (1, 5, 15 minutes)"
 } | tee "$results/conditions.txt"
 
+if [ "$only_threads" = 0 ]; then
 # --- the commands -----------------------------------------------------------
 # Each entry: search name, tool, command line (split like a shell would).
 rg="rg -j1 --no-ignore"
@@ -264,40 +268,58 @@ for file in letters words; do
   shape_group "$file" 10 "${group[@]}"
 done
 
+fi # only_threads
+
 # fyndle on every CPU against rg as it starts (its own threads), warm and,
-# where the page cache can be dropped (root), cold; and fyndle on 1 and 2
-# CPUs. Target on the literals: fyndle at most 0.9 times rg.
-thread_group() {  # name hyperfine-options...
-  local name=$1; shift
+# where the page cache can be dropped (root), cold; and fyndle pinned to one
+# CPU. Targets on the literals: fyndle at most 0.8 times rg warm (and at
+# least 1.6 times faster than itself on one CPU), at most 0.6 times rg cold.
+thread_group() {  # name rg-factor hyperfine-options...
+  local name=$1 factor=$2; shift 2
   local rgt="rg --no-ignore"
   hyperfine -i "$@" --runs "$runs" --style basic --export-csv "$results/times-$name.csv" \
     -n "rare literal~fyndle" "$fyndle -s pthread_mutex $tree" -n "rare literal~rg" "$rgt -n -i -F pthread_mutex $tree" \
-    -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree" \
-    -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree" \
     -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree" \
-    -n "rare literal~fyndle 2 CPUs" "taskset -c 0,1 $fyndle -s pthread_mutex $tree" \
+    -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree" \
+    -n "frequent literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s struct $tree" \
+    -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree" \
     >"$results/hyperfine-$name.log" 2>&1 || true
-  awk -F, 'FNR == 1 { next }
+  awk -F, -v factor="$factor" -v warm="$([ "$name" = threads-warm ] && echo 1 || echo 0)" 'FNR == 1 { next }
     { split($1, key, "~"); m[$1] = $4 * 1000; row[++n] = $1 }
     END {
-      printf "%-20s %-16s %10s %8s  %s\n", "search", "tool", "median ms", "x rg", "target"
+      printf "%-20s %-16s %10s %8s %8s  %s\n", "search", "tool", "median ms", "x rg", "x 1 CPU", "target"
       for (i = 1; i <= n; i++) {
-        split(row[i], key, "~"); rgv = m[key[1] "~rg"]
-        target = (key[2] == "fyndle" && key[1] ~ /literal/) ? (m[row[i]] <= 0.9 * rgv ? "met (<=0.9x rg)" : "MISSED (<=0.9x rg)") : ""
-        printf "%-20s %-16s %10.1f %8.2f  %s\n", key[1], key[2], m[row[i]], m[row[i]] / rgv, target
+        split(row[i], key, "~"); rgv = m[key[1] "~rg"]; one = m[key[1] "~fyndle 1 CPU"]
+        target = ""
+        if (key[2] == "fyndle" && key[1] ~ /literal/) {
+          met = m[row[i]] <= factor * rgv && (!warm || 1.6 * m[row[i]] <= one)
+          target = sprintf("%s (<=%gx rg%s)", met ? "met" : "MISSED", factor, warm ? ", 1.6x faster than 1 CPU" : "")
+        }
+        printf "%-20s %-16s %10.1f %8.2f %8s  %s\n", key[1], key[2], m[row[i]], m[row[i]] / rgv,
+               one > 0 && key[2] == "fyndle" ? sprintf("%.2f", m[row[i]] / one) : "-", target
       }
     }' "$results/times-$name.csv" | tee "$results/table-$name.txt"
 }
 
 echo
 echo "threads, warm cache (load $(cut -d' ' -f1 /proc/loadavg)):"
-thread_group threads-warm -N --warmup 2
+thread_group threads-warm 0.8 -N --warmup 2
 echo
 if [ "$(id -u)" = 0 ] && [ -w /proc/sys/vm/drop_caches ]; then
-  echo "threads, cold cache, dropped before every run (load $(cut -d' ' -f1 /proc/loadavg)):"
-  thread_group threads-cold --prepare 'sync; echo 3 > /proc/sys/vm/drop_caches'
+  echo "threads, cold cache, page cache, dentries and inodes dropped before every run (load $(cut -d' ' -f1 /proc/loadavg)):"
+  thread_group threads-cold 0.6 --prepare 'sync; echo 3 > /proc/sys/vm/drop_caches'
 else
   echo "threads, cold cache: skipped (dropping the page cache needs root and /proc/sys/vm/drop_caches)"
+fi
+
+if [ "$only_threads" = 1 ]; then
+  echo
+  echo "peak memory on every CPU (maximum resident set size, /usr/bin/time -v):"
+  for search in "-s struct" "-s -b struct" "-s -v -l"; do
+    # shellcheck disable=SC2086 # the options are split on purpose
+    /usr/bin/time -v "$fyndle" $search "$tree" 2>"$results/time-v.txt" >/dev/null || true
+    printf '  %-44s %8s KiB\n' "fyndle $search $tree" "$(awk -F': ' '/Maximum resident/ { print $2 }' "$results/time-v.txt")"
+  done | tee "$results/memory-threads.txt"
 fi
 
 echo "load at end: $(cut -d' ' -f1-3 /proc/loadavg)" | tee -a "$results/conditions.txt"
