@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -220,6 +221,48 @@ TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
             EXPECT_EQ(limited.counts.files, c.files) << threads << " threads";
         }
     }
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true; // their shadow memory cannot live under an address-space limit
+#else
+constexpr bool kSanitized = false;
+#endif
+
+// The process's mapped size now, in bytes.
+size_t mappedBytes()
+{
+    FILE *status = fopen("/proc/self/status", "r");
+    char line[256];
+    size_t kib = 0;
+    while (status != nullptr && fgets(line, sizeof line, status) != nullptr)
+        if (std::sscanf(line, "VmSize: %zu kB", &kib) == 1)
+            break;
+    if (status != nullptr)
+        fclose(status);
+    return kib * 1024;
+}
+
+// Threads whose stacks or buffers cannot be had are done without: under an
+// address-space limit that leaves room for only a few, a run on 15 threads
+// still gives the whole one-thread output.
+TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
+{
+    if (kSanitized)
+        GTEST_SKIP() << "skipped: a sanitized build cannot run under an address-space limit";
+    Tree tree;
+    for (int i = 0; i < 300; ++i)
+        put(tree.fd(), std::string("d").append(std::to_string(i % 7)).append("/f").append(std::to_string(i)),
+            "a needle\n");
+    const Outcome one = search(1, "", "needle", tree.root());
+    rlimit saved{};
+    getrlimit(RLIMIT_AS, &saved);
+    const rlimit lowered{mappedBytes() + (6 << 20), saved.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &lowered), 0);
+    const Outcome many = search(15, "", "needle", tree.root());
+    setrlimit(RLIMIT_AS, &saved);
+    EXPECT_TRUE(many.out == one.out);
+    EXPECT_EQ(many.counts.files, 300);
 }
 
 } // namespace
