@@ -17,6 +17,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <new>
 #include <vector>
 
 struct OutputSlot {
@@ -172,13 +173,28 @@ void OrderedOutput::commit(OutputSlot *slot, const char *bytes, size_t len)
             return;
         }
         if (kept_ == 0 || kept_ + kPieceSize <= kKeptLimit) {
-            std::string &piece = slot->kept.emplace_back();
-            piece.reserve(len > kPieceSize ? len : kPieceSize);
-            piece.append(bytes, len);
-            kept_ += piece.capacity();
-            return;
+            try {
+                std::string piece;
+                piece.reserve(len > kPieceSize ? len : kPieceSize);
+                piece.append(bytes, len);
+                slot->kept.push_back(std::move(piece));
+                kept_ += slot->kept.back().capacity();
+                return;
+            } catch (const std::bad_alloc &) {
+                // No memory to keep it in: it waits for its turn instead.
+            }
         }
         Wait(held);
+    }
+}
+
+bool OutputSink::Reserve()
+{
+    try {
+        staging_.reserve(4 * kStagingLimit);
+        return true;
+    } catch (const std::bad_alloc &) {
+        return false;
     }
 }
 

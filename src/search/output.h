@@ -95,6 +95,9 @@ public:
     OutputSink(const OutputSink &) = delete;
     OutputSink &operator=(const OutputSink &) = delete;
 
+    // Makes room for what it gathers; false when the memory cannot be had.
+    bool Reserve();
+
     // Writes bytes[0..len) to the slot, or straight out when there is none.
     void Write(const char *bytes, size_t len);
 

@@ -26,13 +26,16 @@
 // subfolder is still in the list (whose way back is through it).
 #include "walk_queue.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <iterator>
 #include <list>
+#include <malloc.h>
 #include <mutex>
 #include <new>
 #include <pthread.h>
@@ -55,6 +58,10 @@ constexpr int kListAhead = 64;
 constexpr size_t kClaimFiles = 8;
 // Searching threads' stacks: the search keeps its buffers on the heap.
 constexpr size_t kThreadStack = 1 << 20;
+// Threads at most while reads block.
+constexpr int kMaxColdThreads = 16;
+// Memory a new thread must leave free for the rest of the run.
+constexpr size_t kSpareMemory = 8 << 20;
 
 enum class FolderState { Unlisted, Listing, Listed };
 
@@ -92,8 +99,9 @@ struct Claim {
     OutputSlot *slot = nullptr;   // where its output goes
     size_t mask = 0;              // the mask whose files these are
     bool trying = false;          // it prints the mask's "Trying" line first
+    bool uncached = false;        // a name was not in the kernel's caches: reads block
     size_t first = 0, count = 0;  // the files [first, first + count) of the mask
-    std::vector<int64_t> numbers; // each file's number, once searched
+    int64_t numbers[kClaimFiles]; // each file's number, once searched
 };
 
 // One searching thread's tools.
@@ -106,10 +114,19 @@ struct Worker {
 class Walk {
 public:
     Walk(SearchRun &run, const WalkStart &start, int threads, int budget);
-    // Takes claims and carries them out until the walk is done.
-    void Work(Worker &worker);
+    // Starts the walk's threads, the calling one among them, and returns when
+    // every one has ended.
+    void Run();
 
 private:
+    // Takes claims and carries them out until the walk is done.
+    void work(Worker &worker);
+    // Starts one more thread with tools of its own; false when they cannot
+    // be had. Lock held.
+    bool startThread();
+    bool startThreadWithin();
+    static void *threadMain(void *walk);
+
     Claim next(std::unique_lock<std::mutex> &held);
     bool claimFiles(Folder &folder, Claim &claim);
     bool claimListing(Folder &folder, Claim &claim);
@@ -132,22 +149,33 @@ private:
     std::vector<std::wstring> masks_;
     const bool subfolders_;
     const bool verbose_;
-    const bool hintReads_;        // tell the kernel which files come next: more reads in flight
-    FolderList folders_;          // walk order
-    FolderList::iterator cursor_; // the folder whose work is handed out next
-    size_t mask_ = 0;             // the cursor's mask...
-    size_t file_ = 0;             // ...and file handed out next
-    bool tryingDone_ = false;     // the "Trying" line of that mask is handed out
-    std::list<Folder *> open_;    // folders with a descriptor, opened longest ago first
-    int budget_;                  // descriptors the walk may hold
-    int inUse_ = 0;               // descriptors held or reserved
-    size_t claimFiles_;           // files a claim takes at most
+    const bool hintReads_;                         // tell the kernel which files come next: more reads in flight
+    FolderList folders_;                           // walk order
+    FolderList::iterator cursor_;                  // the folder whose work is handed out next
+    size_t mask_ = 0;                              // the cursor's mask...
+    size_t file_ = 0;                              // ...and file handed out next
+    bool tryingDone_ = false;                      // the "Trying" line of that mask is handed out
+    std::list<Folder *> open_;                     // folders with a descriptor, opened longest ago first
+    int budget_;                                   // descriptors the walk may hold
+    int inUse_ = 0;                                // descriptors held or reserved
+    size_t claimFiles_;                            // files a claim takes at most
+    int threads_;                                  // threads to start
+    int threadLimit_;                              // threads there may be while reads block
+    bool growing_ = true;                          // threads may still be started
+    size_t taken_ = 0;                             // workers that a thread has taken
+    std::vector<std::unique_ptr<Worker>> workers_; // one per thread, the calling thread's first
+    std::vector<pthread_t> started_;               // the threads started
 };
 
 Walk::Walk(SearchRun &run, const WalkStart &start, int threads, int budget)
     : run_(run), output_(run.output), subfolders_(start.subfolders), verbose_(g_fVerbose != 0), hintReads_(threads > 1),
-      budget_(budget)
+      budget_(budget), threads_(threads)
 {
+    // More threads than CPUs keep more reads in flight where the disk is
+    // slow, and only cost time where it is not: they are started only when
+    // a claim meets names that are not in the kernel's caches. One CPU
+    // stays one thread.
+    threadLimit_ = threads < 2 ? 1 : std::min({2 * threads, kMaxColdThreads, budget / kWalkDescriptors});
     for (const std::string &mask : start.masks) {
         std::unique_ptr<wchar_t, decltype(&free)> wide(A2T_dup(mask.c_str()), &free);
         masks_.emplace_back(wide ? wide.get() : L"");
@@ -468,10 +496,10 @@ void Walk::searchFiles(Worker &worker, Claim &claim)
         bool cached = true;
         fds[i] =
             folder.fd < 0 ? -1 : OpenFileAt(folder.fd, names[claim.first + i].c_str(), hintReads_ ? &cached : nullptr);
+        claim.uncached = claim.uncached || !cached;
         if (!cached && i > 0 && fds[i] >= 0)
             posix_fadvise(fds[i], 0, 0, POSIX_FADV_WILLNEED);
     }
-    claim.numbers.resize(claim.count);
     std::string path;
     for (size_t i = 0; i < claim.count; ++i) {
         path = folder.path;
@@ -488,8 +516,10 @@ void Walk::finish(std::unique_lock<std::mutex> &held, Claim &claim)
 {
     Folder &folder = *claim.folder;
     if (claim.kind == Claim::Files) {
-        for (int64_t number : claim.numbers)
-            run_.counters.Add(number);
+        if (claim.uncached && growing_ && static_cast<int>(workers_.size()) < threadLimit_)
+            startThread();
+        for (size_t i = 0; i < claim.count; ++i)
+            run_.counters.Add(claim.numbers[i]);
         unreserve(claim.reserved); // each file was closed by its search
         --folder.users;
         release(&folder);
@@ -525,7 +555,7 @@ void Walk::finish(std::unique_lock<std::mutex> &held, Claim &claim)
     output_.Notify(); // there is work behind it now
 }
 
-void Walk::Work(Worker &worker)
+void Walk::work(Worker &worker)
 {
     std::unique_lock<std::mutex> held(output_.Lock(), std::defer_lock);
     output_.Take(held);
@@ -546,16 +576,74 @@ void Walk::Work(Worker &worker)
     output_.Notify();
 }
 
-struct ThreadStart {
-    Walk *walk;
-    Worker *worker;
-};
-
-void *searchThread(void *argument)
+bool Walk::startThread()
 {
-    auto *start = static_cast<ThreadStart *>(argument);
-    start->walk->Work(*start->worker);
+    // What a thread costs must leave room for the rest of the run's memory:
+    // under a limit on the address space, the threads stop there.
+    void *spare = std::malloc(kSpareMemory);
+    if (spare == nullptr)
+        return false;
+    const bool started = startThreadWithin();
+    std::free(spare);
+    return started;
+}
+
+bool Walk::startThreadWithin()
+{
+    auto worker = std::unique_ptr<Worker>(new (std::nothrow) Worker(run_.output, run_.output.FailedFlag()));
+    if (!worker || !worker->searcher.buffer || !worker->sink.Reserve())
+        return false;
+    workers_.push_back(std::move(worker));
+    if (workers_.size() == 1)
+        return true; // the calling thread's
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, kThreadStack);
+    pthread_t thread;
+    const bool started = pthread_create(&thread, &attributes, threadMain, this) == 0;
+    pthread_attr_destroy(&attributes);
+    if (!started) {
+        workers_.pop_back();
+        return false;
+    }
+    started_.push_back(thread);
+    return true;
+}
+
+void *Walk::threadMain(void *walk)
+{
+    auto *self = static_cast<Walk *>(walk);
+    Worker *worker;
+    {
+        // The workers are taken in the order they were made; which one a
+        // thread gets does not matter.
+        std::lock_guard<std::mutex> held(self->output_.Lock());
+        worker = self->workers_[self->taken_++].get();
+    }
+    self->work(*worker);
     return nullptr;
+}
+
+void Walk::Run()
+{
+    // A thread whose memory cannot be had, or that cannot be started, is
+    // done without; the calling thread's tools come first.
+    {
+        std::lock_guard<std::mutex> held(output_.Lock());
+        for (int i = 0; i < threads_ && startThread(); ++i) {
+        }
+        taken_ = 1;
+    }
+    if (!workers_.empty())
+        work(*workers_.front());
+    std::vector<pthread_t> started;
+    {
+        std::lock_guard<std::mutex> held(output_.Lock());
+        growing_ = false;
+        started = started_;
+    }
+    for (pthread_t thread : started)
+        pthread_join(thread, nullptr);
 }
 
 } // namespace
@@ -598,33 +686,11 @@ void RunWalk(SearchRun &run, const WalkStart &start)
     int threads = run.threads < 1 ? 1 : run.threads;
     if (threads > budget / kWalkDescriptors)
         threads = budget / kWalkDescriptors > 1 ? budget / kWalkDescriptors : 1;
+    // The threads allocate little (a folder's names, a claim's slot), and
+    // an allocation arena per thread reserves address space that a limit
+    // on it (ulimit -v) then lacks for whatever comes after: one arena.
+    if (threads > 1)
+        mallopt(M_ARENA_MAX, 1);
     Walk walk(run, start, threads, budget);
-    std::vector<std::unique_ptr<Worker>> workers;
-    std::vector<pthread_t> started;
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, kThreadStack);
-    std::vector<ThreadStart> starts(static_cast<size_t>(threads));
-    // A thread whose memory cannot be had, or that cannot be started, is
-    // done without.
-    for (int i = 0; i < threads; ++i) {
-        auto worker = std::unique_ptr<Worker>(new (std::nothrow) Worker(run.output, run.output.FailedFlag()));
-        if (!worker || !worker->searcher.buffer)
-            break;
-        workers.push_back(std::move(worker));
-        if (i == 0)
-            continue; // the calling thread's
-        starts[static_cast<size_t>(i)] = ThreadStart{&walk, workers.back().get()};
-        pthread_t thread;
-        if (pthread_create(&thread, &attributes, searchThread, &starts[static_cast<size_t>(i)]) != 0) {
-            workers.pop_back();
-            break;
-        }
-        started.push_back(thread);
-    }
-    pthread_attr_destroy(&attributes);
-    if (!workers.empty())
-        walk.Work(*workers.front());
-    for (pthread_t thread : started)
-        pthread_join(thread, nullptr);
+    walk.Run();
 }

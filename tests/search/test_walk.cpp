@@ -257,7 +257,7 @@ TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
     const Outcome one = search(1, "", "needle", tree.root());
     rlimit saved{};
     getrlimit(RLIMIT_AS, &saved);
-    const rlimit lowered{mappedBytes() + (6 << 20), saved.rlim_max};
+    const rlimit lowered{mappedBytes() + (16 << 20), saved.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &lowered), 0);
     const Outcome many = search(15, "", "needle", tree.root());
     setrlimit(RLIMIT_AS, &saved);
