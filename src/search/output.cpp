@@ -115,7 +115,6 @@ void OrderedOutput::retire(std::unique_lock<std::mutex> &held)
 {
     flushing_ = true;
     direct_.store(nullptr, std::memory_order_relaxed);
-    const size_t before = order_.size();
     while (!order_.empty()) {
         OutputSlot *head = order_.front();
         if (!head->kept.empty()) {
@@ -144,8 +143,9 @@ void OrderedOutput::retire(std::unique_lock<std::mutex> &held)
         delete head;
     }
     flushing_ = false;
-    if (before >= kSlotLimit || order_.empty())
-        Notify();
+    // Room for slots, a new head that may be waiting for room for its
+    // bytes, the end of the output: all for whoever waits.
+    Notify();
 }
 
 // Hands bytes to slot: straight out at the head, else kept, waiting for

@@ -6,7 +6,7 @@
 // out next: its "Trying" lines (under -v) and its files, a few files to a
 // claim. Every claim opens an output slot at once, under the lock that
 // hands it out, so slots are in the walk's order whoever takes them.
-// Folders up to kListAhead places behind the cursor may be listed early by
+// Folders up to kListAhead places after the cursor may be listed early by
 // any thread that finds no other work; that is what keeps more than one
 // thread busy where folders hold few files.
 //
