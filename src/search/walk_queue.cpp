@@ -628,14 +628,16 @@ void Walk::Run()
 {
     // A thread whose memory cannot be had, or that cannot be started, is
     // done without; the calling thread's tools come first.
+    Worker *own = nullptr;
     {
         std::lock_guard<std::mutex> held(output_.Lock());
         for (int i = 0; i < threads_ && startThread(); ++i) {
         }
         taken_ = 1;
+        own = workers_.empty() ? nullptr : workers_.front().get(); // the list may grow once the lock is let go
     }
-    if (!workers_.empty())
-        work(*workers_.front());
+    if (own != nullptr)
+        work(*own);
     std::vector<pthread_t> started;
     {
         std::lock_guard<std::mutex> held(output_.Lock());
