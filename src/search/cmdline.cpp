@@ -138,10 +138,12 @@ int RunFyndle(int argc, char **argv)
             ReportWordMatchOff();
         }
     }
-    if (PreparePattern(g_sPattern, g_fRegExp, g_fMatchCase) == 0) {
+    static CompiledPattern pattern;
+    if (!PreparePattern(g_sPattern, g_fRegExp, g_fMatchCase, &pattern)) {
         ReportSyntaxError();
         exit(1);
     }
+    g_pattern = &pattern;
     fflush(stdout);
     FRunMask(directory, masks);
     return 0;

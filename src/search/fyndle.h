@@ -1,9 +1,8 @@
 // fyndle: the state that the pieces of the tool share.
 //
-// Options are one-byte flags and the compiled pattern lives in fixed
-// tables: both are written once before any search and only read after, so
-// the searching threads share them without locks. Window buffers and match
-// counts are per thread. The run counters are summed file by file in the
+// Options are one-byte flags and the compiled pattern is one object: both
+// are written once before any search and only read after, so the searching
+// threads share them without locks. Window buffers are per thread. The run counters are summed file by file in the
 // walk's order (output.h) and printed by the folder walk. Counters, offsets
 // and line numbers are 64-bit so that files and runs above 2 GiB count
 // right; below that they print exactly as 32-bit ints would.
@@ -22,7 +21,7 @@ inline constexpr size_t kChunkSize = 256 * 1024;
 // The compiled pattern has at most this many elements.
 inline constexpr int kMaxElements = 32;
 
-// Element flags of g_aiPatCount.
+// Element flags of a compiled pattern.
 inline constexpr uint32_t kFlagSingle = 0x00000001;   // exactly one byte
 inline constexpr uint32_t kFlagEnd = 0x04000000;      // after the last element
 inline constexpr uint32_t kFlagNegated = 0x08000000;  // accepts the bytes NOT in its set
@@ -40,15 +39,11 @@ extern unsigned char g_fDoSubdirectories; // -s: walk the subfolders too
 extern unsigned char g_fVerbose;          // -v: verbose lines
 extern unsigned char g_fMatchWord;        // -w: whole words only
 
-// The compiled pattern.
-extern uint32_t g_aiPattern[256];               // per byte value: bit k set when element k accepts it
-extern uint32_t g_aiPatCount[kMaxElements + 1]; // per element: its flags; then the end marker
-// Per element the current attempt has worked itself: bytes it accepted. One
-// per thread, since every search thread runs attempts of its own.
-extern thread_local int32_t g_aiMatchCount[kMaxElements + 1];
-extern int g_cPattern;          // number of elements
-extern unsigned char g_chFirst; // byte that element 0 must be, or 0
-extern char *g_sPattern;        // the pattern text (heap copy)
+// The compiled pattern (pattern.h), prepared once before the search and
+// only read after; the pattern text it was compiled from.
+struct CompiledPattern;
+extern const CompiledPattern *g_pattern;
+extern char *g_sPattern; // the pattern text (heap copy)
 
 // Window buffers of the file scanner, one pair per searching thread: the
 // file's bytes, read in chunks, in which every window lies; and a window's

@@ -10,11 +10,7 @@ unsigned char g_fDoSubdirectories;
 unsigned char g_fVerbose;
 unsigned char g_fMatchWord;
 
-uint32_t g_aiPattern[256];
-uint32_t g_aiPatCount[kMaxElements + 1];
-thread_local int32_t g_aiMatchCount[kMaxElements + 1];
-int g_cPattern;
-unsigned char g_chFirst;
+const CompiledPattern *g_pattern;
 char *g_sPattern;
 
 int64_t g_cFilesTried;

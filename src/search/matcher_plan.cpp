@@ -13,7 +13,7 @@
 // window or succeed.
 #include "matcher_plan.h"
 
-SearchPlan g_plan;
+#include "pattern.h"
 
 namespace {
 
@@ -21,13 +21,6 @@ namespace {
 // first; bytes not listed count as the rarest.
 constexpr const char kByteFrequency[] =
     " etnirsaoc_ldu\nphfm\t*;(),/bg=ykvx.-w01TE2S3#ANRIDLCOPMF4U8BGXH6K5\"{}<>79[]'&+:|!WVYQJZjqz%?\\^~@$`";
-
-// The first byte in its other case when the search ignores case.
-unsigned char firstOther()
-{
-    const unsigned char first = g_chFirst;
-    return (!g_fMatchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
-}
 
 constexpr int byteRank(unsigned char byte)
 {
@@ -40,16 +33,16 @@ constexpr int byteRank(unsigned char byte)
 // The values element k accepts as an attempt takes it, up to three of
 // them, and how many there are. Element 0 with a first byte takes that byte
 // in either case.
-int acceptedValues(int element, unsigned char values[3])
+int acceptedValues(const CompiledPattern &pattern, int element, unsigned char values[3])
 {
-    if (element == 0 && g_chFirst != 0) {
-        values[0] = g_chFirst;
-        values[1] = firstOther();
+    if (element == 0 && pattern.first != 0) {
+        values[0] = pattern.first;
+        values[1] = pattern.firstOther;
         return values[0] == values[1] ? 1 : 2;
     }
     int found = 0;
     for (int byte = 0; byte < 256; ++byte)
-        if ((g_aiPattern[byte] >> element) & 1u) {
+        if (pattern.Accepts(element, static_cast<unsigned char>(byte))) {
             if (found < 3)
                 values[found] = static_cast<unsigned char>(byte);
             ++found;
@@ -67,15 +60,15 @@ int rarityOf(int rank)
 // Picks, among the one-byte elements from..to-1, the two rarest that accept
 // one or two values (negated ones accept too many). Offsets count from
 // element `from`.
-ScanPair chooseScanPair(int from, int to)
+ScanPair chooseScanPair(const CompiledPattern &pattern, int from, int to)
 {
     ScanPair scan{-1, 0, 0, -1, 0, 0, 0};
     unsigned char values[3];
     int rarest = -1, secondRarest = -1;
     for (int k = from; k < to; ++k) {
-        if (g_aiPatCount[k] & kFlagNegated)
+        if (pattern.flags[k] & kFlagNegated)
             continue;
-        int found = acceptedValues(k, values);
+        int found = acceptedValues(pattern, k, values);
         if (found < 1 || found > 2)
             continue;
         unsigned char other = found == 2 ? values[1] : values[0];
@@ -103,25 +96,21 @@ ScanPair chooseScanPair(int from, int to)
 
 } // namespace
 
-void PlanSearch()
+void PlanSearch(const CompiledPattern &pattern, SearchPlan *planOut)
 {
-    SearchPlan &plan = g_plan;
+    SearchPlan &plan = *planOut;
     plan = SearchPlan{};
-    plan.count = g_cPattern;
-    const unsigned char first = g_chFirst;
-    plan.firstOther = firstOther();
+    const int count = pattern.count;
+    const uint32_t *flags = pattern.flags;
+    const unsigned char first = pattern.first;
 
     // Every element must take exactly one byte.
-    plan.literal = g_cPattern > 0;
-    for (int k = 0; k < g_cPattern; ++k) {
-        const uint32_t flags = g_aiPatCount[k];
-        if ((flags & ~kFlagNegated) != kFlagSingle)
+    plan.literal = count > 0;
+    for (int k = 0; k < count; ++k)
+        if (!pattern.TakesOneByte(k))
             plan.literal = false;
-        if (flags & kFlagNegated)
-            plan.negated |= 1u << k;
-    }
     if (plan.literal) {
-        plan.scan = chooseScanPair(0, g_cPattern);
+        plan.scan = chooseScanPair(pattern, 0, count);
         plan.literal = plan.scan.rare >= 0;
     }
 
@@ -129,46 +118,43 @@ void PlanSearch()
     // byte, which alone decides it, as in the ordinary scan) or no head,
     // one starred element, then singles and optionals, the first a single.
     int star = 0;
-    if (g_cPattern > 0 && (first != 0 || (g_aiPatCount[0] & ~kFlagNegated) == kFlagSingle)) {
+    if (count > 0 && (first != 0 || pattern.TakesOneByte(0))) {
         star = 1;
-        while (star < g_cPattern && (g_aiPatCount[star] & ~kFlagNegated) == kFlagSingle)
+        while (star < count && pattern.TakesOneByte(star))
             ++star;
     }
-    plan.starTail = star + 1 < g_cPattern && (g_aiPatCount[star] & ~kFlagNegated) == kFlagStar;
+    plan.starTail = star + 1 < count && (flags[star] & ~kFlagNegated) == kFlagStar;
     int fixedTail = star + 1; // the tail's leading singles end here
-    while (plan.starTail && fixedTail < g_cPattern && (g_aiPatCount[fixedTail] & ~kFlagNegated) == kFlagSingle)
+    while (plan.starTail && fixedTail < count && pattern.TakesOneByte(fixedTail))
         ++fixedTail;
-    for (int k = fixedTail; k < g_cPattern && plan.starTail; ++k)
-        plan.starTail = (g_aiPatCount[k] & ~kFlagNegated) == kFlagSingle || g_aiPatCount[k] == kFlagOptional;
+    for (int k = fixedTail; k < count && plan.starTail; ++k)
+        plan.starTail = pattern.TakesOneByte(k) || flags[k] == kFlagOptional;
     if (plan.starTail) {
         plan.starElement = star;
         plan.tailSingles = fixedTail;
         plan.tailBlock = fixedTail - star - 1 <= 16;
         for (int k = star + 1; k < fixedTail && plan.tailBlock; ++k) {
             unsigned char values[3] = {};
-            const int found = (g_aiPatCount[k] & kFlagNegated) ? 0 : acceptedValues(k, values);
+            const int found = (flags[k] & kFlagNegated) ? 0 : acceptedValues(pattern, k, values);
             const auto differ = static_cast<unsigned char>(found == 2 ? values[0] ^ values[1] : 0);
             plan.tailBlock = found == 1 || (found == 2 && (differ & (differ - 1)) == 0);
             plan.tailMask[k - star - 1] = static_cast<unsigned char>(~differ);
             plan.tailWant[k - star - 1] = static_cast<unsigned char>(values[0] & ~differ);
         }
-        plan.starBit = 1u << star;
-        plan.starFlip = (g_aiPatCount[star] & kFlagNegated) ? plan.starBit : 0u;
-        plan.tailScan = chooseScanPair(star + 1, fixedTail);
-        plan.headScan = chooseScanPair(0, star);
+        plan.tailScan = chooseScanPair(pattern, star + 1, fixedTail);
+        plan.headScan = chooseScanPair(pattern, 0, star);
         // A head hit costs less than a tail hit (one run forward against a
         // walk back and a search for the head), so the head wins near-ties.
         plan.headFirst = star > 0 && plan.headScan.rarity + 2 > plan.tailScan.rarity;
         plan.starTail = plan.tailScan.rare >= 0 || (star > 0 && plan.headScan.rare >= 0);
     }
 
-    for (int k = 0; k < g_cPattern; ++k) {
-        if (!(g_aiPatCount[k] & (kFlagStar | kFlagPlus)))
+    for (int k = 0; k < count; ++k) {
+        if (!(flags[k] & (kFlagStar | kFlagPlus)))
             continue;
-        const bool negated = g_aiPatCount[k] & kFlagNegated;
         int refused = 0;
         for (int byte = 0; byte < 256 && refused <= 2; ++byte)
-            if ((((g_aiPattern[byte] >> k) & 1u) != 0) == negated) {
+            if (!pattern.Accepts(k, static_cast<unsigned char>(byte))) {
                 if (refused < 2)
                     (refused == 0 ? plan.runStopA[k] : plan.runStopB[k]) = static_cast<unsigned char>(byte);
                 ++refused;
@@ -178,25 +164,23 @@ void PlanSearch()
         plan.runStops[k] = refused <= 2 ? refused : 0;
     }
 
-    const uint32_t flags0 = g_aiPatCount[0];
-    plan.skipFirst = first == 0 && g_cPattern > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
+    const uint32_t flags0 = flags[0];
+    plan.skipFirst = first == 0 && count > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
     for (int byte = 0; byte < 256; ++byte)
-        plan.firstAccepts[byte] = first != 0 ? (byte == first || byte == plan.firstOther)
-                                             : (((g_aiPattern[byte] & 1u) != 0) != ((flags0 & kFlagNegated) != 0));
-    if (first == 0 && g_cPattern >= 1) {
+        plan.firstAccepts[byte] = first != 0 ? (byte == first || byte == pattern.firstOther)
+                                             : pattern.Accepts(0, static_cast<unsigned char>(byte));
+    if (first == 0 && count >= 1) {
         plan.neverPlus = (flags0 & kFlagPlus) != 0;
-        if ((flags0 & kFlagStar) && g_cPattern >= 2 && (g_aiPatCount[1] & ~kFlagNegated) == kFlagSingle) {
-            const bool negated1 = g_aiPatCount[1] & kFlagNegated;
+        if ((flags0 & kFlagStar) && count >= 2 && pattern.TakesOneByte(1)) {
             plan.neverStar = true;
             for (int byte = 0; byte < 256; ++byte)
-                if ((((g_aiPattern[byte] >> 1) & 1u) != 0) != negated1 && !plan.firstAccepts[byte])
+                if (pattern.Accepts(1, static_cast<unsigned char>(byte)) && !plan.firstAccepts[byte])
                     plan.neverStar = false;
         }
     }
-    plan.newlineFree =
-        !plan.firstAccepts['\n'] && g_cPattern > 0 && (g_aiPatCount[g_cPattern - 1] & (kFlagStar | kFlagOptional)) == 0;
-    for (int k = 1; k < g_cPattern; ++k)
-        if ((((g_aiPattern['\n'] ^ plan.negated) >> k) & 1u) != 0)
+    plan.newlineFree = !plan.firstAccepts['\n'] && count > 0 && (flags[count - 1] & (kFlagStar | kFlagOptional)) == 0;
+    for (int k = 1; k < count; ++k)
+        if (pattern.Accepts(k, '\n'))
             plan.newlineFree = false;
     int found = 0;
     for (int byte = 0; byte < 256; ++byte)

@@ -18,10 +18,6 @@ struct ScanPair {
 };
 
 struct SearchPlan {
-    int count;                // g_cPattern when planned: 0 means no plan (no shortcut)
-    unsigned char firstOther; // g_chFirst in its other case when the search ignores case, else g_chFirst
-    uint32_t negated;         // bit k: element k accepts what its table bit refuses
-
     bool literal;  // every element takes exactly one byte
     ScanPair scan; // literal: offsets from the match start
 
@@ -37,8 +33,6 @@ struct SearchPlan {
     // when (byte & tailMask[i]) == tailWant[i], the rest of the 16 always.
     bool tailBlock;
     unsigned char tailMask[16], tailWant[16];
-    uint32_t starBit;  // its table bit
-    uint32_t starFlip; // starBit when it is negated, else 0
     ScanPair tailScan; // offsets from the tail's first byte, among its leading singles
     ScanPair headScan; // offsets from the start, among the head's elements
     bool headFirst;    // look for heads, not tails: the head's scan hits less often
@@ -67,10 +61,8 @@ struct SearchPlan {
     unsigned char runStopA[kMaxElements], runStopB[kMaxElements]; // the values (equal when one)
 };
 
-// The plan of the prepared pattern; PreparePattern (pattern.h) makes it.
-extern SearchPlan g_plan;
+struct CompiledPattern;
 
-// Makes g_plan for the compiled pattern in g_aiPattern, g_aiPatCount,
-// g_cPattern and g_chFirst (tables already widened for case) and the case
-// switch g_fMatchCase. Called only while no search runs.
-void PlanSearch();
+// Makes the plan of a compiled pattern whose table, flags, count, first
+// bytes and case switch are set (its table already widened for case).
+void PlanSearch(const CompiledPattern &pattern, SearchPlan *plan);

@@ -25,11 +25,11 @@ size_t findScanPair(const ScanPair &scan, const unsigned char *text, size_t plac
 
 } // namespace
 
-bool FindLiteral(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t *pos)
+bool FindLiteral(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t *pos)
 {
-    const int64_t elements = plan.count;
+    const int64_t elements = pattern.count;
     const int64_t decided = len - elements; // attempts from before here cannot run off
-    const ScanPair &scan = plan.scan;
+    const ScanPair &scan = pattern.plan.scan;
     while (*pos < decided) {
         const size_t starts = static_cast<size_t>(decided - *pos);
         const size_t found = findScanPair(scan, text + *pos, starts);
@@ -37,7 +37,7 @@ bool FindLiteral(const SearchPlan &plan, const unsigned char *text, int64_t len,
         if (candidate >= decided)
             break;
         int64_t k = 0;
-        while (k < elements && (((g_aiPattern[text[candidate + k]] ^ plan.negated) >> k) & 1u))
+        while (k < elements && pattern.Accepts(static_cast<int>(k), text[candidate + k]))
             ++k;
         *pos = candidate;
         if (k == elements)
@@ -59,21 +59,22 @@ bool FindLiteral(const SearchPlan &plan, const unsigned char *text, int64_t len,
 // ahead.
 namespace {
 
-bool inStar(const SearchPlan &plan, unsigned char byte)
+bool inStar(const CompiledPattern &pattern, unsigned char byte)
 {
-    return ((g_aiPattern[byte] ^ plan.starFlip) & plan.starBit) != 0;
+    return pattern.Accepts(pattern.plan.starElement, byte);
 }
 
 // The lowest q in [bound, at] with every byte of text[q, at) in the star.
-int64_t runStartBefore(const SearchPlan &plan, const unsigned char *text, int64_t bound, int64_t at)
+int64_t runStartBefore(const CompiledPattern &pattern, const unsigned char *text, int64_t bound, int64_t at)
 {
+    const SearchPlan &plan = pattern.plan;
     const int star = plan.starElement;
     if (plan.runStops[star] > 0) {
         const size_t span = static_cast<size_t>(at - bound);
         const size_t last = FindLastEitherByte(text + bound, span, plan.runStopA[star], plan.runStopB[star]);
         return last == span ? bound : bound + static_cast<int64_t>(last) + 1;
     }
-    while (at > bound && inStar(plan, text[at - 1]))
+    while (at > bound && inStar(pattern, text[at - 1]))
         --at;
     return at;
 }
@@ -81,8 +82,9 @@ int64_t runStartBefore(const SearchPlan &plan, const unsigned char *text, int64_
 // Where the tail's match from text[at] ends (one past the last byte it
 // examines), or -1 when it fails. Reads text[at, at + tail), or 16 bytes
 // from at when they lie before len.
-int64_t tailEnd(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t at)
+int64_t tailEnd(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t at)
 {
+    const SearchPlan &plan = pattern.plan;
     // The leading singles first, in one block or a loop of their own: most
     // tails fail among them.
     int k = plan.starElement + 1;
@@ -93,13 +95,13 @@ int64_t tailEnd(const SearchPlan &plan, const unsigned char *text, int64_t len, 
         k = plan.tailSingles;
     }
     for (; k < plan.tailSingles; ++k, ++at)
-        if (!(((g_aiPattern[text[at]] ^ plan.negated) >> k) & 1u))
+        if (!pattern.Accepts(k, text[at]))
             return -1;
     int64_t examined = at - 1;
-    for (; k < plan.count; ++k) {
+    for (; k < pattern.count; ++k) {
         examined = at;
-        const bool accepted = (((g_aiPattern[text[at]] ^ plan.negated) >> k) & 1u) != 0;
-        if (g_aiPatCount[k] == kFlagOptional) {
+        const bool accepted = pattern.Accepts(k, text[at]);
+        if (pattern.flags[k] == kFlagOptional) {
             at += accepted ? 1 : 0;
         } else {
             if (!accepted)
@@ -111,55 +113,59 @@ int64_t tailEnd(const SearchPlan &plan, const unsigned char *text, int64_t len, 
 }
 
 // Whether the head matches at text[s, s + j).
-bool headMatches(const SearchPlan &plan, const unsigned char *text, int64_t s)
+bool headMatches(const CompiledPattern &pattern, const unsigned char *text, int64_t s)
 {
+    const SearchPlan &plan = pattern.plan;
     if (!plan.firstAccepts[text[s]])
         return false;
     for (int k = 1; k < plan.starElement; ++k)
-        if (!((((g_aiPattern[text[s + k]] ^ plan.negated) >> k) & 1u)))
+        if (!pattern.Accepts(k, text[s + k]))
             return false;
     return true;
 }
 
 } // namespace
 
-int64_t StarTailUndecided(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos)
+int64_t StarTailUndecided(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t pos)
 {
+    const SearchPlan &plan = pattern.plan;
     const int64_t head = plan.starElement;
-    const int64_t tail = plan.count - head - 1;
+    const int64_t tail = pattern.count - head - 1;
     const int64_t limit = len - tail; // a run reaching here may run off
     if (limit <= pos + head)
         return pos;
-    const int64_t run = runStartBefore(plan, text, pos + head, limit);
+    const int64_t run = runStartBefore(pattern, text, pos + head, limit);
     return run > pos + head ? run - head : pos;
 }
 
-bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t undecided, int64_t *pos,
-                  int64_t *end)
+bool FindStarTail(const CompiledPattern &pattern, const unsigned char *text, int64_t len, StarScan *scan, int64_t *end)
 {
+    int64_t *pos = &scan->pos;
+    const int64_t undecided = scan->undecided;
+    const SearchPlan &plan = pattern.plan;
     const int64_t head = plan.starElement;
-    const int64_t tail = plan.count - head - 1;
-    const ScanPair &scan = plan.tailScan;
+    const int64_t tail = pattern.count - head - 1;
+    const ScanPair &tailScan = plan.tailScan;
     // A success from s < undecided has its tail at run(s) <= len - 1 - tail.
     const int64_t lastTail = len - 1 - tail;
     int64_t from = *pos + head; // where the next tail may begin: after a head
     while (*pos < undecided && from <= lastTail) {
         const size_t places = static_cast<size_t>(lastTail - from + 1);
-        const size_t found = findScanPair(scan, text + from, places);
+        const size_t found = findScanPair(tailScan, text + from, places);
         const int64_t at = from + static_cast<int64_t>(found);
         if (at > lastTail)
             break;
         from = at + 1;
         // The tail counts only where a star run ends, i.e. its first byte
         // is one the star refuses; elsewhere a run may go on past it.
-        if (inStar(plan, text[at]))
+        if (inStar(pattern, text[at]))
             continue;
-        const int64_t matchEnd = tailEnd(plan, text, len, at);
+        const int64_t matchEnd = tailEnd(pattern, text, len, at);
         if (matchEnd < 0)
             continue;
         // The starts whose run ends here: a head that ends at or after the
         // run's first byte; the lowest of them whose head matches matches.
-        const int64_t lowest = runStartBefore(plan, text, *pos + head, at) - head;
+        const int64_t lowest = runStartBefore(pattern, text, *pos + head, at) - head;
         if (head == 0) { // the start that began the run matches
             *pos = lowest;
             *end = matchEnd;
@@ -172,7 +178,7 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
                 if (start > at - head)
                     break;
             }
-            if (headMatches(plan, text, start)) {
+            if (headMatches(pattern, text, start)) {
                 *pos = start;
                 *end = matchEnd;
                 return true;
@@ -187,11 +193,14 @@ bool FindStarTail(const SearchPlan &plan, const unsigned char *text, int64_t len
     return false;
 }
 
-bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len, StarRun *run, int64_t *undecided,
-                  int64_t *pos, int64_t *end)
+bool FindStarHead(const CompiledPattern &pattern, const unsigned char *text, int64_t len, StarScan *scan, int64_t *end)
 {
+    int64_t *pos = &scan->pos;
+    int64_t *undecided = &scan->undecided;
+    StarRun *run = &scan->run;
+    const SearchPlan &plan = pattern.plan;
     const int64_t head = plan.starElement;
-    const int64_t tail = plan.count - head - 1;
+    const int64_t tail = pattern.count - head - 1;
     const int star = plan.starElement;
     // Starts after lastStart are the engine's: their head, or their tail
     // even after an empty run, may reach the window's last byte.
@@ -202,7 +211,7 @@ bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len
                                                                        static_cast<size_t>(lastStart - *pos + 1)));
         if (start > lastStart)
             break;
-        if (!headMatches(plan, text, start)) {
+        if (!headMatches(pattern, text, start)) {
             *pos = start + 1;
             continue;
         }
@@ -214,7 +223,7 @@ bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len
                 runEnd += static_cast<int64_t>(FindEitherByte(text + from, static_cast<size_t>(len - from),
                                                               plan.runStopA[star], plan.runStopB[star]));
             else
-                while (runEnd < len && inStar(plan, text[runEnd]))
+                while (runEnd < len && inStar(pattern, text[runEnd]))
                     ++runEnd;
             run->from = from;
             run->end = runEnd;
@@ -224,7 +233,7 @@ bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len
             *pos = *undecided = start;
             return false;
         }
-        const int64_t matchEnd = tailEnd(plan, text, len, run->end);
+        const int64_t matchEnd = tailEnd(pattern, text, len, run->end);
         if (matchEnd >= 0) {
             *pos = start;
             *end = matchEnd;
@@ -239,8 +248,9 @@ bool FindStarHead(const SearchPlan &plan, const unsigned char *text, int64_t len
     return false;
 }
 
-int64_t SkipFailingHeads(const SearchPlan &plan, const unsigned char *text, int64_t len, int64_t pos)
+int64_t SkipFailingHeads(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t pos)
 {
+    const SearchPlan &plan = pattern.plan;
     // Heads of starts up to here end before the window's last byte.
     const int64_t lastStart = len - 1 - plan.starElement;
     while (pos <= lastStart) {
@@ -248,7 +258,7 @@ int64_t SkipFailingHeads(const SearchPlan &plan, const unsigned char *text, int6
                                                                       static_cast<size_t>(lastStart - pos + 1)));
         if (start > lastStart)
             return start;
-        if (headMatches(plan, text, start))
+        if (headMatches(pattern, text, start))
             return start;
         pos = start + 1;
     }

@@ -10,8 +10,6 @@
 
 #include <cstring>
 
-#include "fyndle.h"
-#include "matcher_plan.h"
 #include "qvstring.h"
 
 namespace {
@@ -188,18 +186,20 @@ void WidenPatternForCase(uint32_t *table)
         table[upper] = table[upper - 'A' + 'a'];
 }
 
-int PreparePattern(char *pattern, int regExp, int matchCase)
+bool PreparePattern(char *pattern, int regExp, int matchCase, CompiledPattern *compiled)
 {
     if (!matchCase)
         StrLower(pattern);
-    g_fMatchCase = matchCase ? 1 : 0;
-    // The compiler clears the 255 entries it is given; byte 255's is cleared
-    // here, so that a process preparing one pattern after another (the tests,
-    // the fuzzer) starts each from the zeroed table the tool starts from.
-    g_aiPattern[255] = 0;
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern, &g_chFirst, regExp);
+    // The compiler clears the 255 entries it is given; byte 255's starts at
+    // zero as in a fresh process.
+    compiled->table[255] = 0;
+    compiled->count = ParsePattern(compiled->table, 255, compiled->flags, pattern, &compiled->first, regExp);
+    compiled->matchCase = matchCase != 0;
+    const unsigned char first = compiled->first;
+    compiled->firstOther =
+        (!matchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
     if (!matchCase)
-        WidenPatternForCase(g_aiPattern);
-    PlanSearch();
-    return g_cPattern;
+        WidenPatternForCase(compiled->table);
+    PlanSearch(*compiled, &compiled->plan);
+    return compiled->count > 0;
 }

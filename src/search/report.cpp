@@ -1,7 +1,7 @@
 // Reports. Match reports are put together by hand on the hot path, texts
 // written as "%.*s" would write them: up to the given length or to the
 // first NUL byte, whichever comes first (a line holds none: NUL ends it),
-// and gathered in a per-thread batch that ReportFlush hands to the output. Every other message is formatted
+// and gathered in the searching thread's batch that ReportFlush hands to the output. Every other message is formatted
 // whole with the C library's printf rules and written in one piece, so
 // that a message of the walk is one unit of the ordered output.
 #include "report.h"
@@ -46,15 +46,6 @@ const char *shown(const char *text)
     return text != nullptr ? text : "(null)";
 }
 
-// Match reports gathered for one output call. Handing each line to the
-// output on its own cost about as much as finding its match.
-constexpr size_t kBatchSize = 16 << 10;
-struct ReportBatch {
-    size_t used; // zero at each thread's start, as all thread-local storage
-    char bytes[kBatchSize];
-};
-thread_local ReportBatch t_batch;
-
 // The longest number a report shows: 19 decimal digits of an int64_t, or
 // "0x" and 16 hex digits.
 constexpr size_t kNumberMax = 20;
@@ -63,12 +54,12 @@ constexpr size_t kNumberMax = 20;
 // putNumber(at) (which returns where it ends); a report longer than the
 // whole batch goes out in pieces instead.
 template <typename PutNumber>
-void putReport(const char *name, size_t nameLen, PutNumber putNumber, const char *text, size_t len)
+void putReport(ReportBatch &batch, const char *name, size_t nameLen, PutNumber putNumber, const char *text, size_t len)
 {
     const size_t need = nameLen + kNumberMax + len + 6;
-    if (need > kBatchSize - t_batch.used) {
-        ReportFlush();
-        if (need > kBatchSize) {
+    if (need > kReportBatchSize - batch.used) {
+        ReportFlush(batch);
+        if (need > kReportBatchSize) {
             char number[kNumberMax];
             const char *numberEnd = putNumber(number);
             OutputWrite(name, nameLen);
@@ -80,7 +71,7 @@ void putReport(const char *name, size_t nameLen, PutNumber putNumber, const char
             return;
         }
     }
-    char *at = t_batch.bytes + t_batch.used;
+    char *at = batch.bytes + batch.used;
     std::memcpy(at, name, nameLen);
     at += nameLen;
     *at++ = ' ';
@@ -92,33 +83,33 @@ void putReport(const char *name, size_t nameLen, PutNumber putNumber, const char
     std::memcpy(at, text, len);
     at += len;
     *at++ = '\n';
-    t_batch.used = static_cast<size_t>(at - t_batch.bytes);
+    batch.used = static_cast<size_t>(at - batch.bytes);
 }
 
 } // namespace
 
-void ReportFlush()
+void ReportFlush(ReportBatch &batch)
 {
-    if (t_batch.used == 0)
+    if (batch.used == 0)
         return;
-    OutputWrite(t_batch.bytes, t_batch.used);
-    t_batch.used = 0;
+    OutputWrite(batch.bytes, batch.used);
+    batch.used = 0;
 }
 
-void ReportLine(const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len)
+void ReportLine(ReportBatch &batch, const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len)
 {
     putReport(
-        name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; }, text,
-        len);
+        batch, name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; },
+        text, len);
 }
 
-void ReportMatch(const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len)
+void ReportMatch(ReportBatch &batch, const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len)
 {
     // Written as "%.*s" writes: up to the first NUL.
     if (const void *nul = std::memchr(bytes, 0, len))
         len = static_cast<size_t>(static_cast<const char *>(nul) - bytes);
     putReport(
-        name, nameLen,
+        batch, name, nameLen,
         [offset](char *at) {
             if (offset == 0) {
                 *at = '0';

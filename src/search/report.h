@@ -6,19 +6,27 @@
 #include <cstddef>
 #include <cstdint>
 
-// Match reports (the two below) are gathered per thread and reach the
-// output at ReportFlush, which the matcher calls before it returns.
-void ReportFlush();
+// One searching thread's gathered match reports: they reach the output at
+// ReportFlush, which the matcher calls before it returns. Handing each line
+// to the output on its own costs about as much as finding its match.
+inline constexpr size_t kReportBatchSize = 16 << 10;
+struct ReportBatch {
+    size_t used;                  // bytes gathered; 0 to start
+    char bytes[kReportBatchSize]; // the reports, one after the other
+};
+
+// Hands what batch holds to the output and empties it.
+void ReportFlush(ReportBatch &batch);
 
 // "<name> (<line>): <text>\n": a matching line, line numbers from 1. The
 // name is nameLen bytes long; the text is a line without its delimiter, so
 // it holds no NUL byte.
-void ReportLine(const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len);
+void ReportLine(ReportBatch &batch, const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len);
 
 // "<name> (<offset>): <bytes>\n" with the offset in the alternate hex form
 // ("0" for zero, else "0x1a"): one match in binary mode, its bytes shown up
 // to the first NUL among them.
-void ReportMatch(const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len);
+void ReportMatch(ReportBatch &batch, const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len);
 
 // The banner line (after an empty line) with program name, version and
 // notice; the usage text with the program name.

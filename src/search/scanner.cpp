@@ -187,14 +187,15 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
     };
     StuckRun run{};
     if (windowStart + kWindowSize > heldEnd ||
-        !StuckWindows(state, held(windowStart), windowStart, heldEnd - windowStart, &run))
+        !StuckWindows(*g_pattern, state, Window{held(windowStart), windowStart, heldEnd - windowStart}, &run))
         return;
     int64_t foldedTo = windowStart + folded; // file position up to which the next window's bytes count as folded
     int64_t lastEnd = -1;                    // one past the searched part of the last window passed over
     if (run.entry == 0) {
         auto stuck = [&](int64_t start) {
-            return WindowStop(run, held(start), start,
-                              cutLength(g_sBuffer + (start - reader.bufferStart), kWindowSize)) == 0;
+            return WindowStop(*g_pattern, run,
+                              Window{held(start), start,
+                                     cutLength(g_sBuffer + (start - reader.bufferStart), kWindowSize)}) == 0;
         };
         int64_t low = windowStart;
         int64_t high = heldEnd - kWindowSize;
@@ -215,7 +216,7 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
         cuts.next = cuts.newlineFrom(windowStart);
         for (int64_t start = windowStart; start + kWindowSize <= heldEnd;) {
             const int64_t end = cuts.windowEnd(start);
-            const int64_t stop = WindowStop(run, held(start), start, end - start);
+            const int64_t stop = WindowStop(*g_pattern, run, Window{held(start), start, end - start});
             if (stop < 0)
                 break;
             offset += stop;
@@ -245,7 +246,10 @@ int64_t searchFile(int fd, int64_t size, const char *path)
     int64_t windowStart = 0; // file position of the window's first byte
     int carried = 0;         // bytes the window keeps from the last one
     int folded = 0;          // leading bytes of the window a folding scanner would have folded
-    MatchState state{};      // what the matcher carries from window to window
+    ReportBatch reports;     // the file's match reports on their way to the output
+    reports.used = 0;
+    MatchState state{}; // what the matcher carries from window to window
+    state.reports = &reports;
     while (offset < size) {
         reader.ensure(windowStart, kWindowSize);
         int64_t fresh = reader.bufferStart + reader.bufferUsed - (windowStart + carried);
@@ -260,7 +264,8 @@ int64_t searchFile(int fd, int64_t size, const char *path)
         state.printFolded = folded < searched ? folded : searched;
 
         const int64_t before = offset;
-        total += SearchWindow(&state, windowStart, name, window, searched, &offset, &line, window, g_fMatchWord);
+        total += SearchWindow(*g_pattern, state, MatchWindow{name, window, window, searched, windowStart, g_fMatchWord},
+                              &offset, &line);
         const int64_t consumed = offset - before;
         // A window in which nothing was consumed still moves on by one byte.
         int64_t leftover = searched - consumed - (consumed == 0 ? 1 : 0);

@@ -31,15 +31,25 @@ struct Search {
     int64_t offset = 0, line = 0, steps = 0; // bytes consumed, newlines counted, states worked (with a MatchState)
 };
 
-// Prepares the pattern as the command line does and searches text once.
-Search runSearch(const std::string &options, std::string pattern, const std::string &text, const char *name = "f")
+// The pattern the searches below run with, prepared as the command line
+// prepares it.
+CompiledPattern s_pattern;
+
+// Prepares the pattern and searches text once, as one window alone; plain:
+// without the shortcuts.
+Search runSearch(const std::string &options, std::string pattern, const std::string &text, const char *name = "f",
+                 bool plain = false)
 {
     auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
     g_fBinary = has('b');
-    PreparePattern(pattern.data(), has('r'), has('c'));
+    PreparePattern(pattern.data(), has('r'), has('c'), &s_pattern);
     Search s;
     StdoutCapture capture;
-    s.found = iGrepText(name, text.data(), static_cast<int>(text.size()), &s.offset, &s.line, text.data(), has('w'));
+    MatchState state{};
+    state.plain = plain;
+    s.found = SearchWindow(s_pattern, state,
+                           MatchWindow{name, text.data(), text.data(), static_cast<int>(text.size()), 0, has('w')},
+                           &s.offset, &s.line);
     s.out = capture.take();
     return s;
 }
@@ -73,7 +83,7 @@ TEST(Matcher, ReportsCountsAndHowFarItGets)
         EXPECT_TRUE(c.offset < 0 || (s.offset == c.offset && s.line == c.line)) << s.offset << " " << s.line;
     }
     int64_t offset = 7, line = 3;
-    EXPECT_EQ(iGrepText("f", "", 0, &offset, &line, "", 0), 0);
+    EXPECT_EQ(iGrepText(s_pattern, "f", "", 0, &offset, &line, "", 0), 0);
     EXPECT_TRUE(offset == 7 && line == 3);
 }
 
@@ -126,24 +136,34 @@ std::string randomText(std::mt19937 &rng, size_t size)
 // that carry what was not consumed (a window that consumed nothing moves on
 // by one byte); with a MatchState per text, passing over the windows it
 // can tell, or alone window by window.
-Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f")
+Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f",
+                     bool plain = false)
 {
     Search s;
     MatchState state{};
+    state.plain = plain;
     StdoutCapture capture;
     for (int64_t at = 0; at < static_cast<int64_t>(text.size());) {
         const int len = static_cast<int>(std::min<int64_t>(window, static_cast<int64_t>(text.size()) - at));
         const int64_t before = s.offset;
-        s.found += keepState ? SearchWindow(&state, at, name, text.data() + at, len, &s.offset, &s.line,
-                                            text.data() + at, matchWord)
-                             : iGrepText(name, text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord);
+        const MatchWindow piece{name, text.data() + at, text.data() + at, len, at, matchWord};
+        if (keepState) {
+            s.found += SearchWindow(s_pattern, state, piece, &s.offset, &s.line);
+        } else {
+            MatchState alone{};
+            alone.plain = plain;
+            s.found += SearchWindow(s_pattern, alone, MatchWindow{name, piece.text, piece.print, len, 0, matchWord},
+                                    &s.offset, &s.line);
+        }
         const int64_t consumed = s.offset - before;
         at += std::max<int64_t>(consumed, 1);
         const int64_t size = static_cast<int64_t>(text.size());
         const auto *bytes = reinterpret_cast<const unsigned char *>(text.data());
         StuckRun run{};
-        if (keepState && consumed == 0 && len == window && StuckWindows(state, bytes + at, at, size - at, &run))
-            for (int64_t stop = 0; at + window <= size && (stop = WindowStop(run, bytes + at, at, window)) >= 0;) {
+        if (keepState && consumed == 0 && len == window &&
+            StuckWindows(s_pattern, state, Window{bytes + at, at, size - at}, &run))
+            for (int64_t stop = 0;
+                 at + window <= size && (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) >= 0;) {
                 s.offset += stop;
                 at += std::max<int64_t>(stop, 1);
             }
@@ -165,10 +185,8 @@ TEST(Matcher, ShortcutsChangeNothing)
                          bool windows) {
         const std::string context = options + " '" + pattern + "' over '" + text + "'";
         const bool word = options.find('w') != std::string::npos;
-        SetMatcherShortcuts(false);
-        Search plain = runSearch(options, pattern, text);
-        Search plainWindows = windows ? searchWindows(text, 61, false, word) : plain;
-        SetMatcherShortcuts(true);
+        Search plain = runSearch(options, pattern, text, "f", true);
+        Search plainWindows = windows ? searchWindows(text, 61, false, word, "f", true) : plain;
         Search fast = runSearch(options, pattern, text);
         Search fastWindows = windows ? searchWindows(text, 61, true, word) : fast;
         for (const auto &[got, want] : {std::pair(&fast, &plain), std::pair(&fastWindows, &plainWindows)})
@@ -221,11 +239,11 @@ TEST(Matcher, WorkGrowsLinearly)
         int64_t steps[2];
         for (int size : {2048, 4096}) {
             std::string pattern = shape.pattern;
-            PreparePattern(pattern.data(), 1, 0);
+            PreparePattern(pattern.data(), 1, 0, &s_pattern);
             std::string text(static_cast<size_t>(size) - std::strlen(shape.last), shape.fill);
             text += shape.last;
             steps[size / 4096] = searchWindows(text, shape.window > 0 ? shape.window : size, true, 0, nullptr).steps;
-            EXPECT_LE(steps[size / 4096], 4 * g_cPattern * size) << shape.pattern << " over " << size;
+            EXPECT_LE(steps[size / 4096], 4 * s_pattern.count * size) << shape.pattern << " over " << size;
         }
         EXPECT_LE(steps[1], 2 * steps[0] + 64) << shape.pattern;
     }

@@ -247,7 +247,9 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
         ch = g_fMatchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     modelRead(folded, g_fRegExp);
     const std::string want = modelFile(content, path);
-    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase);
+    static CompiledPattern compiled;
+    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase, &compiled);
+    g_pattern = &compiled;
     StdoutCapture capture;
     ScanFile(AT_FDCWD, path.c_str(), path.c_str());
     std::remove(path.c_str());
