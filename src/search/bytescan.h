@@ -1,5 +1,5 @@
 // Bulk byte primitives for the matcher and the line counter: find the first
-// or last of two byte values or the first of a pair at two offsets, find a
+// or last of two byte values, the first of three or the first of a pair at two offsets, find a
 // line's ends, count newlines. SSE2 (part of every x86-64) where the
 // compiler has it, plain loops elsewhere; the three hottest also in AVX2
 // (bytescan_avx2.cpp), taken for spans of kAvx2From bytes or more where
@@ -62,6 +62,29 @@ inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned cha
 #endif
     for (; i < len; ++i)
         if (text[i] == a || text[i] == b)
+            return i;
+    return len;
+}
+
+// Position of the first byte equal to a, b or c in [text, text + len), or
+// len.
+inline size_t FindAnyOfThree(const unsigned char *text, size_t len, unsigned char a, unsigned char b, unsigned char c)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+    const __m128i vc = _mm_set1_epi8(static_cast<char>(c));
+    for (; i + 16 <= len; i += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + i));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(
+            _mm_or_si128(_mm_cmpeq_epi8(block, va), _mm_cmpeq_epi8(block, vb)), _mm_cmpeq_epi8(block, vc)));
+        if (mask != 0)
+            return i + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+    }
+#endif
+    for (; i < len; ++i)
+        if (text[i] == a || text[i] == b || text[i] == c)
             return i;
     return len;
 }

@@ -28,6 +28,9 @@ inline constexpr uint32_t kFlagNegated = 0x08000000;  // accepts the bytes NOT i
 inline constexpr uint32_t kFlagOptional = 0x10000000; // one byte if it can, else passed over
 inline constexpr uint32_t kFlagStar = 0x20000000;     // zero or more bytes
 inline constexpr uint32_t kFlagPlus = 0x40000000;     // one or more bytes
+// The elements that take runs of bytes (and whose states the matcher's
+// attempt engine remembers).
+inline constexpr uint32_t kRunFlags = kFlagStar | kFlagPlus;
 
 // Option flags: 0 at start, 1 once their option is seen.
 extern unsigned char g_fBinary;           // -b: report every match with its byte offset

@@ -72,7 +72,7 @@ struct WindowSearch {
     bool literal = false;     // look for a pattern of one-byte elements by its rarest bytes
     bool starTail = false;    // look for a star-tail pattern by its head or tail
     bool skipHeads = false;   // pass over starts whose head fails
-    bool skipFirst = false;   // pass over bytes a one-byte element 0 refuses
+    bool skipStarts = false;  // pass over starts whose attempt fails at its first byte
     bool newlineFree = false; // no match holds a newline
     StarScan star{};          // the star-tail finders' place
 
@@ -116,12 +116,12 @@ void WindowSearch::begin()
     skipping = shortcuts && state.lastWindowEnd - window.base <= len / 2;
     literal = skipping && plan.literal;
     starTail = skipping && plan.starTail;
-    skipFirst = shortcuts && plan.skipFirst;
+    skipStarts = shortcuts && plan.skipStarts;
     newlineFree = shortcuts && plan.newlineFree;
     // Starts whose head of one-byte elements fails before the window's last
     // byte fail at once, in every window: a scan as cheap as the first-byte
     // one passes over them.
-    skipHeads = shortcuts && plan.starTail && plan.starElement >= 2 && plan.headScan.rare >= 0;
+    skipHeads = shortcuts && plan.skipHeads;
     star = StarScan{0, 0, StarRun{0, -1}};
     if (starTail)
         star.undecided = plan.headFirst ? len : StarTailUndecided(pattern, window.text, len, 0);
@@ -213,14 +213,16 @@ bool WindowSearch::nextAtStart(Candidate *candidate)
 {
     const SearchPlan &plan = pattern.plan;
     const int64_t len = window.len;
-    if (skipFirst && pos < len - 1) {
-        // Attempts at refused bytes fail at once; only one at the window's
-        // last byte would run off, so that one is made.
-        if (plan.firstValues > 0)
-            pos += static_cast<int64_t>(
-                FindEitherByte(window.text + pos, static_cast<size_t>(len - 1 - pos), plan.firstA, plan.firstB));
+    if (skipStarts && pos < len - 1) {
+        // Attempts at bytes no leading element takes fail at once; only one
+        // at the window's last byte would run off, so that one is made.
+        const auto span = static_cast<size_t>(len - 1 - pos);
+        if (plan.startValues > 0 && plan.startValues < 3)
+            pos += static_cast<int64_t>(FindEitherByte(window.text + pos, span, plan.startA, plan.startB));
+        else if (plan.startValues == 3)
+            pos += static_cast<int64_t>(FindAnyOfThree(window.text + pos, span, plan.startA, plan.startB, plan.startC));
         else
-            while (pos < len - 1 && !plan.firstAccepts[window.text[pos]])
+            while (pos < len - 1 && !plan.startAccepts[window.text[pos]])
                 ++pos;
     }
     if (pos >= len) {

@@ -54,6 +54,11 @@ struct Stretch {
 // One attempt in progress. Every way it ends goes through decided() or
 // ranOff(), which add its steps and record its path.
 struct Attempt {
+    Attempt(const CompiledPattern &pattern_, MatchState &state_, const Window &window_, int element_, int64_t pos_)
+        : pattern(pattern_), state(state_), window(window_), memo(state_.useMemo), firstRow(element_),
+          element(element_), pos(pos_)
+    {}
+
     const CompiledPattern &pattern;
     MatchState &state;
     const Window &window;
@@ -64,7 +69,7 @@ struct Attempt {
     int ownEnd = kMaxElements + 1; // where it joined the carried path
     bool joined = false;           // it goes on as the carried path
     int64_t steps = 0;             // states worked
-    Stretch stretch;
+    Stretch stretch;               // set as the attempt goes: only what it worked is read
 
     AttemptResult run();
     bool meetEarlierPath(AttemptResult *result);
@@ -264,7 +269,7 @@ void Attempt::carry(int frontier, int64_t at)
 AttemptResult RunAttempt(const CompiledPattern &pattern, MatchState &state, const Window &window, int element,
                          int64_t pos)
 {
-    Attempt attempt{pattern, state, window, state.useMemo, element, element, pos, kMaxElements + 1, false, 0, {}};
+    Attempt attempt(pattern, state, window, element, pos);
     return attempt.run();
 }
 

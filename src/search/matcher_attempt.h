@@ -26,9 +26,6 @@
 
 struct ReportBatch;
 
-// The elements whose states the engine remembers: those that take runs.
-inline constexpr uint32_t kRunFlags = kFlagStar | kFlagPlus;
-
 enum class AttemptEnd { Success, Fail, RanOut };
 
 // What a path of states is known to end in: the file position where its

@@ -94,63 +94,72 @@ ScanPair chooseScanPair(const CompiledPattern &pattern, int from, int to)
     return scan;
 }
 
-} // namespace
-
-void PlanSearch(const CompiledPattern &pattern, SearchPlan *planOut)
+// The leading elements that take one byte each (element 0 also when it is
+// the first byte, which alone decides it, as in the ordinary scan), and the
+// scan for them.
+void planHead(const CompiledPattern &pattern, SearchPlan &plan)
 {
-    SearchPlan &plan = *planOut;
-    plan = SearchPlan{};
-    const int count = pattern.count;
-    const uint32_t *flags = pattern.flags;
-    const unsigned char first = pattern.first;
+    int head = 0;
+    if (pattern.count > 0 && (pattern.first != 0 || pattern.TakesOneByte(0))) {
+        head = 1;
+        while (head < pattern.count && pattern.TakesOneByte(head))
+            ++head;
+    }
+    plan.headLength = head;
+    plan.headScan = chooseScanPair(pattern, 0, head);
+    // A scan for one byte value that is the first element's is the
+    // first-byte scan already.
+    plan.skipHeads = head >= 2 && plan.headScan.rare >= 0;
+}
 
-    // Every element must take exactly one byte.
-    plan.literal = count > 0;
-    for (int k = 0; k < count; ++k)
-        if (!pattern.TakesOneByte(k))
-            plan.literal = false;
+// Every element takes exactly one byte.
+void planLiteral(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    plan.literal = pattern.count > 0 && plan.headLength == pattern.count;
     if (plan.literal) {
-        plan.scan = chooseScanPair(pattern, 0, count);
+        plan.scan = chooseScanPair(pattern, 0, pattern.count);
         plan.literal = plan.scan.rare >= 0;
     }
+}
 
-    // A head of one-byte elements (element 0 also when it is the first
-    // byte, which alone decides it, as in the ordinary scan) or no head,
-    // one starred element, then singles and optionals, the first a single.
-    int star = 0;
-    if (count > 0 && (first != 0 || pattern.TakesOneByte(0))) {
-        star = 1;
-        while (star < count && pattern.TakesOneByte(star))
-            ++star;
-    }
+// The head, one starred element, then singles and optionals, the first a
+// single.
+void planStarTail(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    const int count = pattern.count;
+    const uint32_t *flags = pattern.flags;
+    const int star = plan.headLength;
     plan.starTail = star + 1 < count && (flags[star] & ~kFlagNegated) == kFlagStar;
     int fixedTail = star + 1; // the tail's leading singles end here
     while (plan.starTail && fixedTail < count && pattern.TakesOneByte(fixedTail))
         ++fixedTail;
     for (int k = fixedTail; k < count && plan.starTail; ++k)
         plan.starTail = pattern.TakesOneByte(k) || flags[k] == kFlagOptional;
-    if (plan.starTail) {
-        plan.starElement = star;
-        plan.tailSingles = fixedTail;
-        plan.tailBlock = fixedTail - star - 1 <= 16;
-        for (int k = star + 1; k < fixedTail && plan.tailBlock; ++k) {
-            unsigned char values[3] = {};
-            const int found = (flags[k] & kFlagNegated) ? 0 : acceptedValues(pattern, k, values);
-            const auto differ = static_cast<unsigned char>(found == 2 ? values[0] ^ values[1] : 0);
-            plan.tailBlock = found == 1 || (found == 2 && (differ & (differ - 1)) == 0);
-            plan.tailMask[k - star - 1] = static_cast<unsigned char>(~differ);
-            plan.tailWant[k - star - 1] = static_cast<unsigned char>(values[0] & ~differ);
-        }
-        plan.tailScan = chooseScanPair(pattern, star + 1, fixedTail);
-        plan.headScan = chooseScanPair(pattern, 0, star);
-        // A head hit costs less than a tail hit (one run forward against a
-        // walk back and a search for the head), so the head wins near-ties.
-        plan.headFirst = star > 0 && plan.headScan.rarity + 2 > plan.tailScan.rarity;
-        plan.starTail = plan.tailScan.rare >= 0 || (star > 0 && plan.headScan.rare >= 0);
+    if (!plan.starTail)
+        return;
+    plan.starElement = star;
+    plan.tailSingles = fixedTail;
+    plan.tailBlock = fixedTail - star - 1 <= 16;
+    for (int k = star + 1; k < fixedTail && plan.tailBlock; ++k) {
+        unsigned char values[3] = {};
+        const int found = (flags[k] & kFlagNegated) ? 0 : acceptedValues(pattern, k, values);
+        const auto differ = static_cast<unsigned char>(found == 2 ? values[0] ^ values[1] : 0);
+        plan.tailBlock = found == 1 || (found == 2 && (differ & (differ - 1)) == 0);
+        plan.tailMask[k - star - 1] = static_cast<unsigned char>(~differ);
+        plan.tailWant[k - star - 1] = static_cast<unsigned char>(values[0] & ~differ);
     }
+    plan.tailScan = chooseScanPair(pattern, star + 1, fixedTail);
+    // A head hit costs less than a tail hit (one run forward against a
+    // walk back and a search for the head), so the head wins near-ties.
+    plan.headFirst = star > 0 && plan.headScan.rarity + 2 > plan.tailScan.rarity;
+    plan.starTail = plan.tailScan.rare >= 0 || (star > 0 && plan.headScan.rare >= 0);
+}
 
-    for (int k = 0; k < count; ++k) {
-        if (!(flags[k] & (kFlagStar | kFlagPlus)))
+// Per starred or '+' element, the one or two bytes it refuses.
+void planRunStops(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    for (int k = 0; k < pattern.count; ++k) {
+        if (!(pattern.flags[k] & kRunFlags))
             continue;
         int refused = 0;
         for (int byte = 0; byte < 256 && refused <= 2; ++byte)
@@ -163,22 +172,54 @@ void PlanSearch(const CompiledPattern &pattern, SearchPlan *planOut)
             plan.runStopB[k] = plan.runStopA[k];
         plan.runStops[k] = refused <= 2 ? refused : 0;
     }
+}
 
-    const uint32_t flags0 = flags[0];
-    plan.skipFirst = first == 0 && count > 0 && (flags0 & (kFlagStar | kFlagPlus | kFlagOptional)) == 0;
+// Element k accepts only bytes element `wider` accepts too.
+bool acceptsOnlyWhat(const CompiledPattern &pattern, int element, int wider)
+{
+    for (int byte = 0; byte < 256; ++byte)
+        if (pattern.Accepts(element, static_cast<unsigned char>(byte)) &&
+            !pattern.Accepts(wider, static_cast<unsigned char>(byte)))
+            return false;
+    return true;
+}
+
+// Whether no attempt can ever match. Every element is passed through on
+// the way to a match; an attempt fails at an element that is a '+' (it
+// fails at the first byte it refuses), a one-byte element that accepts no
+// byte, or a one-byte element after a star that accepts only bytes the star
+// takes (the byte the star stopped at is one it refuses). Element 0 behind
+// a first byte is taken as that one byte.
+void planNever(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    const int count = pattern.count;
+    const uint32_t *flags = pattern.flags;
+    if (pattern.first == 0 && count >= 1) {
+        plan.neverPlus = (flags[0] & kFlagPlus) != 0;
+        plan.neverStar =
+            (flags[0] & kFlagStar) && count >= 2 && pattern.TakesOneByte(1) && acceptsOnlyWhat(pattern, 1, 0);
+    }
+    for (int k = pattern.first != 0 ? 1 : 0; k < count; ++k) {
+        bool acceptsAny = false;
+        for (int byte = 0; byte < 256 && !acceptsAny; ++byte)
+            acceptsAny = pattern.Accepts(k, static_cast<unsigned char>(byte));
+        if ((flags[k] & kFlagPlus) || (pattern.TakesOneByte(k) && !acceptsAny) ||
+            ((flags[k] & ~kFlagNegated) == kFlagStar && k + 1 < count && pattern.TakesOneByte(k + 1) &&
+             acceptsOnlyWhat(pattern, k + 1, k)))
+            plan.neverMatches = true;
+    }
+}
+
+// Element 0 as an attempt takes it, and whether a match can hold a newline.
+void planFirst(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    const int count = pattern.count;
+    const unsigned char first = pattern.first;
     for (int byte = 0; byte < 256; ++byte)
         plan.firstAccepts[byte] = first != 0 ? (byte == first || byte == pattern.firstOther)
                                              : pattern.Accepts(0, static_cast<unsigned char>(byte));
-    if (first == 0 && count >= 1) {
-        plan.neverPlus = (flags0 & kFlagPlus) != 0;
-        if ((flags0 & kFlagStar) && count >= 2 && pattern.TakesOneByte(1)) {
-            plan.neverStar = true;
-            for (int byte = 0; byte < 256; ++byte)
-                if (pattern.Accepts(1, static_cast<unsigned char>(byte)) && !plan.firstAccepts[byte])
-                    plan.neverStar = false;
-        }
-    }
-    plan.newlineFree = !plan.firstAccepts['\n'] && count > 0 && (flags[count - 1] & (kFlagStar | kFlagOptional)) == 0;
+    plan.newlineFree =
+        !plan.firstAccepts['\n'] && count > 0 && (pattern.flags[count - 1] & (kFlagStar | kFlagOptional)) == 0;
     for (int k = 1; k < count; ++k)
         if (pattern.Accepts(k, '\n'))
             plan.newlineFree = false;
@@ -192,4 +233,43 @@ void PlanSearch(const CompiledPattern &pattern, SearchPlan *planOut)
     if (found == 1)
         plan.firstB = plan.firstA;
     plan.firstValues = found >= 1 && found <= 2 ? found : 0;
+}
+
+// The elements an attempt may pass without taking a byte, up to the first
+// that takes exactly one, and the bytes any of them accepts.
+void planStarts(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    int single = 0;
+    while (single < pattern.count && (pattern.flags[single] & ~kFlagNegated) != kFlagSingle &&
+           ((pattern.flags[single] & ~kFlagNegated) == kFlagStar || pattern.flags[single] == kFlagOptional))
+        ++single;
+    plan.skipStarts = pattern.first == 0 && single < pattern.count && pattern.TakesOneByte(single);
+    if (!plan.skipStarts)
+        return;
+    unsigned char values[3] = {};
+    int found = 0;
+    for (int byte = 0; byte < 256; ++byte) {
+        for (int k = 0; k <= single; ++k)
+            plan.startAccepts[byte] = plan.startAccepts[byte] || pattern.Accepts(k, static_cast<unsigned char>(byte));
+        if (plan.startAccepts[byte] && found++ < 3)
+            values[found - 1] = static_cast<unsigned char>(byte);
+    }
+    plan.startValues = found >= 1 && found <= 3 ? found : 0;
+    plan.startA = values[0];
+    plan.startB = found >= 2 ? values[1] : values[0];
+    plan.startC = found >= 3 ? values[2] : plan.startB;
+}
+
+} // namespace
+
+void PlanSearch(const CompiledPattern &pattern, SearchPlan *plan)
+{
+    *plan = SearchPlan{};
+    planHead(pattern, *plan);
+    planLiteral(pattern, *plan);
+    planStarTail(pattern, *plan);
+    planRunStops(pattern, *plan);
+    planNever(pattern, *plan);
+    planFirst(pattern, *plan);
+    planStarts(pattern, *plan);
 }

@@ -18,15 +18,20 @@ struct ScanPair {
 };
 
 struct SearchPlan {
+    // The head: the leading elements that take one byte each (element 0
+    // also when it is the first byte).
+    int headLength;    // their number
+    ScanPair headScan; // offsets from the start, among the head's elements
+    bool skipHeads;    // the head is two elements or more and headScan has a pair to look for
+
     bool literal;  // every element takes exactly one byte
     ScanPair scan; // literal: offsets from the match start
 
-    // Star tail: a head of one-byte elements (the first may be the first
-    // byte) or, with no first byte, no head; one starred element, then a
-    // tail of single or optional elements of which at least the first is
-    // single.
+    // Star tail: the head (or, with no first byte, no head); one starred
+    // element, then a tail of single or optional elements of which at least
+    // the first is single.
     bool starTail;   // the pattern has that shape and its head or tail a scan pair
-    int starElement; // index of the starred element (the head's length)
+    int starElement; // index of the starred element (headLength)
     int tailSingles; // the tail's leading singles are the elements before this
     // Up to 16 leading singles that each take one byte value, or two that
     // differ in one bit (a letter in either case): byte i of the tail fits
@@ -34,15 +39,21 @@ struct SearchPlan {
     bool tailBlock;
     unsigned char tailMask[16], tailWant[16];
     ScanPair tailScan; // offsets from the tail's first byte, among its leading singles
-    ScanPair headScan; // offsets from the start, among the head's elements
     bool headFirst;    // look for heads, not tails: the head's scan hits less often
 
     // Element 0 as an attempt takes it: the first byte in either case, or
     // the bytes its set accepts (negation applied).
-    bool skipFirst;               // no first byte, element 0 takes exactly one byte
     int firstValues;              // bytes element 0 accepts, when that is 1 or 2, else 0
     unsigned char firstA, firstB; // those bytes (equal when one)
     bool firstAccepts[256];       // element 0 accepts the byte
+
+    // Starts: with no first byte, when the elements before one that takes
+    // exactly one byte are all stars or optionals (which may take none), an
+    // attempt at a byte none of them accepts fails right there.
+    bool skipStarts;                      // the pattern begins that way
+    int startValues;                      // bytes those elements accept, when 1 to 3, else 0
+    unsigned char startA, startB, startC; // those bytes (repeated when fewer)
+    bool startAccepts[256];               // one of those elements accepts the byte
     // No match holds a newline: no element accepts one, and the last
     // element takes the byte a match ends with (a star or an optional one
     // ends it with the byte it refused).
@@ -54,6 +65,11 @@ struct SearchPlan {
     // a byte it refuses).
     bool neverPlus; // element 0 is a '+'
     bool neverStar; // element 0 is such a star
+    // No attempt can ever match, for these or other reasons (a '+', an
+    // element that accepts nothing, a star followed by a one-byte element
+    // that accepts only what the star takes): a search finds nothing
+    // whatever the text, and a file need not be read for it.
+    bool neverMatches;
 
     // Per starred or '+' element: when it refuses just one or two byte
     // values, they end its runs and a byte scan finds them.

@@ -118,7 +118,7 @@ bool headMatches(const CompiledPattern &pattern, const unsigned char *text, int6
     const SearchPlan &plan = pattern.plan;
     if (!plan.firstAccepts[text[s]])
         return false;
-    for (int k = 1; k < plan.starElement; ++k)
+    for (int k = 1; k < plan.headLength; ++k)
         if (!pattern.Accepts(k, text[s + k]))
             return false;
     return true;
@@ -252,7 +252,7 @@ int64_t SkipFailingHeads(const CompiledPattern &pattern, const unsigned char *te
 {
     const SearchPlan &plan = pattern.plan;
     // Heads of starts up to here end before the window's last byte.
-    const int64_t lastStart = len - 1 - plan.starElement;
+    const int64_t lastStart = len - 1 - plan.headLength;
     while (pos <= lastStart) {
         const int64_t start = pos + static_cast<int64_t>(findScanPair(plan.headScan, text + pos,
                                                                       static_cast<size_t>(lastStart - pos + 1)));

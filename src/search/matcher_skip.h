@@ -50,7 +50,7 @@ bool FindStarTail(const CompiledPattern &pattern, const unsigned char *text, int
 // running off the window.
 bool FindStarHead(const CompiledPattern &pattern, const unsigned char *text, int64_t len, StarScan *scan, int64_t *end);
 
-// For a star-tail pattern with a scan for its head: the first start at or
+// For a pattern with a scan for its head (plan.skipHeads): the first start at or
 // after pos whose head matches, or the first whose head reaches the
 // window's last byte. The starts passed over fail without running off the
 // window, whatever earlier windows left behind.

@@ -40,6 +40,7 @@
 #include "bytescan.h"
 #include "fyndle.h"
 #include "matcher.h"
+#include "pattern.h"
 #include "report.h"
 
 namespace {
@@ -306,7 +307,9 @@ int64_t ScanOpenFile(int fd, const char *path)
     }
     int64_t total = 0;
     int64_t size = getFileSize(fd);
-    if (size > 0)
+    // A pattern that can never match finds nothing in any file: its bytes
+    // need not be read.
+    if (size > 0 && !g_pattern->plan.neverMatches)
         total = searchFile(fd, size, path);
     close(fd);
     if (g_fFileNamesOnly && total > 0)

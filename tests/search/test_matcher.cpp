@@ -193,11 +193,17 @@ TEST(Matcher, ShortcutsChangeNothing)
             ASSERT_TRUE(got->out == want->out && got->found == want->found && got->offset == want->offset &&
                         got->line == want->line)
                 << context;
+        // A pattern planned to never match is not searched at all by the
+        // scanner: the plain search must find nothing with it.
+        ASSERT_TRUE(!s_pattern.plan.neverMatches || (plain.found == 0 && plainWindows.found == 0)) << context;
     };
-    const char *fixed[] = {"s[a-z]*_t",    "s[^_]*_t",      "s[a-z]*\\~_b", "^[ ]*s",       "s[ab]*st",
-                           "ab_",          "[ab]_s",        "sa",           "sa[a-z]*_$",   "[sz][a-z]*_s",
-                           "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$",   "[^s]a*\\~_z$", ".s[ab]*_",
-                           "_[ab]*_",      "_s[a]*_s"};
+    const char *fixed[] = {"s[a-z]*_t", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st", "ab_", "[ab]_s", "sa",
+                           "sa[a-z]*_$", "[sz][a-z]*_s", "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$", "[^s]a*\\~_z$",
+                           ".s[ab]*_", "_[ab]*_", "_s[a]*_s",
+                           // A frequent first element with rarer bytes after it, runs that
+                           // end at a line end, bracketed runs, patterns that never match.
+                           "[sa]ab_[ ]*[a-z]*", "[sx]_z[ ]*s", "[ ]*$", "[ ]*_$", "s*[ ]*_", "[a-z][^ ]*_", "_[^_]*_",
+                           "[a-z][^ ]*[a-z]", "sa[ ]+b", "s[^ ]*\\~ ", "[sa]*\\:"};
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
@@ -206,9 +212,16 @@ TEST(Matcher, ShortcutsChangeNothing)
                    text, true);
     }
     const std::pair<const char *, const char *> pieces[] = {
-        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"}, {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
-        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},  {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
-        {"str[^;]*;", "str a; str\nb;x strstr ;str"}, {"#[ ]*def", "#  def #de # #def#"},
+        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"},
+        {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
+        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},
+        {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
+        {"str[^;]*;", "str a; str\nb;x strstr ;str"},
+        {"#[ ]*def", "#  def #de # #def#"},
+        {"[sa]ab_[ ]*[a-z]*", "sab_ ab aab_  x sab_"},
+        {"[ ]*$", "a  \nb\r\n  \r\n\n x"},
+        {"[ ]*_$", "a _\n __\r\n_ _\n"},
+        {"s[ ]+a", "s  a sa s a"},
     };
     for (const auto &[pattern, text] : pieces)
         for (size_t end = 1; end <= std::strlen(text); ++end)
@@ -230,10 +243,23 @@ TEST(Matcher, WorkGrowsLinearly)
     // The last two fail two bytes before the window's end after a long run,
     // where only the failed paths kept from earlier attempts stop the runs.
     const Shape shapes[] = {
-        {"[a-z]*_q", 'a', " ", 0},   {"[^\"]*\"q", 'a', "\"", 0},      {"x[a-z]*_q", 'x', " ", 0},
-        {"[a-z]+_", 'a', " ", 0},    {"a[a-z]*[a-z]*_", 'a', " ", 0},  {"[^ ]*_t ", 'q', " ", 0},
-        {"[a-z]*_q", 'a', "a", 512}, {"x[a-z]*_q", 'x', "x", 512},     {"[^\"]*\"q", 'a', "\"", 512},
-        {"[a-z]+x", 'a', "a", 512},  {"a[a-z]*[0-9]*q", 'a', "  ", 0}, {"[a-z]*[0-9]*q", 'a', "  ", 0},
+        {"[a-z]*_q", 'a', " ", 0},
+        {"[^\"]*\"q", 'a', "\"", 0},
+        {"x[a-z]*_q", 'x', " ", 0},
+        {"[a-z]+_", 'a', " ", 0},
+        {"a[a-z]*[a-z]*_", 'a', " ", 0},
+        {"[^ ]*_t ", 'q', " ", 0},
+        {"[a-z]*_q", 'a', "a", 512},
+        {"x[a-z]*_q", 'x', "x", 512},
+        {"[^\"]*\"q", 'a', "\"", 512},
+        {"[a-z]+x", 'a', "a", 512},
+        {"a[a-z]*[0-9]*q", 'a', "  ", 0},
+        {"[a-z]*[0-9]*q", 'a', "  ", 0},
+        // Heads looked for by their rarest bytes, starts passed over by the
+        // bytes their leading elements take.
+        {"[ab]aa[a-z]*[ ]*", 'a', " ", 0},
+        {"[ ]*$", ' ', "x", 0},
+        {"[ ]*[a-z]*$", ' ', "a", 512},
     };
     for (const Shape &shape : shapes) {
         int64_t steps[2];
