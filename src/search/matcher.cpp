@@ -211,20 +211,11 @@ bool WindowSearch::nextAtFirstByte(Candidate *candidate)
 // Without a first byte: an attempt from element 0 at the next start.
 bool WindowSearch::nextAtStart(Candidate *candidate)
 {
-    const SearchPlan &plan = pattern.plan;
     const int64_t len = window.len;
-    if (skipStarts && pos < len - 1) {
-        // Attempts at bytes no leading element takes fail at once; only one
-        // at the window's last byte would run off, so that one is made.
-        const auto span = static_cast<size_t>(len - 1 - pos);
-        if (plan.startValues > 0 && plan.startValues < 3)
-            pos += static_cast<int64_t>(FindEitherByte(window.text + pos, span, plan.startA, plan.startB));
-        else if (plan.startValues == 3)
-            pos += static_cast<int64_t>(FindAnyOfThree(window.text + pos, span, plan.startA, plan.startB, plan.startC));
-        else
-            while (pos < len - 1 && !plan.startAccepts[window.text[pos]])
-                ++pos;
-    }
+    // Attempts at bytes no leading element takes fail at once; only one at
+    // the window's last byte would run off, so that one is made.
+    if (skipStarts && pos < len - 1)
+        pos = NextStart(pattern, window.text, pos, len - 1);
     if (pos >= len) {
         stop = len;
         return false;

@@ -41,7 +41,7 @@
 // learns at once, from where it ends, which of them it decides.
 #include "matcher_attempt.h"
 
-#include "bytescan.h"
+#include "matcher_skip.h"
 
 namespace {
 
@@ -162,15 +162,7 @@ bool Attempt::meetEarlierPath(AttemptResult *result)
 // once; false when the run reaches the window's end.
 bool Attempt::takeRun()
 {
-    const SearchPlan &plan = pattern.plan;
-    const unsigned char *text = window.text;
-    int64_t run = pos + 1;
-    if (plan.runStops[element] > 0)
-        run += static_cast<int64_t>(FindEitherByte(text + run, static_cast<size_t>(window.len - run),
-                                                   plan.runStopA[element], plan.runStopB[element]));
-    else
-        while (run < window.len && pattern.Accepts(element, text[run]))
-            ++run;
+    const int64_t run = RunEnd(pattern, element, window.text, pos + 1, window.len);
     steps += run - pos - 1;
     if (run >= window.len)
         return false;
@@ -309,15 +301,9 @@ int64_t WindowStop(const CompiledPattern &pattern, const StuckRun &run, const Wi
         return -1;
     if (run.entry == 0)
         return run.lo <= start && start <= run.hi ? 0 : -1;
-    const SearchPlan &plan = pattern.plan;
-    int64_t first = 0;
-    if (plan.firstValues > 0) {
-        first =
-            static_cast<int64_t>(FindEitherByte(window.text, static_cast<size_t>(len - 1), plan.firstA, plan.firstB));
-    } else {
-        while (first < len - 1 && !pattern.Accepts(0, window.text[first]))
-            ++first;
-    }
+    // The first byte element 0 (which takes one byte) accepts, or the
+    // window's last byte, where an attempt runs off whatever it is.
+    const int64_t first = NextStart(pattern, window.text, 0, len - 1);
     if (first == len - 1)
         return first;
     return run.lo <= start + first + 1 && start + first + 1 <= run.hi ? first : -1;

@@ -94,6 +94,61 @@ ScanPair chooseScanPair(const CompiledPattern &pattern, int from, int to)
     return scan;
 }
 
+// Whether the set `accepts` is the bytes that, with `fold` OR-ed in, are
+// one of at most three values; *choice gets them.
+bool chooseBytes(const bool accepts[256], unsigned char fold, ByteChoice *choice)
+{
+    unsigned char values[3] = {};
+    int found = 0;
+    for (int byte = 0; byte < 256; ++byte) {
+        if (!accepts[byte])
+            continue;
+        const auto folded = static_cast<unsigned char>(byte | fold);
+        bool known = false;
+        for (int i = 0; i < found && i < 3; ++i)
+            known = known || values[i] == folded;
+        if (!known && found++ < 3)
+            values[found - 1] = folded;
+    }
+    if (found < 1 || found > 3)
+        return false;
+    *choice = ByteChoice{fold, values[0], found >= 2 ? values[1] : values[0], found >= 3 ? values[2] : values[0]};
+    for (int byte = 0; byte < 256; ++byte) {
+        const auto folded = static_cast<unsigned char>(byte | fold);
+        if (accepts[byte] != (folded == choice->a || folded == choice->b || folded == choice->c))
+            return false;
+    }
+    return true;
+}
+
+// Whether the bytes of `set` form at most three ranges; *ranges gets them.
+bool chooseRanges(const bool set[256], ByteRanges *ranges)
+{
+    int found = 0;
+    for (int byte = 0; byte < 256;) {
+        if (!set[byte]) {
+            ++byte;
+            continue;
+        }
+        int last = byte;
+        while (last + 1 < 256 && set[last + 1])
+            ++last;
+        if (found == 3)
+            return false;
+        ranges->lo[found] = static_cast<unsigned char>(byte);
+        ranges->span[found] = static_cast<unsigned char>(last - byte);
+        ++found;
+        byte = last + 1;
+    }
+    if (found == 0)
+        return false;
+    for (int r = found; r < 3; ++r) {
+        ranges->lo[r] = ranges->lo[0];
+        ranges->span[r] = ranges->span[0];
+    }
+    return true;
+}
+
 // The leading elements that take one byte each (element 0 also when it is
 // the first byte, which alone decides it, as in the ordinary scan), and the
 // scan for them.
@@ -171,6 +226,10 @@ void planRunStops(const CompiledPattern &pattern, SearchPlan &plan)
         if (refused == 1)
             plan.runStopB[k] = plan.runStopA[k];
         plan.runStops[k] = refused <= 2 ? refused : 0;
+        bool accepted[256];
+        for (int byte = 0; byte < 256; ++byte)
+            accepted[byte] = pattern.Accepts(k, static_cast<unsigned char>(byte));
+        plan.runInRanges[k] = plan.runStops[k] == 0 && chooseRanges(accepted, &plan.runRanges[k]);
     }
 }
 
@@ -246,18 +305,11 @@ void planStarts(const CompiledPattern &pattern, SearchPlan &plan)
     plan.skipStarts = pattern.first == 0 && single < pattern.count && pattern.TakesOneByte(single);
     if (!plan.skipStarts)
         return;
-    unsigned char values[3] = {};
-    int found = 0;
-    for (int byte = 0; byte < 256; ++byte) {
+    for (int byte = 0; byte < 256; ++byte)
         for (int k = 0; k <= single; ++k)
             plan.startAccepts[byte] = plan.startAccepts[byte] || pattern.Accepts(k, static_cast<unsigned char>(byte));
-        if (plan.startAccepts[byte] && found++ < 3)
-            values[found - 1] = static_cast<unsigned char>(byte);
-    }
-    plan.startValues = found >= 1 && found <= 3 ? found : 0;
-    plan.startA = values[0];
-    plan.startB = found >= 2 ? values[1] : values[0];
-    plan.startC = found >= 3 ? values[2] : plan.startB;
+    plan.startScan =
+        chooseBytes(plan.startAccepts, 0, &plan.startChoice) || chooseBytes(plan.startAccepts, 0x20, &plan.startChoice);
 }
 
 } // namespace

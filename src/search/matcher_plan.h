@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "bytescan.h"
 #include "fyndle.h"
 
 // The one or two rarest elements of a run of one-byte elements, with the one
@@ -50,10 +51,12 @@ struct SearchPlan {
     // Starts: with no first byte, when the elements before one that takes
     // exactly one byte are all stars or optionals (which may take none), an
     // attempt at a byte none of them accepts fails right there.
-    bool skipStarts;                      // the pattern begins that way
-    int startValues;                      // bytes those elements accept, when 1 to 3, else 0
-    unsigned char startA, startB, startC; // those bytes (repeated when fewer)
-    bool startAccepts[256];               // one of those elements accepts the byte
+    bool skipStarts;         // the pattern begins that way
+    bool startScan;          // startChoice finds those bytes (else a loop over startAccepts)
+    ByteChoice startChoice;  // up to three values, folded or not, that stand for them
+    bool startInRanges;      // else: the bytes none of them takes form up to three ranges...
+    ByteRanges startRefused; // ...these
+    bool startAccepts[256];  // one of those elements accepts the byte
     // No match holds a newline: no element accepts one, and the last
     // element takes the byte a match ends with (a star or an optional one
     // ends it with the byte it refused).
@@ -75,6 +78,10 @@ struct SearchPlan {
     // values, they end its runs and a byte scan finds them.
     int runStops[kMaxElements];                                   // 1 or 2, else 0
     unsigned char runStopA[kMaxElements], runStopB[kMaxElements]; // the values (equal when one)
+    // Else, when the bytes it accepts form at most three ranges, a vector
+    // test of those finds them.
+    bool runInRanges[kMaxElements];     // runRanges holds its set
+    ByteRanges runRanges[kMaxElements]; // the ranges
 };
 
 struct CompiledPattern;

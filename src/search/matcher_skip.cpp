@@ -218,15 +218,8 @@ bool FindStarHead(const CompiledPattern &pattern, const unsigned char *text, int
         // Starts whose star begins inside the last run share its end.
         const int64_t from = start + head;
         if (from < run->from || from > run->end) {
-            int64_t runEnd = from;
-            if (plan.runStops[star] > 0)
-                runEnd += static_cast<int64_t>(FindEitherByte(text + from, static_cast<size_t>(len - from),
-                                                              plan.runStopA[star], plan.runStopB[star]));
-            else
-                while (runEnd < len && inStar(pattern, text[runEnd]))
-                    ++runEnd;
             run->from = from;
-            run->end = runEnd;
+            run->end = RunEnd(pattern, star, text, from, len);
         }
         if (run->end > lastTail) {
             // This start's run, and so every later one's, may reach the end.
@@ -263,4 +256,34 @@ int64_t SkipFailingHeads(const CompiledPattern &pattern, const unsigned char *te
         pos = start + 1;
     }
     return pos;
+}
+
+int64_t RunEnd(const CompiledPattern &pattern, int element, const unsigned char *text, int64_t from, int64_t len)
+{
+    const SearchPlan &plan = pattern.plan;
+    // Most runs are short: the first byte alone decides them.
+    if (from >= len || !pattern.Accepts(element, text[from]))
+        return from;
+    const auto span = static_cast<size_t>(len - from);
+    if (plan.runStops[element] > 0)
+        return from +
+               static_cast<int64_t>(FindEitherByte(text + from, span, plan.runStopA[element], plan.runStopB[element]));
+    if (plan.runInRanges[element])
+        return from + static_cast<int64_t>(FindOutsideRanges(text + from, span, plan.runRanges[element]));
+    while (from < len && pattern.Accepts(element, text[from]))
+        ++from;
+    return from;
+}
+
+int64_t NextStart(const CompiledPattern &pattern, const unsigned char *text, int64_t from, int64_t to)
+{
+    const SearchPlan &plan = pattern.plan;
+    if (plan.startScan)
+        return from + static_cast<int64_t>(FindAnyOf(text + from, static_cast<size_t>(to - from), plan.startChoice));
+    if (plan.startInRanges && from < to && !plan.startAccepts[text[from]])
+        return from +
+               static_cast<int64_t>(FindOutsideRanges(text + from, static_cast<size_t>(to - from), plan.startRefused));
+    while (from < to && !plan.startAccepts[text[from]])
+        ++from;
+    return from;
 }

@@ -55,3 +55,11 @@ bool FindStarHead(const CompiledPattern &pattern, const unsigned char *text, int
 // window's last byte. The starts passed over fail without running off the
 // window, whatever earlier windows left behind.
 int64_t SkipFailingHeads(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t pos);
+
+// The first position in [from, len) whose byte element k (one that takes
+// runs) refuses, or len: where a run of it that reaches from ends.
+int64_t RunEnd(const CompiledPattern &pattern, int element, const unsigned char *text, int64_t from, int64_t len);
+
+// The first position in [from, to) at which an attempt may not fail at once
+// (plan.skipStarts: one of the leading elements takes its byte), or to.
+int64_t NextStart(const CompiledPattern &pattern, const unsigned char *text, int64_t from, int64_t to);
