@@ -93,7 +93,12 @@ struct WindowSearch {
     void skipAfterFailure(int64_t start);
     void stopAt(int64_t start);
     void report(int64_t start, int64_t end);
+    int64_t newlinesInMatch(int64_t from, int64_t to);
     void finish();
+
+    // The last match's newlines: a match over several lines is met again
+    // from each of its lines (one report per line), with the same end.
+    int64_t lastFrom = -1, lastTo = -1, lastNewlines = 0;
 };
 
 // Readies the state and the shortcuts for this window: forgets the last
@@ -122,7 +127,7 @@ void WindowSearch::begin()
     // byte fail at once, in every window: a scan as cheap as the first-byte
     // one passes over them.
     skipHeads = shortcuts && plan.skipHeads;
-    star = StarScan{0, 0, StarRun{0, -1}};
+    star = StarScan{0, 0, StarRun{0, -1}, -1, 0, 0};
     if (starTail)
         star.undecided = plan.headFirst ? len : StarTailUndecided(pattern, window.text, len, 0);
     nameLen = in.name != nullptr ? std::strlen(in.name) : 0;
@@ -267,8 +272,7 @@ void WindowSearch::report(int64_t start, int64_t end)
                                                                               static_cast<size_t>(start + 1))
                                                             : 0);
     const int64_t matchFrom = pattern.first != 0 ? start + 1 : start;
-    *line = lineAtStart +
-            (newlineFree ? 0 : CountNewlinesIn(text, ulen, static_cast<size_t>(matchFrom), static_cast<size_t>(end)));
+    *line = lineAtStart + (newlineFree ? 0 : newlinesInMatch(matchFrom, end));
     if (in.matchWord && ((start > 0 && isWordByte(text[start - 1])) || (end < window.len && isWordByte(text[end])))) {
         pos = counted = end;
         return;
@@ -295,6 +299,19 @@ void WindowSearch::report(int64_t start, int64_t end)
     // One report per line: go on at the delimiter that ends it. Newlines
     // that the match took beyond that point are counted once more.
     pos = counted = lineEnd;
+}
+
+// Newlines in text[from, to), the part of a match after its start.
+int64_t WindowSearch::newlinesInMatch(int64_t from, int64_t to)
+{
+    const auto ulen = static_cast<size_t>(window.len);
+    if (to == lastTo && from >= lastFrom && lastFrom >= 0)
+        lastNewlines -= CountNewlinesIn(window.text, ulen, static_cast<size_t>(lastFrom), static_cast<size_t>(from));
+    else
+        lastNewlines = CountNewlinesIn(window.text, ulen, static_cast<size_t>(from), static_cast<size_t>(to));
+    lastFrom = from;
+    lastTo = to;
+    return lastNewlines;
 }
 
 // What the next window needs to know about this one.

@@ -138,58 +138,74 @@ int64_t StarTailUndecided(const CompiledPattern &pattern, const unsigned char *t
     return run > pos + head ? run - head : pos;
 }
 
+namespace {
+
+// The first start in [from, to] whose head matches, or to + 1.
+int64_t firstHead(const CompiledPattern &pattern, const unsigned char *text, int64_t from, int64_t to)
+{
+    const SearchPlan &plan = pattern.plan;
+    for (int64_t start = from; start <= to; ++start) {
+        // Element 0's bytes first: a first byte in either case, or the
+        // bytes a one-byte element 0 takes.
+        if (plan.firstValues > 0)
+            start += static_cast<int64_t>(
+                FindEitherByte(text + start, static_cast<size_t>(to + 1 - start), plan.firstA, plan.firstB));
+        else if (pattern.first == 0 && plan.skipStarts)
+            start = NextStart(pattern, text, start, to + 1);
+        if (start > to)
+            break;
+        if (headMatches(pattern, text, start))
+            return start;
+    }
+    return to + 1;
+}
+
+} // namespace
+
 bool FindStarTail(const CompiledPattern &pattern, const unsigned char *text, int64_t len, StarScan *scan, int64_t *end)
 {
     int64_t *pos = &scan->pos;
-    const int64_t undecided = scan->undecided;
-    const SearchPlan &plan = pattern.plan;
-    const int64_t head = plan.starElement;
+    const int64_t head = pattern.plan.starElement;
     const int64_t tail = pattern.count - head - 1;
-    const ScanPair &tailScan = plan.tailScan;
     // A success from s < undecided has its tail at run(s) <= len - 1 - tail.
     const int64_t lastTail = len - 1 - tail;
     int64_t from = *pos + head; // where the next tail may begin: after a head
-    while (*pos < undecided && from <= lastTail) {
-        const size_t places = static_cast<size_t>(lastTail - from + 1);
-        const size_t found = findScanPair(tailScan, text + from, places);
-        const int64_t at = from + static_cast<int64_t>(found);
-        if (at > lastTail)
-            break;
+    while (*pos < scan->undecided && from <= lastTail) {
+        int64_t at = 0, runFrom = 0, matchEnd = scan->tailEnd;
+        if (scan->tailRunFrom <= *pos + head && from <= scan->tailAt) {
+            // The last tail found still ends the run from here: a match
+            // that took several lines is met again for each of them.
+            at = scan->tailAt;
+            runFrom = *pos + head;
+        } else {
+            at = from + static_cast<int64_t>(
+                            findScanPair(pattern.plan.tailScan, text + from, static_cast<size_t>(lastTail - from + 1)));
+            if (at > lastTail)
+                break;
+            // The tail counts only where a star run ends, i.e. its first
+            // byte is one the star refuses; elsewhere a run may go on past it.
+            from = at + 1;
+            if (inStar(pattern, text[at]) || (matchEnd = tailEnd(pattern, text, len, at)) < 0)
+                continue;
+            runFrom = runStartBefore(pattern, text, *pos + head, at);
+            *scan = StarScan{*pos, scan->undecided, scan->run, at, runFrom, matchEnd};
+        }
         from = at + 1;
-        // The tail counts only where a star run ends, i.e. its first byte
-        // is one the star refuses; elsewhere a run may go on past it.
-        if (inStar(pattern, text[at]))
-            continue;
-        const int64_t matchEnd = tailEnd(pattern, text, len, at);
-        if (matchEnd < 0)
-            continue;
         // The starts whose run ends here: a head that ends at or after the
-        // run's first byte; the lowest of them whose head matches matches.
-        const int64_t lowest = runStartBefore(pattern, text, *pos + head, at) - head;
-        if (head == 0) { // the start that began the run matches
-            *pos = lowest;
+        // run's first byte; the lowest of them whose head matches matches
+        // (with no head, the start that began the run).
+        const int64_t start = head == 0 ? runFrom : firstHead(pattern, text, runFrom - head, at - head);
+        if (start <= at - head) {
+            *pos = start;
             *end = matchEnd;
             return true;
-        }
-        for (int64_t start = lowest; start <= at - head; ++start) {
-            if (plan.firstValues > 0) {
-                start += static_cast<int64_t>(
-                    FindEitherByte(text + start, static_cast<size_t>(at - head + 1 - start), plan.firstA, plan.firstB));
-                if (start > at - head)
-                    break;
-            }
-            if (headMatches(pattern, text, start)) {
-                *pos = start;
-                *end = matchEnd;
-                return true;
-            }
         }
         // Every start before here has its run end here or at an earlier
         // place, where no tail matched: none of them matches.
         *pos = at - head + 1;
     }
-    if (*pos < undecided)
-        *pos = undecided;
+    if (*pos < scan->undecided)
+        *pos = scan->undecided;
     return false;
 }
 

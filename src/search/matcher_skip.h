@@ -33,6 +33,9 @@ struct StarScan {
     int64_t pos;       // the next start to try
     int64_t undecided; // starts from here on may run off the window (StarTailUndecided, or len for heads)
     StarRun run;       // FindStarHead's last run
+    // FindStarTail's last tail that ends a run and matches: bytes from
+    // tailRunFrom up to tailAt are all ones the star takes.
+    int64_t tailAt, tailRunFrom, tailEnd; // its first byte, where its run began at the latest, its match end
 };
 
 // For a star-tail pattern: moves scan->pos to the next start from which the
