@@ -80,12 +80,14 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
             at += consumed > 0 ? static_cast<int>(consumed) : 1;
             const auto *bytes = reinterpret_cast<const unsigned char *>(text);
             StuckRun run{};
-            if (consumed == 0 && part == window &&
-                StuckWindows(s_pattern, state, Window{bytes + at, at, len - at}, &run))
+            const bool stuck = consumed == 0 || (s_pattern.first != 0 && state.carried.valid);
+            if (stuck && part == window && StuckWindows(s_pattern, state, Window{bytes + at, at, len - at}, &run))
                 for (int64_t stop = 0;
                      at + window <= len && (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) >= 0;) {
                     outcome.offset += stop;
                     at += stop > 0 ? static_cast<int>(stop) : 1;
+                    if (stop == 0)
+                        at += static_cast<int>(StuckRepeats(s_pattern, run, Window{bytes + at, at, len - at}, window));
                 }
         }
     }

@@ -41,6 +41,8 @@
 // learns at once, from where it ends, which of them it decides.
 #include "matcher_attempt.h"
 
+#include <cstring>
+
 #include "matcher_skip.h"
 
 namespace {
@@ -267,14 +269,14 @@ AttemptResult RunAttempt(const CompiledPattern &pattern, MatchState &state, cons
 
 bool StuckWindows(const CompiledPattern &pattern, MatchState &state, const Window &held, StuckRun *run)
 {
+    // With a first byte, element 0 is that one byte.
     int entry = 0;
-    if (pattern.TakesOneByte(0) && pattern.count >= 2 && (pattern.flags[1] & kRunFlags))
+    if ((pattern.first != 0 || pattern.TakesOneByte(0)) && pattern.count >= 2 && (pattern.flags[1] & kRunFlags))
         entry = 1;
-    else if (!(pattern.flags[0] & kRunFlags))
+    else if (pattern.first != 0 || !(pattern.flags[0] & kRunFlags))
         return false;
     const CarriedPath &carried = state.carried;
-    if (held.len < 1 || pattern.first != 0 || !carried.valid || carried.end != kPathPending || carried.first > entry ||
-        carried.rows <= entry)
+    if (held.len < 1 || !carried.valid || carried.end != kPathPending || carried.first > entry || carried.rows <= entry)
         return false;
     const int64_t from = held.base > carried.lo[entry] ? held.base : carried.lo[entry];
     if (from > carried.hi[entry] || from >= held.base + held.len)
@@ -301,10 +303,39 @@ int64_t WindowStop(const CompiledPattern &pattern, const StuckRun &run, const Wi
         return -1;
     if (run.entry == 0)
         return run.lo <= start && start <= run.hi ? 0 : -1;
+    if (pattern.first != 0) {
+        // The scan for the first byte counts the newlines it passes: only
+        // windows with none before it are told here. A window without the
+        // byte ends the carried path: it is searched.
+        const auto found = static_cast<int64_t>(
+            FindEitherByte(window.text, static_cast<size_t>(len), pattern.first, pattern.firstOther));
+        if (found >= len || std::memchr(window.text, '\n', static_cast<size_t>(found + 1)) != nullptr)
+            return -1;
+        return found + 1 >= len || (run.lo <= start + found + 1 && start + found + 1 <= run.hi) ? found + 1 : -1;
+    }
     // The first byte element 0 (which takes one byte) accepts, or the
     // window's last byte, where an attempt runs off whatever it is.
     const int64_t first = NextStart(pattern, window.text, 0, len - 1);
     if (first == len - 1)
         return first;
     return run.lo <= start + first + 1 && start + first + 1 <= run.hi ? first : -1;
+}
+
+int64_t StuckRepeats(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen)
+{
+    if (run.entry != 1 || pattern.first != 0)
+        return 0;
+    // A window at s whose first byte element 0 takes, with (1, s + 1) on
+    // the path, stops at its first byte.
+    int64_t last = held.base + held.len - windowLen; // the last start whose window is held
+    if (last > run.stuckBefore - windowLen - 1)
+        last = run.stuckBefore - windowLen - 1;
+    if (last > run.hi - 1)
+        last = run.hi - 1;
+    int64_t start = held.base;
+    if (start + 1 < run.lo)
+        return 0;
+    while (start <= last && pattern.plan.startAccepts[held.text[start - held.base]])
+        ++start;
+    return start - held.base;
 }

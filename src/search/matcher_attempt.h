@@ -104,8 +104,10 @@ struct StuckRun {
 };
 
 // Call after a window of a file searched window by window in which nothing
-// was consumed; held is the file's bytes from held.base (that window's start
-// + 1) on, as far as the caller holds them. Returns false when the coming
+// was consumed, or (with a first byte) whose search ran off its end (the
+// state's carried path is then valid); held is the file's bytes from
+// held.base (where the next window starts) on, as far as the caller holds
+// them. Returns false when the coming
 // windows cannot be told from the carried path; else fills *run for
 // WindowStop. The carried path goes on over the held bytes on the way (it
 // may then reach past the next window's end), and the state stays right for
@@ -116,3 +118,10 @@ bool StuckWindows(const CompiledPattern &pattern, MatchState &state, const Windo
 // for): how many bytes its search consumes, reporting nothing and counting
 // no line, or -1 when run does not tell (the caller then searches it).
 int64_t WindowStop(const CompiledPattern &pattern, const StuckRun &run, const Window &window);
+
+// After a window for which WindowStop gave 0 (element 0 takes one byte and
+// element 1 runs): how many windows in a row from held.base (that window's
+// start + 1) on, each one byte later, WindowStop would give 0 for too,
+// counting only windows of windowLen bytes (the longest one may be) that
+// lie in the held bytes. The caller may pass over them at once.
+int64_t StuckRepeats(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen);

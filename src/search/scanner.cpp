@@ -168,7 +168,8 @@ struct CutFinder {
     }
 };
 
-// Called when the full window before windowStart consumed nothing: passes
+// Called when the full window before windowStart consumed nothing (or, with
+// a first byte, ran off its end with the carried path pending): passes
 // over the run of windows from windowStart on that the matcher can tell
 // (StuckWindows, WindowStop), as if each had been searched, adding what
 // each consumed to the offset and moving the window, the carry and the
@@ -224,6 +225,14 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
             const int advance = stop > 0 ? static_cast<int>(stop) : 1;
             lastEnd = end;
             start += advance;
+            if (stop == 0) { // and so the windows right after it, each one byte on
+                const int64_t repeats =
+                    StuckRepeats(*g_pattern, run, Window{held(start), start, heldEnd - start}, kWindowSize);
+                if (repeats > 0) {
+                    start += repeats;
+                    lastEnd = cuts.windowEnd(start - 1);
+                }
+            }
             windowStart = start;
             carried = kWindowSize - advance;
         }
@@ -277,7 +286,8 @@ int64_t searchFile(int fd, int64_t size, const char *path)
         folded = foldedEnd > advance ? foldedEnd - advance : 0;
         windowStart += advance;
         carried = filled - advance;
-        if (consumed == 0 && filled == kWindowSize && !reader.perWindow)
+        if ((consumed == 0 || (g_pattern->first != 0 && state.carried.valid)) && filled == kWindowSize &&
+            !reader.perWindow)
             passStuckWindows(reader, state, windowStart, carried, folded, offset);
     }
     return total;
