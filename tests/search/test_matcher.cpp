@@ -230,6 +230,28 @@ TEST(Matcher, ShortcutsChangeNothing)
         for (size_t end = 1; end <= std::strlen(text); ++end)
             for (const char *options : {"r", "rb", "rc"})
                 expectSame(options, pattern, std::string(text, end), false);
+    // Lines longer than many windows, where windows that consume nothing,
+    // or stop at the next first byte, follow one another: the path carried
+    // through them may leave its run element before it runs off.
+    const std::string letters = [] {
+        std::string text;
+        for (int i = 0; i < 400; ++i)
+            text += "abbazbaxab"[i * 7 % 10];
+        return text;
+    }();
+    const std::pair<const char *, std::string> longLines[] = {
+        {"[a-z]s*_[a-z]*q", "xss_" + letters},
+        {"[a-z]s*_[a-z]*q", letters + "ss_" + letters},
+        {"x[a-z]*_q", letters},
+        {"x[a-z]*_q", letters + "\n" + letters},
+        {"[ab]b*z[a-z]*q", letters},
+        {"[a-z][^_]*_", letters + "_" + letters},
+        {"a[b]*x[a-z]*_", "abbbx" + letters},
+        {"[a-z_]s*_[a-z]*q", "xss_" + letters},
+    };
+    for (const auto &[pattern, text] : longLines)
+        for (const char *options : {"r", "rc"})
+            expectSame(options, pattern, text, true);
 }
 
 // The work stays linear in the window's size on windows where every start
