@@ -277,8 +277,8 @@ void planFirst(const CompiledPattern &pattern, SearchPlan &plan)
     for (int byte = 0; byte < 256; ++byte)
         plan.firstAccepts[byte] = first != 0 ? (byte == first || byte == pattern.firstOther)
                                              : pattern.Accepts(0, static_cast<unsigned char>(byte));
-    plan.newlineFree =
-        !plan.firstAccepts['\n'] && count > 0 && (pattern.flags[count - 1] & (kFlagStar | kFlagOptional)) == 0;
+    plan.newlineFree = !plan.firstAccepts[static_cast<unsigned char>('\n')] && count > 0 &&
+                       (pattern.flags[count - 1] & (kFlagStar | kFlagOptional)) == 0;
     for (int k = 1; k < count; ++k)
         if (pattern.Accepts(k, '\n'))
             plan.newlineFree = false;
