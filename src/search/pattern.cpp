@@ -86,6 +86,37 @@ int parsePlain(Compiler &c, unsigned char *chFirst)
     return c.element;
 }
 
+// What a backslash escape outside a set made.
+enum class Escape { Element, Ignored, IgnoredAtEnd, Invalid };
+
+// Reads the escape whose backslash is consumed and builds its element.
+Escape readEscape(Compiler &c, unsigned char *chFirst)
+{
+    const unsigned char next = c.text[c.pos];
+    if (next == 0)
+        return Escape::Invalid; // a lone trailing backslash
+    ++c.pos;
+    if (std::strchr("{}()!", next) != nullptr)
+        return c.text[c.pos] == 0 ? Escape::IgnoredAtEnd : Escape::Ignored;
+    if (next == '~') {
+        const unsigned char refused = c.text[c.pos];
+        if (refused == 0)
+            return Escape::Invalid; // "\~" with nothing to refuse
+        ++c.pos;
+        c.accept(refused);
+        c.flags[c.element] = kFlagNegated;
+        c.readSuffix();
+    } else if (next == ':') {
+        c.flags[c.element] = kFlagSingle; // accepts no byte at all
+    } else {
+        c.accept(next);
+        if (c.element == 0)
+            *chFirst = next;
+        c.readSuffix();
+    }
+    return Escape::Element;
+}
+
 int parseRegExp(Compiler &c, unsigned char *chFirst)
 {
     while (c.text[c.pos] != 0) {
@@ -116,33 +147,15 @@ int parseRegExp(Compiler &c, unsigned char *chFirst)
             c.readSuffix();
             break;
         case '\\': {
-            unsigned char next = c.text[c.pos];
-            if (next == 0)
-                return 0; // a lone trailing backslash
-            ++c.pos;
-            if (std::strchr("{}()!", next) != nullptr) {
-                if (c.text[c.pos] == 0) {
-                    c.flags[c.element] = kFlagEnd;
-                    return c.element;
-                }
-                continue; // ignored: no element
+            const Escape escape = readEscape(c, chFirst);
+            if (escape == Escape::Invalid)
+                return 0;
+            if (escape == Escape::IgnoredAtEnd) {
+                c.flags[c.element] = kFlagEnd;
+                return c.element;
             }
-            if (next == '~') {
-                unsigned char refused = c.text[c.pos];
-                if (refused == 0)
-                    return 0; // "\~" with nothing to refuse
-                ++c.pos;
-                c.accept(refused);
-                c.flags[c.element] = kFlagNegated;
-                c.readSuffix();
-            } else if (next == ':') {
-                c.flags[c.element] = kFlagSingle; // accepts no byte at all
-            } else {
-                c.accept(next);
-                if (c.element == 0)
-                    *chFirst = next;
-                c.readSuffix();
-            }
+            if (escape == Escape::Ignored)
+                continue; // no element
             break;
         }
         default:
