@@ -14,9 +14,12 @@
 // (matcher_skip.cpp) pass over starts whose attempts fail: a pattern whose
 // elements all take one byte is looked for by its two rarest bytes; a head
 // of one-byte elements, a star and a tail of singles by its head or its
-// tail, whichever is rarer; without a first byte a first element of one
-// byte skips the bytes it refuses; a pattern that can never match only
-// looks for where an attempt first runs off the window.
+// tail, whichever is rarer; any head of two or more one-byte elements by
+// its two rarest; without a first byte, the leading elements up to the
+// first one-byte element skip the bytes none of them takes; a pattern
+// whose first element can never get past its second only looks for where
+// an attempt first runs off the window (one that can never match for any
+// reason is not searched at all by the scanner).
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
 // byte do): there the carried path decides the starts at once. Only the

@@ -2,13 +2,15 @@
 //
 // Chooses, from the compiled pattern alone, the scans that let the matcher
 // pass over starts whose attempts are known to fail: the two rarest
-// one-byte elements of an all-single pattern, or of a star-tail pattern's
-// head or tail (by a fixed table of byte frequencies in source text and
-// prose; the side whose hits are rarer is the one looked for), and the
-// bytes a first element of one byte accepts. A star-tail pattern is a head
-// of one-byte elements, one star, and a tail of singles and optionals (so
-// '$' may end it). Invariant: the plan only
-// names elements and values; whether a skip is safe is the finders' matter
+// one-byte elements of the pattern's head (its leading one-byte elements),
+// of an all-single pattern, or of a star-tail pattern's head or tail (by a
+// fixed table of byte frequencies in source text and prose; the side whose
+// hits are rarer is the one looked for); the bytes that the leading
+// elements up to the first one-byte element accept; the bytes that end a
+// starred element's runs; and whether the pattern can match at all. A
+// star-tail pattern is a head, one star, and a tail of singles and
+// optionals (so '$' may end it). Invariant: the plan only names elements
+// and values; whether a skip is safe is the finders' matter
 // (matcher_skip.cpp), which never skip an attempt that could run off the
 // window or succeed.
 #include "matcher_plan.h"
