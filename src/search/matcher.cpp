@@ -222,8 +222,14 @@ bool WindowSearch::nextAtStart(Candidate *candidate)
     const int64_t len = window.len;
     // Attempts at bytes no leading element takes fail at once; only one at
     // the window's last byte would run off, so that one is made.
-    if (skipStarts && pos < len - 1)
+    if (skipStarts && pos < len - 1) {
         pos = NextStart(pattern, window.text, pos, len - 1);
+        // Starts whose leading runs end at a byte the one-byte element
+        // after them refuses fail there: no attempt is made for them.
+        for (int64_t next = 0; pattern.plan.startSingle > 0 && pos < len - 1 &&
+                               (next = PassFailingStart(pattern, window.text, len, pos)) >= 0;)
+            pos = NextStart(pattern, window.text, next, len - 1);
+    }
     if (pos >= len) {
         stop = len;
         return false;

@@ -307,9 +307,13 @@ void planStarts(const CompiledPattern &pattern, SearchPlan &plan)
     plan.skipStarts = pattern.first == 0 && single < pattern.count && pattern.TakesOneByte(single);
     if (!plan.skipStarts)
         return;
+    plan.startSingle = single;
     for (int byte = 0; byte < 256; ++byte)
-        for (int k = 0; k <= single; ++k)
-            plan.startAccepts[byte] = plan.startAccepts[byte] || pattern.Accepts(k, static_cast<unsigned char>(byte));
+        for (int k = 0; k <= single; ++k) {
+            const bool accepts = pattern.Accepts(k, static_cast<unsigned char>(byte));
+            plan.startAccepts[byte] = plan.startAccepts[byte] || accepts;
+            plan.leadAccepts[byte] = plan.leadAccepts[byte] || (k < single && accepts);
+        }
     plan.startScan =
         chooseBytes(plan.startAccepts, 0, &plan.startChoice) || chooseBytes(plan.startAccepts, 0x20, &plan.startChoice);
 }

@@ -277,9 +277,10 @@ int64_t SkipFailingHeads(const CompiledPattern &pattern, const unsigned char *te
 int64_t RunEnd(const CompiledPattern &pattern, int element, const unsigned char *text, int64_t from, int64_t len)
 {
     const SearchPlan &plan = pattern.plan;
-    // Most runs are short: the first byte alone decides them.
-    if (from >= len || !pattern.Accepts(element, text[from]))
-        return from;
+    // Most runs are short: their first bytes alone decide them.
+    for (int i = 0; i < 4; ++i, ++from)
+        if (from >= len || !pattern.Accepts(element, text[from]))
+            return from;
     const auto span = static_cast<size_t>(len - from);
     if (plan.runStops[element] > 0)
         return from +
@@ -302,4 +303,29 @@ int64_t NextStart(const CompiledPattern &pattern, const unsigned char *text, int
     while (from < to && !plan.startAccepts[text[from]])
         ++from;
     return from;
+}
+
+int64_t PassFailingStart(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t start)
+{
+    const int single = pattern.plan.startSingle;
+    // A byte none of the leading elements takes reaches the one-byte
+    // element at once, which takes it: it was found for that.
+    if (!pattern.plan.leadAccepts[text[start]])
+        return -1;
+    int64_t at = start;
+    int64_t past = start + 1; // an attempt from any start before here fails as this one does
+    for (int k = 0; k < single; ++k) {
+        if (pattern.flags[k] & kRunFlags) {
+            at = RunEnd(pattern, k, text, at, len);
+            if (k == 0)
+                past = at + 1;
+        } else if (at < len && pattern.Accepts(k, text[at])) {
+            ++at; // an optional that takes the byte
+        }
+        if (at >= len)
+            return -1;
+    }
+    if (at + 1 >= len || pattern.Accepts(single, text[at]))
+        return -1;
+    return past;
 }

@@ -66,3 +66,10 @@ int64_t RunEnd(const CompiledPattern &pattern, int element, const unsigned char 
 // The first position in [from, to) at which an attempt may not fail at once
 // (plan.skipStarts: one of the leading elements takes its byte), or to.
 int64_t NextStart(const CompiledPattern &pattern, const unsigned char *text, int64_t from, int64_t to);
+
+// For a pattern whose leading elements are stars and optionals before a
+// one-byte element (plan.skipStarts, plan.startSingle above 0): when the
+// attempt at start fails at that element, without running off the window,
+// the next start that may not fail the same way (every start up to the end
+// of element 0's run fails there too); else -1 (the attempt must be made).
+int64_t PassFailingStart(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t start);
