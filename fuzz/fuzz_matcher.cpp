@@ -82,12 +82,14 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
             StuckRun run{};
             const bool stuck = consumed == 0 || (s_pattern.first != 0 && state.carried.valid);
             if (stuck && part == window && StuckWindows(s_pattern, state, Window{bytes + at, at, len - at}, &run))
-                for (int64_t stop = 0;
-                     at + window <= len && (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) >= 0;) {
+                for (int64_t stop = 0; at + window <= len;) {
+                    const StuckPass pass = PassStuckWindows(s_pattern, run, Window{bytes + at, at, len - at}, window);
+                    outcome.offset += pass.consumed;
+                    at = static_cast<int>(pass.next);
+                    if (at + window > len || (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) < 0)
+                        break;
                     outcome.offset += stop;
                     at += stop > 0 ? static_cast<int>(stop) : 1;
-                    if (stop == 0)
-                        at += static_cast<int>(StuckRepeats(s_pattern, run, Window{bytes + at, at, len - at}, window));
                 }
         }
     }

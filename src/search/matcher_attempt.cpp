@@ -321,21 +321,56 @@ int64_t WindowStop(const CompiledPattern &pattern, const StuckRun &run, const Wi
     return run.lo <= start + first + 1 && start + first + 1 <= run.hi ? first : -1;
 }
 
-int64_t StuckRepeats(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen)
+StuckPass PassStuckWindows(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen)
 {
-    if (run.entry != 1 || pattern.first != 0)
-        return 0;
-    // A window at s whose first byte element 0 takes, with (1, s + 1) on
-    // the path, stops at its first byte.
-    int64_t last = held.base + held.len - windowLen; // the last start whose window is held
+    StuckPass pass{held.base, 0, -1};
+    if (run.entry != 1)
+        return pass;
+    const int64_t heldEnd = held.base + held.len;
+    // The last start whose window is held whole and ends before the path is
+    // decided.
+    int64_t last = heldEnd - windowLen;
     if (last > run.stuckBefore - windowLen - 1)
         last = run.stuckBefore - windowLen - 1;
-    if (last > run.hi - 1)
-        last = run.hi - 1;
+    // A window is at least this long (cut after a newline at or after
+    // kCutFrom), so a byte before it is not its last.
+    const int64_t inside = windowLen - 1 < kCutFrom ? windowLen - 1 : kCutFrom;
     int64_t start = held.base;
-    if (start + 1 < run.lo)
-        return 0;
-    while (start <= last && pattern.plan.startAccepts[held.text[start - held.base]])
-        ++start;
-    return start - held.base;
+    while (start <= last) {
+        // The window at start stops at the first byte x that element 0
+        // takes, when x is not its last byte and (1, x + 1) is on the path;
+        // with a first byte it consumes x too, and the newlines before x
+        // would be counted: there must be none.
+        const int64_t reach = start + inside < heldEnd ? start + inside : heldEnd;
+        const unsigned char *text = held.text + (start - held.base);
+        const int64_t x =
+            start + (pattern.first != 0 ? static_cast<int64_t>(FindEitherByte(text, static_cast<size_t>(reach - start),
+                                                                              pattern.first, pattern.firstOther))
+                                        : NextStart(pattern, text, 0, reach - start));
+        if (x >= reach || x + 1 < run.lo || x + 1 > run.hi)
+            break;
+        int64_t stop = x - start;
+        if (pattern.first != 0) {
+            if (std::memchr(text, '\n', static_cast<size_t>(stop + 1)) != nullptr)
+                break;
+            ++stop;
+        }
+        pass.consumed += stop;
+        pass.last = start;
+        if (pattern.first != 0) {
+            start += stop;
+            continue;
+        }
+        // The window at x (this one, when stop is 0) consumes nothing, and
+        // so do those right after it, one byte on each, while element 0
+        // takes their first byte.
+        start = x;
+        const int64_t end = last < run.hi - 1 ? last : run.hi - 1;
+        if (start > end)
+            start = pass.last + (stop > 0 ? stop : 1);
+        while (start <= end && pattern.plan.startAccepts[held.text[start - held.base]])
+            pass.last = start++;
+    }
+    pass.next = start;
+    return pass;
 }

@@ -119,9 +119,18 @@ bool StuckWindows(const CompiledPattern &pattern, MatchState &state, const Windo
 // no line, or -1 when run does not tell (the caller then searches it).
 int64_t WindowStop(const CompiledPattern &pattern, const StuckRun &run, const Window &window);
 
-// After a window for which WindowStop gave 0 (element 0 takes one byte and
-// element 1 runs): how many windows in a row from held.base (that window's
-// start + 1) on, each one byte later, WindowStop would give 0 for too,
-// counting only windows of windowLen bytes (the longest one may be) that
-// lie in the held bytes. The caller may pass over them at once.
-int64_t StuckRepeats(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen);
+// Windows passed over at once (PassStuckWindows).
+struct StuckPass {
+    int64_t next;     // file position where the first window not passed over starts
+    int64_t consumed; // bytes the searches of those passed over consumed, together
+    int64_t last;     // where the last of them starts, or -1 when none was passed over
+};
+
+// For the windows from held.base on, one after another as a window-by-window
+// search would make them, each of windowLen bytes unless cut earlier, that
+// the run tells (those after the window StuckWindows was called for): when
+// element 1 runs after a one-byte element 0 (or a first byte), passes over
+// as many of them as it can tell at once, each stopping at the next byte
+// element 0 takes, reporting nothing and counting no line. The caller then
+// goes on with WindowStop from pass.next.
+StuckPass PassStuckWindows(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen);

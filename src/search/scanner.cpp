@@ -217,6 +217,17 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
         CutFinder cuts{reader, -1, 0};
         cuts.next = cuts.newlineFrom(windowStart);
         for (int64_t start = windowStart; start + kWindowSize <= heldEnd;) {
+            // As many as the matcher tells at once, then one by one.
+            const StuckPass pass =
+                PassStuckWindows(*g_pattern, run, Window{held(start), start, heldEnd - start}, kWindowSize);
+            if (pass.last >= 0) {
+                offset += pass.consumed;
+                lastEnd = cuts.windowEnd(pass.last);
+                carried = kWindowSize - static_cast<int>(pass.next - pass.last);
+                windowStart = start = pass.next;
+                if (start + kWindowSize > heldEnd)
+                    break;
+            }
             const int64_t end = cuts.windowEnd(start);
             const int64_t stop = WindowStop(*g_pattern, run, Window{held(start), start, end - start});
             if (stop < 0)
@@ -225,14 +236,6 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
             const int advance = stop > 0 ? static_cast<int>(stop) : 1;
             lastEnd = end;
             start += advance;
-            if (stop == 0) { // and so the windows right after it, each one byte on
-                const int64_t repeats =
-                    StuckRepeats(*g_pattern, run, Window{held(start), start, heldEnd - start}, kWindowSize);
-                if (repeats > 0) {
-                    start += repeats;
-                    lastEnd = cuts.windowEnd(start - 1);
-                }
-            }
             windowStart = start;
             carried = kWindowSize - advance;
         }

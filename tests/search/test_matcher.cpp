@@ -163,12 +163,14 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
         const bool stuck = consumed == 0 || (s_pattern.first != 0 && state.carried.valid);
         if (keepState && stuck && len == window &&
             StuckWindows(s_pattern, state, Window{bytes + at, at, size - at}, &run))
-            for (int64_t stop = 0;
-                 at + window <= size && (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) >= 0;) {
+            for (int64_t stop = 0; at + window <= size;) {
+                const StuckPass pass = PassStuckWindows(s_pattern, run, Window{bytes + at, at, size - at}, window);
+                s.offset += pass.consumed;
+                at = pass.next;
+                if (at + window > size || (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) < 0)
+                    break;
                 s.offset += stop;
                 at += std::max<int64_t>(stop, 1);
-                if (stop == 0)
-                    at += StuckRepeats(s_pattern, run, Window{bytes + at, at, size - at}, window);
             }
     }
     s.out = capture.take();
