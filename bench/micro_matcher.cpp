@@ -74,12 +74,14 @@ const std::string &window()
     return text;
 }
 
+CompiledPattern s_pattern;
+
 void compile(benchmark::State &state, const char *pattern, bool regExp)
 {
     g_fRegExp = regExp ? 1 : 0;
     g_fBinary = 0;
     std::string text = pattern;
-    if (PreparePattern(text.data(), g_fRegExp, 0) == 0)
+    if (!PreparePattern(text.data(), g_fRegExp, 0, &s_pattern))
         state.SkipWithError("pattern does not compile");
 }
 
@@ -96,8 +98,8 @@ void runMatcher(benchmark::State &state, const char *pattern, bool regExp)
         // calls when an attempt runs into the end.
         while (pos < static_cast<int>(text.size())) {
             const int64_t before = offset;
-            matches += iGrepText(nullptr, text.data() + pos, static_cast<int>(text.size()) - pos, &offset, &line,
-                                 text.data() + pos, 0);
+            matches += iGrepText(s_pattern, nullptr, text.data() + pos, static_cast<int>(text.size()) - pos, &offset,
+                                 &line, text.data() + pos, 0);
             const int64_t consumed = offset - before;
             pos += consumed > 0 ? static_cast<int>(consumed) : 1;
         }

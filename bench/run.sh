@@ -2,12 +2,13 @@
 # bench/run.sh: builds fyndle in Release and measures it side by side with
 # two read floors and two other search tools, on one folder tree.
 #
-#   bench/run.sh [--quick] [--no-big] [--micro] [--threads]
+#   bench/run.sh [--quick] [--no-big] [--micro] [--shapes] [--threads]
 #
 #   --quick   3 runs per command instead of 10 (a rough look, not for docs)
-#   --threads only the thread rows (warm and cold) and the peak memory
 #   --no-big  skip the 1 GiB file (its memory and time rows)
 #   --micro   also run the microbenchmarks (bench_micro) at the end
+#   --shapes  only the -r pattern shapes on one core (tree and one-line files)
+#   --threads only the thread rows (warm and cold) and the peak memory
 #
 # Environment (all optional):
 #   FYNDLE_BENCH_BUILD     build folder        (default: <repo>/build-bench)
@@ -33,6 +34,7 @@ max_load=${FYNDLE_BENCH_MAX_LOAD:-1.0}
 max_wait=${FYNDLE_BENCH_WAIT:-600}
 big=1
 micro=0
+shapes_only=0
 only_threads=0
 for arg in "$@"; do
   case "$arg" in
@@ -40,7 +42,9 @@ for arg in "$@"; do
     --threads) only_threads=1 ;;
     --no-big) big=0 ;;
     --micro) micro=1 ;;
-    -h|--help) sed -n '2,24p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    --shapes) shapes_only=1 ;;
+    --threads) only_threads=1 ;;
+    -h|--help) sed -n '2,25p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "unknown argument: $arg (see --help)"; exit 2 ;;
   esac
 done
@@ -80,7 +84,7 @@ done
   echo "load before: $(cut -d' ' -f1-3 /proc/loadavg) (1, 5, 15 minutes)"
 } | tee "$results/conditions.txt"
 
-if [ "$only_threads" = 0 ]; then
+if [ "$shapes_only" = 0 ] && [ "$only_threads" = 0 ]; then
 # --- the commands -----------------------------------------------------------
 # Each entry: search name, tool, command line (split like a shell would).
 rg="rg -j1 --no-ignore"
@@ -225,11 +229,15 @@ if [ "$big" = 1 ]; then
     "$results/times-big.csv" | tee "$results/table-big.txt"
 fi
 
+fi # not --shapes or --threads only
+
+if [ "$only_threads" = 0 ]; then
 # --- pattern shapes on one core ---------------------------------------------
-# Each group: a base row, then fyndle rows that must stay within a factor of
-# it. Over the tree: -r shapes against the 256 KiB read floor (at most 2x).
-# Over one-line files of 10 MiB (bench/make-long-lines.sh): -r shapes whose
-# attempts run long, against a rare literal over the same file (at most 10x).
+# Over the tree: each -r shape of fyndle beside rg -j1 -i on the same regex,
+# both pinned to one CPU, against the 256 KiB read floor: fyndle at most 2 x
+# the floor and at most 0.8 x rg. Over one-line files of 10 MiB
+# (bench/make-long-lines.sh): -r shapes whose attempts run long, against a
+# rare literal over the same file, at most 5 x.
 shape_group() {  # name factor base-label base-command (label command)...
   local name=$1 factor=$2; shift 2
   local args=() labels=()
@@ -237,7 +245,8 @@ shape_group() {  # name factor base-label base-command (label command)...
   hyperfine -N -i --warmup 1 --runs "$runs" --style basic --export-csv "$results/times-$name.csv" \
     "${args[@]}" >"$results/hyperfine-$name.log" 2>&1 || true
   awk -F, -v factor="$factor" 'FNR == 1 { next }
-    { m[++n] = $4 * 1000; label[n] = $1 }
+    { if ($1 ~ /^"/) { $1 = substr($1, 2, length($1) - 2); gsub(/""/, "\"", $1) }
+      m[++n] = $4 * 1000; label[n] = $1 }
     END {
       printf "%-28s %10s %8s  %s\n", "fyndle -r (one core)", "median ms", "x base", "target"
       for (i = 1; i <= n; i++) {
@@ -248,12 +257,35 @@ shape_group() {  # name factor base-label base-command (label command)...
 }
 
 echo
-echo "pattern shapes over $tree, one core:"
+echo "pattern shapes over $tree, one core, beside rg -j1 -i:"
+# The bench's own shapes, then shapes of the kinds that were slow: a
+# frequent first element with a rarer literal after it, a run that ends
+# at a line end, bracketed runs with many reports, patterns that never
+# match (a '+' past the first element fails at the first byte it refuses).
 shapes=('[^ ]*_t ' '[A-Z_]*MAX' '[a-z]+_lock' 'str[^;]*;' '[sS][a-z]*_t' '#[ ]*define' 'return[ ]*-1;$'
-        '"[^"]*\.h"' '\~ [a-z]*_t;$' 'p[a-z_]*mutex_[lt]' '\#[ ]*include[ ]*<')
-group=("256 KiB reads" "$floor256k $tree")
-for shape in "${shapes[@]}"; do group+=("$shape" "$one $fyndle -s -r '$shape' $tree"); done
-shape_group shapes 2 "${group[@]}"
+        '"[^"]*\.h"' '\~ [a-z]*_t;$' 'p[a-z_]*mutex_[lt]' '\#[ ]*include[ ]*<'
+        '[st]truct[ ]*[a-z]*' 'const[ ]*char' ';[ ]*$' '[ ]*\\$' '[a-z][^;]*;' '/[^/]*/' 'int[ ]+main')
+args=(-n "256 KiB reads" "$floor256k $tree")
+for shape in "${shapes[@]}"; do
+  args+=(-n "$shape|fyndle" "$one $fyndle -s -r '$shape' $tree" -n "$shape|rg" "$one rg -j1 --no-ignore -n -i -e '$shape' $tree")
+done
+hyperfine -N -i --warmup 1 --runs "$runs" --style basic --export-csv "$results/times-shapes.csv" \
+  "${args[@]}" >"$results/hyperfine-shapes.log" 2>&1 || true
+# Labels hold shapes: a CSV field in quotes when a shape has one.
+awk -F, 'FNR == 1 { next }
+  { if ($1 ~ /^"/) { $1 = substr($1, 2, length($1) - 2); gsub(/""/, "\"", $1) }
+    m[++n] = $4 * 1000; label[n] = $1 }
+  END {
+    floor = m[1]
+    printf "%-24s %11s %11s %8s %8s  %s\n", "shape (one core)", "fyndle ms", "rg ms", "x floor", "x rg", "target"
+    for (i = 2; i + 1 <= n; i += 2) {
+      split(label[i], key, "|")
+      ok = m[i] <= 2 * floor && m[i] <= 0.8 * m[i + 1]
+      printf "%-24s %11.1f %11.1f %8.2f %8.2f  %s\n", key[1], m[i], m[i + 1], m[i] / floor, m[i] / m[i + 1],
+        (ok ? "met" : "MISSED") " (<=2x floor, <=0.8x rg)"
+    }
+    printf "%-24s %11.1f\n", "(256 KiB read floor)", floor
+  }' "$results/times-shapes.csv" | tee "$results/table-shapes.txt"
 
 lines=$build/long-lines
 [ -s "$lines/letters/letters.txt" ] || { "$here/make-long-lines.sh" "$lines/tmp"; mkdir -p "$lines/letters" "$lines/words";
@@ -262,14 +294,15 @@ for file in letters words; do
   echo
   echo "one line of 10 MiB ($file.txt), one core:"
   group=("rare literal zqxjkv" "$one $fyndle zqxjkv $lines/$file $file.txt")
-  for shape in '[a-z]*_q' '[a-z]+x' '[^"]*"q' 'x[a-z]*_q' 'q[^;]*;' '[^ ]*_t ' 'k[a-z]*[^a-z]' '[qx][a-z]*_'; do
+  for shape in '[a-z]*_q' '[a-z]+x' '[^"]*"q' 'x[a-z]*_q' 'q[^;]*;' '[^ ]*_t ' 'k[a-z]*[^a-z]' '[qx][a-z]*_' \
+               '[st]truct[ ]*[a-z]*' '[ ]*$' '[a-z][^;]*;' '/[^/]*/'; do
     group+=("$shape" "$one $fyndle -r '$shape' $lines/$file $file.txt")
   done
-  shape_group "$file" 10 "${group[@]}"
+  shape_group "$file" 5 "${group[@]}"
 done
+fi # not --threads only
 
-fi # only_threads
-
+if [ "$shapes_only" = 0 ]; then
 # fyndle on every CPU against rg as it starts (its own threads), warm and,
 # where the page cache can be dropped (root), cold; and fyndle pinned to one
 # CPU. Targets on the literals: fyndle at most 0.8 times rg warm (and at
@@ -321,7 +354,7 @@ if [ "$only_threads" = 1 ]; then
     printf '  %-44s %8s KiB\n' "fyndle $search $tree" "$(awk -F': ' '/Maximum resident/ { print $2 }' "$results/time-v.txt")"
   done | tee "$results/memory-threads.txt"
 fi
-
+fi # not --shapes only
 echo "load at end: $(cut -d' ' -f1-3 /proc/loadavg)" | tee -a "$results/conditions.txt"
 
 if [ "$micro" = 1 ]; then

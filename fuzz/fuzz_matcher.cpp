@@ -41,9 +41,13 @@ struct Outcome {
     std::string printed;
 };
 
-// Runs the matcher once; with a name, what it prints is captured.
+// The pattern of the run in progress.
+CompiledPattern s_pattern;
+
+// Runs the matcher once; with a name, what it prints is captured. plain:
+// without the shortcuts.
 Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t line, const char *print, int matchWord,
-            int window = 0)
+            int window = 0, bool plain = false)
 {
     Outcome outcome{0, offset, line, std::string()};
     char *captured = nullptr;
@@ -56,27 +60,34 @@ Outcome run(const char *name, const char *text, int len, int64_t offset, int64_t
         stdout = stream;
     }
     if (window == 0) {
-        outcome.reports = iGrepText(name, text, len, &outcome.offset, &outcome.line, print, matchWord);
+        MatchState state{};
+        state.plain = plain;
+        outcome.reports = SearchWindow(s_pattern, state, MatchWindow{name, text, print, len, 0, matchWord},
+                                       &outcome.offset, &outcome.line);
     } else {
         // As the scanner does: a window that consumed nothing moves on by one
         // byte, and the full ones after it that the matcher can tell are
         // passed over at once.
-        static ReportBatch reports; // the fuzzer runs on one thread
-        reports.out = nullptr;
-        reports.used = 0;
         MatchState state{};
-        state.reports = &reports;
+        state.plain = plain;
         for (int at = 0; at < len;) {
             const int part = len - at < window ? len - at : window;
             const int64_t before = outcome.offset;
             outcome.reports +=
-                SearchWindow(&state, at, name, text + at, part, &outcome.offset, &outcome.line, print + at, matchWord);
+                SearchWindow(s_pattern, state, MatchWindow{name, text + at, print + at, part, at, matchWord},
+                             &outcome.offset, &outcome.line);
             const int64_t consumed = outcome.offset - before;
             at += consumed > 0 ? static_cast<int>(consumed) : 1;
             const auto *bytes = reinterpret_cast<const unsigned char *>(text);
             StuckRun run{};
-            if (consumed == 0 && part == window && StuckWindows(state, bytes + at, at, len - at, &run))
-                for (int64_t stop = 0; at + window <= len && (stop = WindowStop(run, bytes + at, at, window)) >= 0;) {
+            const bool stuck = consumed == 0 || (s_pattern.first != 0 && state.carried.valid);
+            if (stuck && part == window && StuckWindows(s_pattern, state, Window{bytes + at, at, len - at}, &run))
+                for (int64_t stop = 0; at + window <= len;) {
+                    const StuckPass pass = PassStuckWindows(s_pattern, run, Window{bytes + at, at, len - at}, window);
+                    outcome.offset += pass.consumed;
+                    at = static_cast<int>(pass.next);
+                    if (at + window > len || (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) < 0)
+                        break;
                     outcome.offset += stop;
                     at += stop > 0 ? static_cast<int>(stop) : 1;
                 }
@@ -145,12 +156,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const int len = static_cast<int>(window.size());
 
     const int matchCase = g_fMatchCase;
-    std::memset(g_aiPattern, 0, sizeof g_aiPattern); // a fresh process starts with zeros
-    PreparePattern(pattern.get(), regExp, matchCase);
-    FUZZ_CHECK(g_cPattern >= 0 && g_cPattern <= kMaxElements);
-    if (g_cPattern == 0)
+    PreparePattern(pattern.get(), regExp, matchCase, &s_pattern);
+    FUZZ_CHECK(s_pattern.count >= 0 && s_pattern.count <= kMaxElements);
+    if (s_pattern.count == 0)
         return 0;
-    FUZZ_CHECK(g_aiPatCount[g_cPattern] == kFlagEnd);
+    FUZZ_CHECK(s_pattern.flags[s_pattern.count] == kFlagEnd);
 
     std::unique_ptr<char[]> text = exactBytes(window);
     std::unique_ptr<char[]> print = exactBytes(window);
@@ -174,10 +184,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     const int pieces = 8 + (settings >> 4) * 23;
     const Outcome carried = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord, pieces);
-    SetMatcherShortcuts(false);
-    const Outcome plain = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord);
-    const Outcome plainWindows = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord, pieces);
-    SetMatcherShortcuts(true);
+    const Outcome plain = run("f", text.get(), len, startOffset, startLine, print.get(), matchWord, 0, true);
+    const Outcome plainWindows =
+        run("f", text.get(), len, startOffset, startLine, print.get(), matchWord, pieces, true);
     FUZZ_CHECK(carried.reports == plainWindows.reports);
     FUZZ_CHECK(carried.offset == plainWindows.offset);
     FUZZ_CHECK(carried.line == plainWindows.line);
@@ -189,8 +198,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     if (!matchCase && len > 0) {
         // The lowered pattern, prepared to match case, over the folded text.
-        std::memset(g_aiPattern, 0, sizeof g_aiPattern);
-        PreparePattern(pattern.get(), regExp, 1);
+        PreparePattern(pattern.get(), regExp, 1, &s_pattern);
         const std::string lower = folded(std::string(window.begin(), window.end()));
         std::unique_ptr<char[]> lowerText(new char[lower.size()]);
         std::memcpy(lowerText.get(), lower.data(), lower.size());

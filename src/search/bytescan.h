@@ -1,5 +1,5 @@
 // Bulk byte primitives for the matcher and the line counter: find the first
-// or last of two byte values or the first of a pair at two offsets, find a
+// or last of two byte values, the first of up to three or outside up to three ranges or the first of a pair at two offsets, find a
 // line's ends, count newlines. SSE2 (part of every x86-64) where the
 // compiler has it, plain loops elsewhere; the three hottest also in AVX2
 // (bytescan_avx2.cpp), taken for spans of kAvx2From bytes or more where
@@ -63,6 +63,78 @@ inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned cha
     for (; i < len; ++i)
         if (text[i] == a || text[i] == b)
             return i;
+    return len;
+}
+
+// Up to three byte values looked for at once, each byte of the text taken
+// with `fold` OR-ed into it first (0x20: a letter in either case; 0: as it
+// stands).
+struct ByteChoice {
+    unsigned char fold;    // OR-ed into each text byte before comparing
+    unsigned char a, b, c; // the values (repeated when fewer)
+};
+
+// Position of the first byte in [text, text + len) that, folded, equals one
+// of the choice's values, or len.
+inline size_t FindAnyOf(const unsigned char *text, size_t len, const ByteChoice &choice)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i fold = _mm_set1_epi8(static_cast<char>(choice.fold));
+    const __m128i va = _mm_set1_epi8(static_cast<char>(choice.a));
+    const __m128i vb = _mm_set1_epi8(static_cast<char>(choice.b));
+    const __m128i vc = _mm_set1_epi8(static_cast<char>(choice.c));
+    for (; i + 16 <= len; i += 16) {
+        const __m128i block = _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(text + i)), fold);
+        const int mask = _mm_movemask_epi8(_mm_or_si128(
+            _mm_or_si128(_mm_cmpeq_epi8(block, va), _mm_cmpeq_epi8(block, vb)), _mm_cmpeq_epi8(block, vc)));
+        if (mask != 0)
+            return i + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+    }
+#endif
+    for (; i < len; ++i) {
+        const unsigned char byte = text[i] | choice.fold;
+        if (byte == choice.a || byte == choice.b || byte == choice.c)
+            return i;
+    }
+    return len;
+}
+
+// A set of byte values as up to three ranges lo[r] .. lo[r] + span[r]
+// (unused ranges repeat the first), for a vector test.
+struct ByteRanges {
+    unsigned char lo[3];   // first value of each range
+    unsigned char span[3]; // its last value minus its first
+};
+
+// Position of the first byte in [text, text + len) that lies in none of
+// the ranges, or len.
+inline size_t FindOutsideRanges(const unsigned char *text, size_t len, const ByteRanges &ranges)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    // In a range when the distance from its first value, wrapping below it,
+    // is at most its span: the saturated difference is then zero.
+    const __m128i zero = _mm_setzero_si128();
+    const auto inRange = [&](__m128i block, int r) {
+        const __m128i distance = _mm_sub_epi8(block, _mm_set1_epi8(static_cast<char>(ranges.lo[r])));
+        return _mm_cmpeq_epi8(_mm_subs_epu8(distance, _mm_set1_epi8(static_cast<char>(ranges.span[r]))), zero);
+    };
+    for (; i + 16 <= len; i += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + i));
+        const __m128i inside = _mm_or_si128(_mm_or_si128(inRange(block, 0), inRange(block, 1)), inRange(block, 2));
+        const unsigned outside = ~static_cast<unsigned>(_mm_movemask_epi8(inside)) & 0xFFFFu;
+        if (outside != 0)
+            return i + static_cast<size_t>(__builtin_ctz(outside));
+    }
+#endif
+    for (; i < len; ++i) {
+        bool inside = false;
+        for (int r = 0; r < 3; ++r)
+            inside = inside || static_cast<unsigned char>(text[i] - ranges.lo[r]) <= ranges.span[r];
+        if (!inside)
+            return i;
+    }
     return len;
 }
 

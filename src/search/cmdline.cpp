@@ -160,7 +160,7 @@ int RunFyndle(int argc, char **argv)
             ReportWordMatchOff(out);
         }
     }
-    if (PreparePattern(g_sPattern, g_fRegExp, g_fMatchCase) == 0) {
+    if (!PreparePattern(g_sPattern, g_fRegExp, g_fMatchCase, &run.pattern)) {
         ReportSyntaxError(out);
         exit(finish(run, 1));
     }

@@ -1,12 +1,12 @@
 // fyndle: the state that the pieces of the tool share.
 //
-// Options are one-byte flags and the compiled pattern lives in fixed
-// tables: both are written once before any search and only read after, so
-// the searching threads share them without locks. What changes during a
-// search belongs to the object that changes it: the run (run.h) holds the
-// counters and the output, each searching thread its buffers. Counters,
-// offsets and line numbers are 64-bit so that files and runs above 2 GiB
-// count right; below that they print exactly as 32-bit ints would.
+// Options are one-byte flags: written once before any search and only read
+// after, so the searching threads share them without locks. What changes
+// during a search belongs to the object that changes it: the run (run.h)
+// holds the compiled pattern, the counters and the output, each searching
+// thread its buffers. Counters, offsets and line numbers are 64-bit so that
+// files and runs above 2 GiB count right; below that they print exactly as
+// 32-bit ints would.
 #pragma once
 
 #include <cstddef>
@@ -22,13 +22,16 @@ inline constexpr size_t kChunkSize = 256 * 1024;
 // The compiled pattern has at most this many elements.
 inline constexpr int kMaxElements = 32;
 
-// Element flags of g_aiPatCount.
+// Element flags of a compiled pattern.
 inline constexpr uint32_t kFlagSingle = 0x00000001;   // exactly one byte
 inline constexpr uint32_t kFlagEnd = 0x04000000;      // after the last element
 inline constexpr uint32_t kFlagNegated = 0x08000000;  // accepts the bytes NOT in its set
 inline constexpr uint32_t kFlagOptional = 0x10000000; // one byte if it can, else passed over
 inline constexpr uint32_t kFlagStar = 0x20000000;     // zero or more bytes
 inline constexpr uint32_t kFlagPlus = 0x40000000;     // one or more bytes
+// The elements that take runs of bytes (and whose states the matcher's
+// attempt engine remembers).
+inline constexpr uint32_t kRunFlags = kFlagStar | kFlagPlus;
 
 // Option flags: 0 at start, 1 once their option is seen.
 extern unsigned char g_fBinary;           // -b: report every match with its byte offset
@@ -40,12 +43,4 @@ extern unsigned char g_fDoSubdirectories; // -s: walk the subfolders too
 extern unsigned char g_fVerbose;          // -v: verbose lines
 extern unsigned char g_fMatchWord;        // -w: whole words only
 
-// The compiled pattern.
-extern uint32_t g_aiPattern[256];               // per byte value: bit k set when element k accepts it
-extern uint32_t g_aiPatCount[kMaxElements + 1]; // per element: its flags; then the end marker
-// Per element the current attempt has worked itself: bytes it accepted. One
-// per thread, since every search thread runs attempts of its own.
-extern thread_local int32_t g_aiMatchCount[kMaxElements + 1];
-extern int g_cPattern;          // number of elements
-extern unsigned char g_chFirst; // byte that element 0 must be, or 0
-extern char *g_sPattern;        // the pattern text (heap copy)
+extern char *g_sPattern; // the pattern text (heap copy)

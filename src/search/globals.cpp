@@ -10,9 +10,4 @@ unsigned char g_fDoSubdirectories;
 unsigned char g_fVerbose;
 unsigned char g_fMatchWord;
 
-uint32_t g_aiPattern[256];
-uint32_t g_aiPatCount[kMaxElements + 1];
-thread_local int32_t g_aiMatchCount[kMaxElements + 1];
-int g_cPattern;
-unsigned char g_chFirst;
 char *g_sPattern;

@@ -1,7 +1,7 @@
 // Matcher: the search of one window and its reports.
 //
 // An attempt runs the elements over the text from one start position.
-// With a first byte (g_chFirst) the start is found by a bulk scan, element 0
+// With a first byte the start is found by a bulk scan, element 0
 // counts as matched there, and the scan counts the newlines it passes; the
 // line counter otherwise moves only over the bytes of successful matches.
 // An attempt that runs into the end of the window stops the search of the
@@ -14,9 +14,12 @@
 // (matcher_skip.cpp) pass over starts whose attempts fail: a pattern whose
 // elements all take one byte is looked for by its two rarest bytes; a head
 // of one-byte elements, a star and a tail of singles by its head or its
-// tail, whichever is rarer; without a first byte a first element of one
-// byte skips the bytes it refuses; a pattern that can never match only
-// looks for where an attempt first runs off the window.
+// tail, whichever is rarer; any head of two or more one-byte elements by
+// its two rarest; without a first byte, the leading elements up to the
+// first one-byte element skip the bytes none of them takes; a pattern
+// whose first element can never get past its second only looks for where
+// an attempt first runs off the window (one that can never match for any
+// reason is not searched at all by the scanner).
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
 // byte do): there the carried path decides the starts at once. Only the
@@ -24,20 +27,15 @@
 // is: it passes over starts without looking at what follows them.
 #include "matcher.h"
 
-#include <atomic>
 #include <cctype>
 #include <cstring>
 #include <string>
 
 #include "bytescan.h"
-#include "fyndle.h"
-#include "matcher_plan.h"
 #include "matcher_skip.h"
 #include "report.h"
 
 namespace {
-
-std::atomic<bool> s_shortcuts{true};
 
 bool isWordByte(unsigned char byte)
 {
@@ -56,227 +54,315 @@ const char *shown(const char *print, int64_t from, int64_t count, int64_t folded
     return scratch.data();
 }
 
-// Readies state for the window [windowStart, windowStart + len): forgets
-// the last window's paths and keeps the carried one only if this window
-// holds all of the text it went through.
-void beginWindow(MatchState &state, int64_t windowStart, int64_t len, bool shortcuts)
-{
-    state.useMemo = shortcuts;
-    state.memoRows = 0;
-    if (state.pendValid)
-        state.pendValid = shortcuts && windowStart <= state.pendPos && windowStart + len >= state.pendWindowEnd &&
-                          state.pendEnd == kPathPending;
-}
+// The next attempt's start and how it ended.
+struct Candidate {
+    int64_t start;
+    AttemptResult result;
+};
 
-} // namespace
+// The search of one window in progress: where it stands, and which of the
+// shortcuts it may take.
+struct WindowSearch {
+    const CompiledPattern &pattern;
+    MatchState &state;
+    const MatchWindow &in;
+    ReportBatch &batch;
+    int64_t offset; // running byte offset at the window's start
+    int64_t *line;  // running line counter
+    Window window;  // in.text as the engine reads it
 
-void SetMatcherShortcuts(bool on)
-{
-    s_shortcuts.store(on, std::memory_order_relaxed);
-}
+    bool skipping = false;    // the skip finders scan this window (it does not mostly repeat the last one)
+    bool literal = false;     // look for a pattern of one-byte elements by its rarest bytes
+    bool starTail = false;    // look for a star-tail pattern by its head or tail
+    bool skipHeads = false;   // pass over starts whose head fails
+    bool skipStarts = false;  // pass over starts whose attempt fails at its first byte
+    bool newlineFree = false; // no match holds a newline
+    StarScan star{};          // the star-tail finders' place
 
-int iGrepText(const char *name, const char *text, int len, int64_t *offset, int64_t *line, const char *print,
-              int matchWord)
-{
-    // Alone, reports go straight to standard output.
-    ReportBatch batch;
-    batch.out = nullptr;
-    batch.used = 0;
-    MatchState state{};
-    state.reports = &batch;
-    return SearchWindow(&state, 0, name, text, len, offset, line, print, matchWord);
-}
-
-namespace {
-
-int searchWindow(MatchState *statePtr, int64_t windowStart, const char *name, const char *textArg, int lenArg,
-                 int64_t *offset, int64_t *line, const char *print, int matchWord)
-{
-    if (lenArg < 1 || g_cPattern < 1)
-        return 0;
-    MatchState &state = *statePtr;
-    const auto *text = reinterpret_cast<const unsigned char *>(textArg);
-    const int64_t len = lenArg;
-    const auto ulen = static_cast<size_t>(len);
-    const int64_t base = windowStart;
-    const unsigned char first = g_chFirst;
-    const SearchPlan &plan = g_plan;
-    const unsigned char firstOther = plan.count == g_cPattern ? plan.firstOther : first;
-
-    const bool shortcuts = s_shortcuts.load(std::memory_order_relaxed);
-    beginWindow(state, windowStart, len, shortcuts);
-    // The finders scan the window from its start: not worth it, and no
-    // longer linear, when it mostly repeats the last one, as windows that
-    // move on by one byte do.
-    const bool planned = shortcuts && plan.count == g_cPattern;
-    const bool skipping = planned && state.lastWindowEnd - windowStart <= len / 2;
-    const bool literal = skipping && plan.literal;
-    const bool starTail = skipping && plan.starTail;
-    const bool skipFirst = planned && plan.skipFirst;
-    const bool newlineFree = planned && plan.newlineFree;
-    // Starts whose head of one-byte elements fails before the window's last
-    // byte fail at once, in every window: a scan as cheap as the first-byte
-    // one passes over them.
-    const bool skipHeads = planned && plan.starTail && plan.starElement >= 2 && plan.headScan.rare >= 0;
-    if (skipping && (plan.neverStar || plan.neverPlus)) {
-        // No attempt matches: the search stops at the first that runs off
-        // the window, the first start from which every byte up to the
-        // window's last (for a star: but one) is one element 0 takes.
-        int64_t from = plan.neverStar ? len - 1 : len;
-        while (from > 0 && plan.firstAccepts[text[from - 1]])
-            --from;
-        state.steps += len - from;
-        state.pendValid = false;
-        state.lastWindowEnd = base + len;
-        *offset += from;
-        return 0;
-    }
-    int64_t undecided = !starTail ? 0 : plan.headFirst ? len : StarTailUndecided(plan, text, len, 0);
-    StarRun run{0, -1};
-    const int64_t folded = state.printFolded;
-    std::string scratch;
-    const size_t nameLen = name != nullptr ? std::strlen(name) : 0;
+    size_t nameLen = 0;
+    std::string scratch{}; // folded bytes to print
     int reports = 0;
     int64_t pos = 0;     // where the next attempt (or first-byte scan) begins
     int64_t counted = 0; // with a first byte: newlines before this are in *line
-    int64_t stop = len;  // bytes consumed when the search of the window ends
-    bool ranOut = false;
-    for (;;) {
-        int64_t start;
-        int64_t end = 0;
-        AttemptEnd outcome;
-        if (literal && FindLiteral(plan, text, len, &pos)) {
-            start = pos;
-            end = pos + g_cPattern;
-            outcome = AttemptEnd::Success;
-        } else if (starTail && pos < undecided &&
-                   (plan.headFirst ? FindStarHead(plan, text, len, &run, &undecided, &pos, &end)
-                                   : FindStarTail(plan, text, len, undecided, &pos, &end))) {
-            start = pos;
-            outcome = AttemptEnd::Success;
-        } else if (first != 0) {
-            if (skipHeads)
-                pos = SkipFailingHeads(plan, text, len, pos);
-            start = pos +
-                    static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), first, firstOther));
-            if (start >= len) {
-                *line += CountNewlinesIn(text, ulen, static_cast<size_t>(counted), ulen);
-                stop = len;
-                break;
-            }
-            g_aiMatchCount[0] = 1;
-            if (g_cPattern == 1) {
-                end = start + 1;
-                outcome = AttemptEnd::Success;
-            } else {
-                outcome = RunAttempt(state, text, base, len, start + 1, 1, &end);
-            }
-        } else {
-            if (skipHeads)
-                pos = SkipFailingHeads(plan, text, len, pos);
-            if (skipFirst && pos < len - 1) {
-                // Attempts at refused bytes fail at once; only one at the
-                // window's last byte would run off, so that one is made.
-                if (plan.firstValues > 0)
-                    pos += static_cast<int64_t>(
-                        FindEitherByte(text + pos, static_cast<size_t>(len - 1 - pos), plan.firstA, plan.firstB));
-                else
-                    while (pos < len - 1 && !plan.firstAccepts[text[pos]])
-                        ++pos;
-            }
-            if (pos >= len) {
-                stop = len;
-                break;
-            }
-            start = pos;
-            outcome = RunAttempt(state, text, base, len, start, 0, &end);
-        }
+    int64_t stop = 0;    // bytes consumed when the search of the window ends
+    bool ranOut = false; // the search stopped at an attempt that ran off the window
 
-        if (outcome == AttemptEnd::Fail) {
-            pos = start + 1;
-            // Later starts whose first state lies on the failed path's
-            // stretch of the same element fail too.
-            // A start's first state is (0, start), or (1, start + 1) past a
-            // first byte or a one-byte element 0 that takes it.
-            const bool second = first != 0 || (g_aiPatCount[0] & ~kFlagNegated) == kFlagSingle;
-            const int row = second ? 1 : 0;
-            if (state.useMemo && row < state.memoRows && (g_aiPatCount[row] & kRunFlags) &&
-                state.memoEnd[row] == kPathFails) {
-                const int64_t past = state.memoHi[row] - base + (second ? 0 : 1);
-                if (past > pos)
-                    pos = past;
-            }
-            continue;
-        }
-        if (outcome == AttemptEnd::RanOut) {
-            ranOut = true;
-            if (first != 0) {
-                *line += CountNewlinesIn(text, ulen, static_cast<size_t>(counted), static_cast<size_t>(start + 1));
-                stop = start + 1;
-            } else {
-                stop = start;
-            }
+    void begin();
+    bool neverMatches();
+    void run();
+    bool nextCandidate(Candidate *candidate);
+    bool nextAtFirstByte(Candidate *candidate);
+    bool nextAtStart(Candidate *candidate);
+    void skipAfterFailure(int64_t start);
+    void stopAt(int64_t start);
+    void report(int64_t start, int64_t end);
+    int64_t newlinesInMatch(int64_t from, int64_t to);
+    void finish();
+
+    // The last match's newlines: a match over several lines is met again
+    // from each of its lines (one report per line), with the same end.
+    int64_t lastFrom = -1, lastTo = -1, lastNewlines = 0;
+};
+
+// Readies the state and the shortcuts for this window: forgets the last
+// window's paths and keeps the carried one only if this window holds all
+// of the text it went through.
+void WindowSearch::begin()
+{
+    const bool shortcuts = !state.plain;
+    const SearchPlan &plan = pattern.plan;
+    const int64_t len = window.len;
+    state.useMemo = shortcuts;
+    state.memoRows = 0;
+    CarriedPath &carried = state.carried;
+    if (carried.valid)
+        carried.valid = shortcuts && window.base <= carried.pos && window.base + len >= carried.windowEnd &&
+                        carried.end == kPathPending;
+    // The finders scan the window from its start: not worth it, and no
+    // longer linear, when it mostly repeats the last one, as windows that
+    // move on by one byte do.
+    skipping = shortcuts && state.lastWindowEnd - window.base <= len / 2;
+    literal = skipping && plan.literal;
+    starTail = skipping && plan.starTail;
+    skipStarts = shortcuts && plan.skipStarts;
+    newlineFree = shortcuts && plan.newlineFree;
+    // Starts whose head of one-byte elements fails before the window's last
+    // byte fail at once, in every window: a scan as cheap as the first-byte
+    // one passes over them.
+    skipHeads = shortcuts && plan.skipHeads;
+    star = StarScan{0, 0, StarRun{0, -1}, -1, 0, 0};
+    if (starTail)
+        star.undecided = plan.headFirst ? len : StarTailUndecided(pattern, window.text, len, 0);
+    nameLen = in.name != nullptr ? std::strlen(in.name) : 0;
+}
+
+// A pattern no attempt can match: the search stops at the first attempt
+// that runs off the window, the first start from which every byte up to
+// the window's last (for a star: but one) is one element 0 takes.
+bool WindowSearch::neverMatches()
+{
+    const SearchPlan &plan = pattern.plan;
+    if (!skipping || !(plan.neverStar || plan.neverPlus))
+        return false;
+    const int64_t len = window.len;
+    int64_t from = plan.neverStar ? len - 1 : len;
+    while (from > 0 && plan.firstAccepts[window.text[from - 1]])
+        --from;
+    state.steps += len - from;
+    stop = from;
+    return true;
+}
+
+void WindowSearch::run()
+{
+    for (;;) {
+        Candidate candidate;
+        if (!nextCandidate(&candidate))
+            return;
+        switch (candidate.result.outcome) {
+        case AttemptEnd::Fail:
+            skipAfterFailure(candidate.start);
+            break;
+        case AttemptEnd::RanOut:
+            stopAt(candidate.start);
+            return;
+        case AttemptEnd::Success:
+            report(candidate.start, candidate.result.end);
             break;
         }
-
-        // Success: the line counter at the match start, then over the match
-        // (which holds no newline when no element takes one).
-        int64_t lineAtStart;
-        if (first != 0) {
-            lineAtStart =
-                *line + CountNewlinesIn(text, ulen, static_cast<size_t>(counted), static_cast<size_t>(start + 1));
-            *line = lineAtStart + (newlineFree ? 0
-                                               : CountNewlinesIn(text, ulen, static_cast<size_t>(start + 1),
-                                                                 static_cast<size_t>(end)));
-        } else {
-            lineAtStart = *line;
-            if (!newlineFree)
-                *line += CountNewlinesIn(text, ulen, static_cast<size_t>(start), static_cast<size_t>(end));
-        }
-
-        bool dropped =
-            matchWord && ((start > 0 && isWordByte(text[start - 1])) || (end < len && isWordByte(text[end])));
-        if (dropped) {
-            pos = counted = end;
-            continue;
-        }
-        ++reports;
-        if (g_fBinary) {
-            if (name != nullptr)
-                ReportMatch(*state.reports, name, nameLen, *offset + start,
-                            shown(print, start, end - start, folded, scratch), static_cast<size_t>(end - start));
-            pos = counted = end;
-            continue;
-        }
-        const int64_t lineStart = IsLineDelimiter(text[start]) ? start + 1
-                                  : start == 0 || IsLineDelimiter(text[start - 1])
-                                      ? start
-                                      : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(start)));
-        // No delimiter lies in [lineStart, start + 1) but at start itself.
-        const auto lineEnd = static_cast<int64_t>(FindLineDelimiterIn(text, ulen, static_cast<size_t>(start + 1)));
-        if (name != nullptr)
-            ReportLine(*state.reports, name, nameLen, lineAtStart + 1,
-                       shown(print, lineStart, lineEnd - lineStart, folded, scratch),
-                       static_cast<size_t>(lineEnd - lineStart));
-        // One report per line: go on at the delimiter that ends it. Newlines
-        // that the match took beyond that point are counted once more.
-        pos = counted = lineEnd;
     }
-    state.lastWindowEnd = base + len;
-    if (ranOut && state.pendValid)
-        state.pendWindowEnd = base + len;
+}
+
+// The next start worth an attempt, and the attempt's outcome; false when
+// the window holds no more (stop set).
+bool WindowSearch::nextCandidate(Candidate *candidate)
+{
+    const int64_t len = window.len;
+    if (literal && FindLiteral(pattern, window.text, len, &pos)) {
+        *candidate = {pos, {AttemptEnd::Success, pos + pattern.count}};
+        return true;
+    }
+    if (starTail && pos < star.undecided) {
+        star.pos = pos;
+        int64_t end = 0;
+        const bool found = pattern.plan.headFirst ? FindStarHead(pattern, window.text, len, &star, &end)
+                                                  : FindStarTail(pattern, window.text, len, &star, &end);
+        pos = star.pos;
+        if (found) {
+            *candidate = {pos, {AttemptEnd::Success, end}};
+            return true;
+        }
+    }
+    if (skipHeads)
+        pos = SkipFailingHeads(pattern, window.text, len, pos);
+    return pattern.first != 0 ? nextAtFirstByte(candidate) : nextAtStart(candidate);
+}
+
+// With a first byte: the next one in either case starts an attempt at
+// element 1 after it; the scan counts the newlines it passes.
+bool WindowSearch::nextAtFirstByte(Candidate *candidate)
+{
+    const auto ulen = static_cast<size_t>(window.len);
+    const int64_t start = pos + static_cast<int64_t>(FindEitherByte(window.text + pos, ulen - static_cast<size_t>(pos),
+                                                                    pattern.first, pattern.firstOther));
+    if (start >= window.len) {
+        *line += CountNewlinesIn(window.text, ulen, static_cast<size_t>(counted), ulen);
+        stop = window.len;
+        return false;
+    }
+    candidate->start = start;
+    candidate->result = pattern.count == 1 ? AttemptResult{AttemptEnd::Success, start + 1}
+                                           : RunAttempt(pattern, state, window, 1, start + 1);
+    return true;
+}
+
+// Without a first byte: an attempt from element 0 at the next start.
+bool WindowSearch::nextAtStart(Candidate *candidate)
+{
+    const int64_t len = window.len;
+    // Attempts at bytes no leading element takes fail at once; only one at
+    // the window's last byte would run off, so that one is made.
+    if (skipStarts && pos < len - 1) {
+        pos = NextStart(pattern, window.text, pos, len - 1);
+        // Starts whose leading runs end at a byte the one-byte element
+        // after them refuses fail there: no attempt is made for them.
+        for (int64_t next = 0; pattern.plan.startSingle > 0 && pos < len - 1 &&
+                               (next = PassFailingStart(pattern, window.text, len, pos)) >= 0;)
+            pos = NextStart(pattern, window.text, next, len - 1);
+    }
+    if (pos >= len) {
+        stop = len;
+        return false;
+    }
+    *candidate = {pos, RunAttempt(pattern, state, window, 0, pos)};
+    return true;
+}
+
+// After a failed attempt at start: the next start, past those known to
+// fail too. Later starts whose first state lies on the failed path's
+// stretch of the same element fail as it did. A start's first state is
+// (0, start), or (1, start + 1) past a first byte or a one-byte element 0
+// that takes it.
+void WindowSearch::skipAfterFailure(int64_t start)
+{
+    pos = start + 1;
+    const bool second = pattern.first != 0 || pattern.TakesOneByte(0);
+    const int row = second ? 1 : 0;
+    if (state.useMemo && row < state.memoRows && (pattern.flags[row] & kRunFlags) && state.memoEnd[row] == kPathFails) {
+        const int64_t past = state.memoHi[row] - window.base + (second ? 0 : 1);
+        if (past > pos)
+            pos = past;
+    }
+}
+
+// The attempt at start ran off the window: the search of the window stops
+// there, the rest is carried.
+void WindowSearch::stopAt(int64_t start)
+{
+    ranOut = true;
+    if (pattern.first != 0) {
+        *line += CountNewlinesIn(window.text, static_cast<size_t>(window.len), static_cast<size_t>(counted),
+                                 static_cast<size_t>(start + 1));
+        stop = start + 1;
+    } else {
+        stop = start;
+    }
+}
+
+// A match at [start, end): the line counter at its start, then over the
+// match (which holds no newline when no element takes one); the word
+// check; the report; and where the search goes on.
+void WindowSearch::report(int64_t start, int64_t end)
+{
+    const unsigned char *text = window.text;
+    const auto ulen = static_cast<size_t>(window.len);
+    const int64_t from = pattern.first != 0 ? counted : start;
+    const int64_t lineAtStart = *line + (pattern.first != 0 ? CountNewlinesIn(text, ulen, static_cast<size_t>(from),
+                                                                              static_cast<size_t>(start + 1))
+                                                            : 0);
+    const int64_t matchFrom = pattern.first != 0 ? start + 1 : start;
+    *line = lineAtStart + (newlineFree ? 0 : newlinesInMatch(matchFrom, end));
+    if (in.matchWord && ((start > 0 && isWordByte(text[start - 1])) || (end < window.len && isWordByte(text[end])))) {
+        pos = counted = end;
+        return;
+    }
+    ++reports;
+    const int64_t folded = state.printFolded;
+    if (g_fBinary) {
+        if (in.name != nullptr)
+            ReportMatch(batch, in.name, nameLen, offset + start, shown(in.print, start, end - start, folded, scratch),
+                        static_cast<size_t>(end - start));
+        pos = counted = end;
+        return;
+    }
+    const int64_t lineStart = IsLineDelimiter(text[start]) ? start + 1
+                              : start == 0 || IsLineDelimiter(text[start - 1])
+                                  ? start
+                                  : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(start)));
+    // No delimiter lies in [lineStart, start + 1) but at start itself.
+    const auto lineEnd = static_cast<int64_t>(FindLineDelimiterIn(text, ulen, static_cast<size_t>(start + 1)));
+    if (in.name != nullptr)
+        ReportLine(batch, in.name, nameLen, lineAtStart + 1,
+                   shown(in.print, lineStart, lineEnd - lineStart, folded, scratch),
+                   static_cast<size_t>(lineEnd - lineStart));
+    // One report per line: go on at the delimiter that ends it. Newlines
+    // that the match took beyond that point are counted once more.
+    pos = counted = lineEnd;
+}
+
+// Newlines in text[from, to), the part of a match after its start.
+int64_t WindowSearch::newlinesInMatch(int64_t from, int64_t to)
+{
+    const auto ulen = static_cast<size_t>(window.len);
+    if (to == lastTo && from >= lastFrom && lastFrom >= 0)
+        lastNewlines -= CountNewlinesIn(window.text, ulen, static_cast<size_t>(lastFrom), static_cast<size_t>(from));
     else
-        state.pendValid = false;
-    *offset += stop;
-    return reports;
+        lastNewlines = CountNewlinesIn(window.text, ulen, static_cast<size_t>(from), static_cast<size_t>(to));
+    lastFrom = from;
+    lastTo = to;
+    return lastNewlines;
+}
+
+// What the next window needs to know about this one.
+void WindowSearch::finish()
+{
+    state.lastWindowEnd = window.base + window.len;
+    if (ranOut && state.carried.valid)
+        state.carried.windowEnd = window.base + window.len;
+    else
+        state.carried.valid = false;
 }
 
 } // namespace
 
-int SearchWindow(MatchState *statePtr, int64_t windowStart, const char *name, const char *textArg, int lenArg,
-                 int64_t *offset, int64_t *line, const char *print, int matchWord)
+int SearchWindow(const CompiledPattern &pattern, MatchState &state, const MatchWindow &in, int64_t *offset,
+                 int64_t *line)
 {
-    const int reports = searchWindow(statePtr, windowStart, name, textArg, lenArg, offset, line, print, matchWord);
-    ReportFlush(*statePtr->reports);
-    return reports;
+    if (in.len < 1 || pattern.count < 1)
+        return 0;
+    ReportBatch own;
+    own.out = nullptr; // straight to standard output
+    own.used = 0;
+    ReportBatch &batch = state.reports != nullptr ? *state.reports : own;
+    WindowSearch search{pattern,
+                        state,
+                        in,
+                        batch,
+                        *offset,
+                        line,
+                        Window{reinterpret_cast<const unsigned char *>(in.text), in.start, in.len}};
+    search.begin();
+    if (!search.neverMatches())
+        search.run();
+    search.finish();
+    *offset += search.stop;
+    ReportFlush(batch);
+    return search.reports;
+}
+
+int iGrepText(const CompiledPattern &pattern, const char *name, const char *text, int len, int64_t *offset,
+              int64_t *line, const char *print, int matchWord)
+{
+    MatchState state{};
+    return SearchWindow(pattern, state, MatchWindow{name, text, print, len, 0, matchWord}, offset, line);
 }

@@ -41,8 +41,9 @@
 // learns at once, from where it ends, which of them it decides.
 #include "matcher_attempt.h"
 
-#include "bytescan.h"
-#include "matcher_plan.h"
+#include <cstring>
+
+#include "matcher_skip.h"
 
 namespace {
 
@@ -52,160 +53,56 @@ struct Stretch {
     int64_t last[kMaxElements + 1];
 };
 
-// The carried path went on from its frontier up to element lastRow: its
-// stretches there grow by what this attempt worked.
-void extendCarried(MatchState &state, const Stretch &stretch, int64_t base, int lastRow)
-{
-    for (int k = state.pendElement; k >= 0 && k <= lastRow && k < kMaxElements; ++k) {
-        if (k > state.pendElement)
-            state.pendLo[k] = base + stretch.first[k];
-        state.pendHi[k] = base + stretch.last[k];
-    }
-    if (lastRow + 1 > state.pendRows)
-        state.pendRows = lastRow + 1;
-}
+// One attempt in progress. Every way it ends goes through decided() or
+// ranOff(), which add its steps and record its path.
+struct Attempt {
+    Attempt(const CompiledPattern &pattern_, MatchState &state_, const Window &window_, int element_, int64_t pos_)
+        : pattern(pattern_), state(state_), window(window_), memo(state_.useMemo), firstRow(element_),
+          element(element_), pos(pos_)
+    {}
 
-// Records an attempt that ended in `result` (match end or kPathFails):
-// its own elements firstRow..ownEnd-1 become the last path of this window
-// there; when it had joined the carried path, that path gets the same
-// outcome and what it worked from the frontier up to element lastRow.
-void record(MatchState &state, const Stretch &stretch, int64_t base, int firstRow, int ownEnd, bool joined, int lastRow,
-            int64_t result)
-{
-    for (int k = firstRow; k < ownEnd; ++k) {
-        if (!(g_aiPatCount[k] & kRunFlags))
-            continue;
-        state.memoLo[k] = base + stretch.first[k];
-        state.memoHi[k] = base + stretch.last[k];
-        state.memoEnd[k] = result;
-    }
-    if (ownEnd > state.memoRows)
-        state.memoRows = ownEnd;
-    if (joined) {
-        extendCarried(state, stretch, base, lastRow);
-        state.pendEnd = result;
-    }
-}
+    const CompiledPattern &pattern;
+    MatchState &state;
+    const Window &window;
+    const bool memo;               // remember paths, meet remembered ones
+    const int firstRow;            // the element it started at
+    int element;                   // current state: element...
+    int64_t pos;                   // ...and window index
+    int ownEnd = kMaxElements + 1; // where it joined the carried path
+    bool joined = false;           // it goes on as the carried path
+    int64_t steps = 0;             // states worked
+    Stretch stretch;               // set as the attempt goes: only what it worked is read
 
-// Records an attempt that ran off the window at the frontier (element,
-// pos): it becomes the carried path (joined to the old one when it went on
-// from there).
-void carry(MatchState &state, Stretch &stretch, int64_t base, int firstRow, int ownEnd, bool joined, int element,
-           int64_t pos)
-{
-    stretch.last[element] = pos;
-    if (joined) {
-        extendCarried(state, stretch, base, element);
-    } else {
-        ownEnd = element + 1;
-        state.pendRows = ownEnd;
-    }
-    // Its own elements before the joint: later attempts meet it there, not
-    // the older path, which lies before it.
-    for (int k = firstRow; k < ownEnd; ++k) {
-        state.pendLo[k] = base + stretch.first[k];
-        state.pendHi[k] = base + stretch.last[k];
-    }
-    if (!joined || firstRow < state.pendFirst)
-        state.pendFirst = firstRow;
-    state.pendElement = element;
-    state.pendPos = base + pos;
-    state.pendEnd = kPathPending;
-    state.pendValid = true;
-}
+    AttemptResult run();
+    bool meetEarlierPath(AttemptResult *result);
+    bool takeRun();
+    AttemptResult decided(int lastRow, int64_t result, int64_t failEnd);
+    AttemptResult ranOff(int frontier, int64_t at);
+    void extendCarried(int lastRow);
+    void record(int lastRow, int64_t result);
+    void carry(int frontier, int64_t at);
+};
 
-} // namespace
-
-AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base, int64_t len, int64_t pos, int element,
-                      int64_t *end)
+AttemptResult Attempt::run()
 {
-    const int count = g_cPattern;
-    const bool memo = state.useMemo;
-    // Without a plan for this pattern the byte scans are not used.
-    static const SearchPlan kNoPlan{};
-    const SearchPlan &plan = g_plan.count == count ? g_plan : kNoPlan;
-    Stretch stretch;
-    const int firstRow = element;
-    int ownEnd = kMaxElements + 1; // where this attempt joined the carried path
-    bool joined = false;
-    if (pos >= len) {
-        if (memo) {
-            stretch.first[element] = pos;
-            carry(state, stretch, base, firstRow, firstRow, false, element, pos);
-        }
-        return AttemptEnd::RanOut;
-    }
-    int64_t steps = 0;
-    g_aiMatchCount[element] = 0;
+    const unsigned char *text = window.text;
     stretch.first[element] = pos;
+    if (pos >= window.len)
+        return ranOff(element, pos);
     bool entering = memo;
     for (;;) {
-        if (entering && (g_aiPatCount[element] & kRunFlags)) {
-            const int64_t at = base + pos;
-            if (element < state.memoRows && state.memoLo[element] <= at && at <= state.memoHi[element]) {
-                const int64_t result = state.memoEnd[element];
-                state.steps += steps;
-                record(state, stretch, base, firstRow, joined ? ownEnd : element, joined, element - 1, result);
-                *end = 0;
-                if (result == kPathFails)
-                    return AttemptEnd::Fail;
-                *end = result - base;
-                return AttemptEnd::Success;
-            }
-            if (!joined && state.pendValid && element >= state.pendFirst && element < state.pendRows &&
-                state.pendLo[element] <= at && at <= state.pendHi[element]) {
-                ownEnd = element;
-                if (state.pendEnd != kPathPending) {
-                    const int64_t result = state.pendEnd;
-                    state.steps += steps;
-                    record(state, stretch, base, firstRow, element, false, -1, result);
-                    *end = 0;
-                    if (result == kPathFails)
-                        return AttemptEnd::Fail;
-                    *end = result - base;
-                    return AttemptEnd::Success;
-                }
-                joined = true;
-                element = state.pendElement;
-                pos = state.pendPos - base;
-                stretch.first[element] = state.pendLo[element] - base;
-                if (pos >= len) {
-                    state.steps += steps;
-                    carry(state, stretch, base, firstRow, ownEnd, true, element, pos);
-                    return AttemptEnd::RanOut;
-                }
-            }
-        }
+        AttemptResult result;
+        if (entering && (pattern.flags[element] & kRunFlags) && meetEarlierPath(&result))
+            return result;
         entering = false;
         ++steps;
         const int previous = element;
-        const uint32_t flags = g_aiPatCount[element];
-        const uint32_t bit = 1u << element;
-        const uint32_t flip = (flags & kFlagNegated) ? bit : 0u;
-        const bool accepted = ((g_aiPattern[text[pos]] ^ flip) & bit) != 0;
-        int32_t &matched = g_aiMatchCount[element];
-        matched = accepted ? matched + 1 : -matched;
-
-        bool consumed = accepted;
-        if (flags & (kFlagStar | kFlagPlus)) {
+        const uint32_t flags = pattern.flags[element];
+        const bool accepted = pattern.Accepts(element, text[pos]);
+        if (flags & kRunFlags) {
             if (accepted) {
-                // Take the whole run of accepted bytes at once.
-                int64_t run = pos + 1;
-                if (plan.runStops[element] > 0)
-                    run += static_cast<int64_t>(FindEitherByte(text + run, static_cast<size_t>(len - run),
-                                                               plan.runStopA[element], plan.runStopB[element]));
-                else
-                    while (run < len && ((g_aiPattern[text[run]] ^ flip) & bit))
-                        ++run;
-                steps += run - pos - 1;
-                if (run >= len) {
-                    state.steps += steps;
-                    if (memo)
-                        carry(state, stretch, base, firstRow, ownEnd, joined, element, len);
-                    return AttemptEnd::RanOut;
-                }
-                matched += static_cast<int32_t>(run - pos - 1);
-                pos = run;
+                if (!takeRun())
+                    return ranOff(element, window.len);
                 continue;
             }
             // Going on after a '+' needs the next element to have accepted
@@ -213,99 +110,267 @@ AttemptEnd RunAttempt(MatchState &state, const unsigned char *text, int64_t base
             // being reached yet: the attempt fails.
             if (flags & kFlagPlus) {
                 stretch.last[element] = pos;
-                *end = pos + 1;
-                state.steps += steps;
-                if (memo)
-                    record(state, stretch, base, firstRow, joined ? ownEnd : element + 1, joined, element, kPathFails);
-                return AttemptEnd::Fail;
+                return decided(element, kPathFails, pos + 1);
             }
-            ++element;
-        } else if (flags & kFlagOptional) {
-            ++element;
-        } else {
-            ++element;
-            if (!accepted) {
-                state.steps += steps;
-                if (pos + 1 >= len) {
-                    if (memo)
-                        carry(state, stretch, base, firstRow, ownEnd, joined, previous, pos);
-                    return AttemptEnd::RanOut;
-                }
-                stretch.last[previous] = pos;
-                *end = pos + 2; // a window ending right after the byte would have been run off
-                if (memo)
-                    record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous,
-                           kPathFails);
-                return AttemptEnd::Fail;
-            }
+        } else if (!(flags & kFlagOptional) && !accepted) {
+            if (pos + 1 >= window.len)
+                return ranOff(element, pos);
+            stretch.last[element] = pos;
+            return decided(element, kPathFails, pos + 2); // a window ending after the byte would run off
         }
+        ++element;
         stretch.last[previous] = pos;
-        if (element >= count) {
-            *end = pos + 1;
-            state.steps += steps;
-            if (memo)
-                record(state, stretch, base, firstRow, joined ? ownEnd : previous + 1, joined, previous, base + *end);
-            return AttemptEnd::Success;
-        }
-        g_aiMatchCount[element] = 0;
-        if (consumed && ++pos >= len) {
-            state.steps += steps;
-            if (memo) {
-                stretch.first[element] = pos;
-                carry(state, stretch, base, firstRow, ownEnd, joined, element, pos);
-            }
-            return AttemptEnd::RanOut;
+        if (element >= pattern.count)
+            return decided(previous, window.base + pos + 1, 0);
+        if (accepted && ++pos >= window.len) {
+            stretch.first[element] = pos;
+            return ranOff(element, pos);
         }
         stretch.first[element] = pos;
         entering = memo;
     }
 }
 
-bool StuckWindows(MatchState &state, const unsigned char *text, int64_t nextStart, int64_t len, StuckRun *run)
+// On entering an element that takes runs: when an earlier path of this
+// window, or the carried one, went through the state, the attempt ends as
+// it did (*result, true), or goes on from the carried path's frontier.
+bool Attempt::meetEarlierPath(AttemptResult *result)
 {
-    const uint32_t flags0 = g_aiPatCount[0];
+    const int64_t at = window.base + pos;
+    if (element < state.memoRows && state.memoLo[element] <= at && at <= state.memoHi[element]) {
+        *result = decided(element - 1, state.memoEnd[element], 0);
+        return true;
+    }
+    const CarriedPath &carried = state.carried;
+    if (joined || !carried.valid || element < carried.first || element >= carried.rows || at < carried.lo[element] ||
+        at > carried.hi[element])
+        return false;
+    ownEnd = element;
+    if (carried.end != kPathPending) {
+        *result = decided(element - 1, carried.end, 0);
+        return true;
+    }
+    joined = true;
+    element = carried.element;
+    pos = carried.pos - window.base;
+    stretch.first[element] = carried.lo[element] - window.base;
+    if (pos < window.len)
+        return false;
+    *result = ranOff(element, pos);
+    return true;
+}
+
+// Takes the whole run of bytes the current element accepts after pos at
+// once; false when the run reaches the window's end.
+bool Attempt::takeRun()
+{
+    const int64_t run = RunEnd(pattern, element, window.text, pos + 1, window.len);
+    steps += run - pos - 1;
+    if (run >= window.len)
+        return false;
+    pos = run;
+    return true;
+}
+
+// The attempt ended within the window in `result` (match end or
+// kPathFails; on failure the window length failEnd decides it), its last
+// state on element lastRow.
+AttemptResult Attempt::decided(int lastRow, int64_t result, int64_t failEnd)
+{
+    state.steps += steps;
+    if (memo)
+        record(lastRow, result);
+    if (result == kPathFails)
+        return {AttemptEnd::Fail, failEnd};
+    return {AttemptEnd::Success, result - window.base};
+}
+
+// The attempt ran off the window at the frontier (frontier, at).
+AttemptResult Attempt::ranOff(int frontier, int64_t at)
+{
+    state.steps += steps;
+    if (memo)
+        carry(frontier, at);
+    return {AttemptEnd::RanOut, 0};
+}
+
+// The carried path went on from its frontier up to element lastRow: its
+// stretches there grow by what this attempt worked.
+void Attempt::extendCarried(int lastRow)
+{
+    CarriedPath &carried = state.carried;
+    for (int k = carried.element; k >= 0 && k <= lastRow && k < kMaxElements; ++k) {
+        if (k > carried.element)
+            carried.lo[k] = window.base + stretch.first[k];
+        carried.hi[k] = window.base + stretch.last[k];
+    }
+    if (lastRow + 1 > carried.rows)
+        carried.rows = lastRow + 1;
+}
+
+// Records an attempt that ended in `result`: its own elements become the
+// last path of this window there; when it had joined the carried path,
+// that path gets the same outcome and what it worked from the frontier up
+// to element lastRow.
+void Attempt::record(int lastRow, int64_t result)
+{
+    const int own = joined ? ownEnd : lastRow + 1;
+    for (int k = firstRow; k < own; ++k) {
+        if (!(pattern.flags[k] & kRunFlags))
+            continue;
+        state.memoLo[k] = window.base + stretch.first[k];
+        state.memoHi[k] = window.base + stretch.last[k];
+        state.memoEnd[k] = result;
+    }
+    if (own > state.memoRows)
+        state.memoRows = own;
+    if (joined) {
+        extendCarried(lastRow);
+        state.carried.end = result;
+    }
+}
+
+// Records an attempt that ran off the window at the frontier (frontier,
+// at): it becomes the carried path (joined to the old one when it went on
+// from there).
+void Attempt::carry(int frontier, int64_t at)
+{
+    CarriedPath &carried = state.carried;
+    stretch.last[frontier] = at;
+    int own = ownEnd;
+    if (joined) {
+        extendCarried(frontier);
+    } else {
+        own = frontier + 1;
+        carried.rows = own;
+    }
+    // Its own elements before the joint: later attempts meet it there, not
+    // the older path, which lies before it.
+    for (int k = firstRow; k < own; ++k) {
+        carried.lo[k] = window.base + stretch.first[k];
+        carried.hi[k] = window.base + stretch.last[k];
+    }
+    if (!joined || firstRow < carried.first)
+        carried.first = firstRow;
+    carried.element = frontier;
+    carried.pos = window.base + at;
+    carried.end = kPathPending;
+    carried.valid = true;
+}
+
+} // namespace
+
+AttemptResult RunAttempt(const CompiledPattern &pattern, MatchState &state, const Window &window, int element,
+                         int64_t pos)
+{
+    Attempt attempt(pattern, state, window, element, pos);
+    return attempt.run();
+}
+
+bool StuckWindows(const CompiledPattern &pattern, MatchState &state, const Window &held, StuckRun *run)
+{
+    // With a first byte, element 0 is that one byte.
     int entry = 0;
-    if ((flags0 & ~kFlagNegated) == kFlagSingle && g_cPattern >= 2 && (g_aiPatCount[1] & kRunFlags))
+    if ((pattern.first != 0 || pattern.TakesOneByte(0)) && pattern.count >= 2 && (pattern.flags[1] & kRunFlags))
         entry = 1;
-    else if (!(flags0 & kRunFlags))
+    else if (pattern.first != 0 || !(pattern.flags[0] & kRunFlags))
         return false;
-    if (len < 1 || g_chFirst != 0 || !state.pendValid || state.pendEnd != kPathPending || state.pendFirst > entry ||
-        state.pendRows <= entry)
+    const CarriedPath &carried = state.carried;
+    if (held.len < 1 || !carried.valid || carried.end != kPathPending || carried.first > entry || carried.rows <= entry)
         return false;
-    const int64_t from = nextStart > state.pendLo[entry] ? nextStart : state.pendLo[entry];
-    if (from > state.pendHi[entry] || from >= nextStart + len)
+    const int64_t from = held.base > carried.lo[entry] ? held.base : carried.lo[entry];
+    if (from > carried.hi[entry] || from >= held.base + held.len)
         return false;
     // An attempt from a state on the path joins it at once (no path of this
     // window is remembered) and goes on from its frontier.
     state.memoRows = 0;
-    int64_t end = 0;
-    const AttemptEnd outcome = RunAttempt(state, text, nextStart, len, from - nextStart, entry, &end);
+    const AttemptResult result = RunAttempt(pattern, state, held, entry, from - held.base);
     run->entry = entry;
-    run->lo = state.pendLo[entry];
-    run->hi = state.pendHi[entry];
-    if (outcome == AttemptEnd::RanOut) {
-        run->stuckBefore = nextStart + len + 1;
+    run->lo = carried.lo[entry];
+    run->hi = carried.hi[entry];
+    if (result.outcome == AttemptEnd::RanOut) {
+        run->stuckBefore = held.base + held.len + 1;
         return true;
     }
-    run->stuckBefore = nextStart + end;
-    return end > 0;
+    run->stuckBefore = held.base + result.end;
+    return result.end > 0;
 }
 
-int64_t WindowStop(const StuckRun &run, const unsigned char *text, int64_t start, int64_t len)
+int64_t WindowStop(const CompiledPattern &pattern, const StuckRun &run, const Window &window)
 {
+    const int64_t start = window.base, len = window.len;
     if (len < 1 || start + len >= run.stuckBefore)
         return -1;
     if (run.entry == 0)
         return run.lo <= start && start <= run.hi ? 0 : -1;
-    int64_t first = 0;
-    if (g_plan.count == g_cPattern && g_plan.firstValues > 0) {
-        first = static_cast<int64_t>(FindEitherByte(text, static_cast<size_t>(len - 1), g_plan.firstA, g_plan.firstB));
-    } else {
-        const uint32_t flip = (g_aiPatCount[0] & kFlagNegated) ? 1u : 0u;
-        while (first < len - 1 && !((g_aiPattern[text[first]] ^ flip) & 1u))
-            ++first;
+    if (pattern.first != 0) {
+        // The scan for the first byte counts the newlines it passes: only
+        // windows with none before it are told here. A window without the
+        // byte ends the carried path: it is searched.
+        const auto found = static_cast<int64_t>(
+            FindEitherByte(window.text, static_cast<size_t>(len), pattern.first, pattern.firstOther));
+        if (found >= len || std::memchr(window.text, '\n', static_cast<size_t>(found + 1)) != nullptr)
+            return -1;
+        return found + 1 >= len || (run.lo <= start + found + 1 && start + found + 1 <= run.hi) ? found + 1 : -1;
     }
+    // The first byte element 0 (which takes one byte) accepts, or the
+    // window's last byte, where an attempt runs off whatever it is.
+    const int64_t first = NextStart(pattern, window.text, 0, len - 1);
     if (first == len - 1)
         return first;
     return run.lo <= start + first + 1 && start + first + 1 <= run.hi ? first : -1;
+}
+
+StuckPass PassStuckWindows(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen)
+{
+    StuckPass pass{held.base, 0, -1};
+    if (run.entry != 1)
+        return pass;
+    const int64_t heldEnd = held.base + held.len;
+    // The last start whose window is held whole and ends before the path is
+    // decided.
+    int64_t last = heldEnd - windowLen;
+    if (last > run.stuckBefore - windowLen - 1)
+        last = run.stuckBefore - windowLen - 1;
+    // A window is at least this long (cut after a newline at or after
+    // kCutFrom), so a byte before it is not its last.
+    const int64_t inside = windowLen - 1 < kCutFrom ? windowLen - 1 : kCutFrom;
+    int64_t start = held.base;
+    while (start <= last) {
+        // The window at start stops at the first byte x that element 0
+        // takes, when x is not its last byte and (1, x + 1) is on the path;
+        // with a first byte it consumes x too, and the newlines before x
+        // would be counted: there must be none.
+        const int64_t reach = start + inside < heldEnd ? start + inside : heldEnd;
+        const unsigned char *text = held.text + (start - held.base);
+        const int64_t x =
+            start + (pattern.first != 0 ? static_cast<int64_t>(FindEitherByte(text, static_cast<size_t>(reach - start),
+                                                                              pattern.first, pattern.firstOther))
+                                        : NextStart(pattern, text, 0, reach - start));
+        if (x >= reach || x + 1 < run.lo || x + 1 > run.hi)
+            break;
+        int64_t stop = x - start;
+        if (pattern.first != 0) {
+            if (std::memchr(text, '\n', static_cast<size_t>(stop + 1)) != nullptr)
+                break;
+            ++stop;
+        }
+        pass.consumed += stop;
+        pass.last = start;
+        if (pattern.first != 0) {
+            start += stop;
+            continue;
+        }
+        // The window at x (this one, when stop is 0) consumes nothing, and
+        // so do those right after it, one byte on each, while element 0
+        // takes their first byte.
+        start = x;
+        const int64_t end = last < run.hi - 1 ? last : run.hi - 1;
+        if (start > end)
+            start = pass.last + (stop > 0 ? stop : 1);
+        while (start <= end && pattern.plan.startAccepts[held.text[start - held.base]])
+            pass.last = start++;
+    }
+    pass.next = start;
+    return pass;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "bytescan.h"
 #include "fyndle.h"
 
 // The one or two rarest elements of a run of one-byte elements, with the one
@@ -18,37 +19,46 @@ struct ScanPair {
 };
 
 struct SearchPlan {
-    int count;                // g_cPattern when planned: 0 means no plan (no shortcut)
-    unsigned char firstOther; // g_chFirst in its other case when the search ignores case, else g_chFirst
-    uint32_t negated;         // bit k: element k accepts what its table bit refuses
+    // The head: the leading elements that take one byte each (element 0
+    // also when it is the first byte).
+    int headLength;    // their number
+    ScanPair headScan; // offsets from the start, among the head's elements
+    bool skipHeads;    // the head is two elements or more and headScan has a pair to look for
 
     bool literal;  // every element takes exactly one byte
     ScanPair scan; // literal: offsets from the match start
 
-    // Star tail: a head of one-byte elements (the first may be the first
-    // byte) or, with no first byte, no head; one starred element, then a
-    // tail of single or optional elements of which at least the first is
-    // single.
+    // Star tail: the head (or, with no first byte, no head); one starred
+    // element, then a tail of single or optional elements of which at least
+    // the first is single.
     bool starTail;   // the pattern has that shape and its head or tail a scan pair
-    int starElement; // index of the starred element (the head's length)
+    int starElement; // index of the starred element (headLength)
     int tailSingles; // the tail's leading singles are the elements before this
     // Up to 16 leading singles that each take one byte value, or two that
     // differ in one bit (a letter in either case): byte i of the tail fits
     // when (byte & tailMask[i]) == tailWant[i], the rest of the 16 always.
     bool tailBlock;
     unsigned char tailMask[16], tailWant[16];
-    uint32_t starBit;  // its table bit
-    uint32_t starFlip; // starBit when it is negated, else 0
     ScanPair tailScan; // offsets from the tail's first byte, among its leading singles
-    ScanPair headScan; // offsets from the start, among the head's elements
     bool headFirst;    // look for heads, not tails: the head's scan hits less often
 
     // Element 0 as an attempt takes it: the first byte in either case, or
     // the bytes its set accepts (negation applied).
-    bool skipFirst;               // no first byte, element 0 takes exactly one byte
     int firstValues;              // bytes element 0 accepts, when that is 1 or 2, else 0
     unsigned char firstA, firstB; // those bytes (equal when one)
     bool firstAccepts[256];       // element 0 accepts the byte
+
+    // Starts: with no first byte, when the elements before one that takes
+    // exactly one byte are all stars or optionals (which may take none), an
+    // attempt at a byte none of them accepts fails right there.
+    bool skipStarts;         // the pattern begins that way
+    bool startScan;          // startChoice finds those bytes (else a loop over startAccepts)
+    ByteChoice startChoice;  // up to three values, folded or not, that stand for them
+    bool startInRanges;      // else: the bytes none of them takes form up to three ranges...
+    ByteRanges startRefused; // ...these
+    bool startAccepts[256];  // one of those elements accepts the byte
+    int startSingle;         // the first element that takes exactly one byte (0: element 0 itself)
+    bool leadAccepts[256];   // one of the elements before it accepts the byte
     // No match holds a newline: no element accepts one, and the last
     // element takes the byte a match ends with (a star or an optional one
     // ends it with the byte it refused).
@@ -60,17 +70,24 @@ struct SearchPlan {
     // a byte it refuses).
     bool neverPlus; // element 0 is a '+'
     bool neverStar; // element 0 is such a star
+    // No attempt can ever match, for these or other reasons (a '+', an
+    // element that accepts nothing, a star followed by a one-byte element
+    // that accepts only what the star takes): a search finds nothing
+    // whatever the text, and a file need not be read for it.
+    bool neverMatches;
 
     // Per starred or '+' element: when it refuses just one or two byte
     // values, they end its runs and a byte scan finds them.
     int runStops[kMaxElements];                                   // 1 or 2, else 0
     unsigned char runStopA[kMaxElements], runStopB[kMaxElements]; // the values (equal when one)
+    // Else, when the bytes it accepts form at most three ranges, a vector
+    // test of those finds them.
+    bool runInRanges[kMaxElements];     // runRanges holds its set
+    ByteRanges runRanges[kMaxElements]; // the ranges
 };
 
-// The plan of the prepared pattern; PreparePattern (pattern.h) makes it.
-extern SearchPlan g_plan;
+struct CompiledPattern;
 
-// Makes g_plan for the compiled pattern in g_aiPattern, g_aiPatCount,
-// g_cPattern and g_chFirst (tables already widened for case) and the case
-// switch g_fMatchCase. Called only while no search runs.
-void PlanSearch();
+// Makes the plan of a compiled pattern whose table, flags, count, first
+// bytes and case switch are set (its table already widened for case).
+void PlanSearch(const CompiledPattern &pattern, SearchPlan *plan);

@@ -10,8 +10,6 @@
 
 #include <cstring>
 
-#include "fyndle.h"
-#include "matcher_plan.h"
 #include "qvstring.h"
 
 namespace {
@@ -88,6 +86,37 @@ int parsePlain(Compiler &c, unsigned char *chFirst)
     return c.element;
 }
 
+// What a backslash escape outside a set made.
+enum class Escape { Element, Ignored, IgnoredAtEnd, Invalid };
+
+// Reads the escape whose backslash is consumed and builds its element.
+Escape readEscape(Compiler &c, unsigned char *chFirst)
+{
+    const unsigned char next = c.text[c.pos];
+    if (next == 0)
+        return Escape::Invalid; // a lone trailing backslash
+    ++c.pos;
+    if (std::strchr("{}()!", next) != nullptr)
+        return c.text[c.pos] == 0 ? Escape::IgnoredAtEnd : Escape::Ignored;
+    if (next == '~') {
+        const unsigned char refused = c.text[c.pos];
+        if (refused == 0)
+            return Escape::Invalid; // "\~" with nothing to refuse
+        ++c.pos;
+        c.accept(refused);
+        c.flags[c.element] = kFlagNegated;
+        c.readSuffix();
+    } else if (next == ':') {
+        c.flags[c.element] = kFlagSingle; // accepts no byte at all
+    } else {
+        c.accept(next);
+        if (c.element == 0)
+            *chFirst = next;
+        c.readSuffix();
+    }
+    return Escape::Element;
+}
+
 int parseRegExp(Compiler &c, unsigned char *chFirst)
 {
     while (c.text[c.pos] != 0) {
@@ -118,33 +147,15 @@ int parseRegExp(Compiler &c, unsigned char *chFirst)
             c.readSuffix();
             break;
         case '\\': {
-            unsigned char next = c.text[c.pos];
-            if (next == 0)
-                return 0; // a lone trailing backslash
-            ++c.pos;
-            if (std::strchr("{}()!", next) != nullptr) {
-                if (c.text[c.pos] == 0) {
-                    c.flags[c.element] = kFlagEnd;
-                    return c.element;
-                }
-                continue; // ignored: no element
+            const Escape escape = readEscape(c, chFirst);
+            if (escape == Escape::Invalid)
+                return 0;
+            if (escape == Escape::IgnoredAtEnd) {
+                c.flags[c.element] = kFlagEnd;
+                return c.element;
             }
-            if (next == '~') {
-                unsigned char refused = c.text[c.pos];
-                if (refused == 0)
-                    return 0; // "\~" with nothing to refuse
-                ++c.pos;
-                c.accept(refused);
-                c.flags[c.element] = kFlagNegated;
-                c.readSuffix();
-            } else if (next == ':') {
-                c.flags[c.element] = kFlagSingle; // accepts no byte at all
-            } else {
-                c.accept(next);
-                if (c.element == 0)
-                    *chFirst = next;
-                c.readSuffix();
-            }
+            if (escape == Escape::Ignored)
+                continue; // no element
             break;
         }
         default:
@@ -188,18 +199,20 @@ void WidenPatternForCase(uint32_t *table)
         table[upper] = table[upper - 'A' + 'a'];
 }
 
-int PreparePattern(char *pattern, int regExp, int matchCase)
+bool PreparePattern(char *pattern, int regExp, int matchCase, CompiledPattern *compiled)
 {
     if (!matchCase)
         StrLower(pattern);
-    g_fMatchCase = matchCase ? 1 : 0;
-    // The compiler clears the 255 entries it is given; byte 255's is cleared
-    // here, so that a process preparing one pattern after another (the tests,
-    // the fuzzer) starts each from the zeroed table the tool starts from.
-    g_aiPattern[255] = 0;
-    g_cPattern = ParsePattern(g_aiPattern, 255, g_aiPatCount, pattern, &g_chFirst, regExp);
+    // The compiler clears the 255 entries it is given; byte 255's starts at
+    // zero as in a fresh process.
+    compiled->table[255] = 0;
+    compiled->count = ParsePattern(compiled->table, 255, compiled->flags, pattern, &compiled->first, regExp);
+    compiled->matchCase = matchCase != 0;
+    const unsigned char first = compiled->first;
+    compiled->firstOther =
+        (!matchCase && first >= 'a' && first <= 'z') ? static_cast<unsigned char>(first - 'a' + 'A') : first;
     if (!matchCase)
-        WidenPatternForCase(g_aiPattern);
-    PlanSearch();
-    return g_cPattern;
+        WidenPatternForCase(compiled->table);
+    PlanSearch(*compiled, &compiled->plan);
+    return compiled->count > 0;
 }

@@ -66,9 +66,9 @@ template <typename PutNumber>
 void putReport(ReportBatch &batch, const char *name, size_t nameLen, PutNumber putNumber, const char *text, size_t len)
 {
     const size_t need = nameLen + kNumberMax + len + 6;
-    if (need > ReportBatch::kSize - batch.used) {
+    if (need > kReportBatchSize - batch.used) {
         ReportFlush(batch);
-        if (need > ReportBatch::kSize) {
+        if (need > kReportBatchSize) {
             char number[kNumberMax];
             const char *numberEnd = putNumber(number);
             writeBatch(batch, name, nameLen);

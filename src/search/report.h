@@ -8,18 +8,18 @@
 
 class OutputSink;
 
-// Match reports gathered for one output call: handing each line to the
-// output on its own cost about as much as finding its match. One per
-// searching thread.
+// One searching thread's gathered match reports: handing each line to the
+// output on its own costs about as much as finding its match.
+inline constexpr size_t kReportBatchSize = 16 << 10;
 struct ReportBatch {
-    static constexpr size_t kSize = 16 << 10;
-    OutputSink *out; // where the reports go; null: straight to standard output
-    size_t used;     // bytes gathered
-    char bytes[kSize];
+    OutputSink *out;              // where the reports go; null: straight to standard output
+    size_t used;                  // bytes gathered; 0 to start
+    char bytes[kReportBatchSize]; // the reports, one after the other
 };
 
 // The match reports (the two below) are gathered in a batch and reach the
-// output at ReportFlush, which the matcher calls before it returns.
+// output at ReportFlush, which the matcher calls before it returns; it
+// hands what batch holds to the output and empties it.
 void ReportFlush(ReportBatch &batch);
 
 // "<name> (<line>): <text>\n": a matching line, line numbers from 1. The

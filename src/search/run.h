@@ -1,12 +1,13 @@
 // The run: everything one run of the tool keeps while it goes, built by
 // RunFyndle and passed down to the pieces that need it. The option flags
-// and the compiled pattern are not here: they are set once before the
-// search and only read after (fyndle.h).
+// are not here: they are set once before the search and only read after
+// (fyndle.h).
 #pragma once
 
 #include <cstdint>
 
 #include "output.h"
+#include "pattern.h"
 
 // The run's counts, summed over the files searched.
 struct RunCounters {
@@ -28,10 +29,11 @@ struct SearchRun {
     SearchRun(const SearchRun &) = delete;
     SearchRun &operator=(const SearchRun &) = delete;
 
-    int threads = 1;      // threads that search, the calling one among them: 1 starts none
-    OrderedOutput output; // standard output, in the order of a one-thread run
-    OutputSink out;       // the calling thread's way to it before and after the search
-    RunCounters counters; // of the search, complete once it has ended
+    CompiledPattern pattern{}; // prepared before the search, only read during it (unused under -l)
+    int threads = 1;           // threads that search, the calling one among them: 1 starts none
+    OrderedOutput output;      // standard output, in the order of a one-thread run
+    OutputSink out;            // the calling thread's way to it before and after the search
+    RunCounters counters;      // of the search, complete once it has ended
 };
 
 // CPUs the process may run on (its affinity mask), at most 16; at least 1.

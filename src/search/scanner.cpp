@@ -45,6 +45,7 @@
 #include "fyndle.h"
 #include "matcher.h"
 #include "output.h"
+#include "pattern.h"
 #include "report.h"
 
 namespace {
@@ -165,7 +166,8 @@ struct CutFinder {
     }
 };
 
-// Called when the full window before windowStart consumed nothing: passes
+// Called when the full window before windowStart consumed nothing (or, with
+// a first byte, ran off its end with the carried path pending): passes
 // over the run of windows from windowStart on that the matcher can tell
 // (StuckWindows, WindowStop), as if each had been searched, adding what
 // each consumed to the offset and moving the window, the carry and the
@@ -176,8 +178,8 @@ struct CutFinder {
 // from one window to the next (the newline that ends one stays in the next
 // one's tail or drops out of it, leaving that window uncut), so the stuck
 // ones are a run.
-void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &windowStart, int &carried, int &folded,
-                      int64_t &offset)
+void passStuckWindows(const CompiledPattern &pattern, const ChunkReader &reader, MatchState &state,
+                      int64_t &windowStart, int &carried, int &folded, int64_t &offset)
 {
     const int64_t heldEnd = reader.bufferStart + reader.bufferUsed;
     auto held = [&](int64_t position) {
@@ -185,14 +187,15 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
     };
     StuckRun run{};
     if (windowStart + kWindowSize > heldEnd ||
-        !StuckWindows(state, held(windowStart), windowStart, heldEnd - windowStart, &run))
+        !StuckWindows(pattern, state, Window{held(windowStart), windowStart, heldEnd - windowStart}, &run))
         return;
     int64_t foldedTo = windowStart + folded; // file position up to which the next window's bytes count as folded
     int64_t lastEnd = -1;                    // one past the searched part of the last window passed over
     if (run.entry == 0) {
         auto stuck = [&](int64_t start) {
-            return WindowStop(run, held(start), start,
-                              cutLength(reader.buffer + (start - reader.bufferStart), kWindowSize)) == 0;
+            return WindowStop(pattern, run,
+                              Window{held(start), start,
+                                     cutLength(reader.buffer + (start - reader.bufferStart), kWindowSize)}) == 0;
         };
         int64_t low = windowStart;
         int64_t high = heldEnd - kWindowSize;
@@ -212,8 +215,19 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
         CutFinder cuts{reader, -1, 0};
         cuts.next = cuts.newlineFrom(windowStart);
         for (int64_t start = windowStart; start + kWindowSize <= heldEnd;) {
+            // As many as the matcher tells at once, then one by one.
+            const StuckPass pass =
+                PassStuckWindows(pattern, run, Window{held(start), start, heldEnd - start}, kWindowSize);
+            if (pass.last >= 0) {
+                offset += pass.consumed;
+                lastEnd = cuts.windowEnd(pass.last);
+                carried = kWindowSize - static_cast<int>(pass.next - pass.last);
+                windowStart = start = pass.next;
+                if (start + kWindowSize > heldEnd)
+                    break;
+            }
             const int64_t end = cuts.windowEnd(start);
-            const int64_t stop = WindowStop(run, held(start), start, end - start);
+            const int64_t stop = WindowStop(pattern, run, Window{held(start), start, end - start});
             if (stop < 0)
                 break;
             offset += stop;
@@ -235,6 +249,7 @@ void passStuckWindows(const ChunkReader &reader, MatchState &state, int64_t &win
 
 int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *path)
 {
+    const CompiledPattern &pattern = *searcher.pattern;
     ChunkReader reader{searcher.buffer.get(), searcher.stop, fd, size, 0, 0, 0, false, false};
     const char *name = g_fFileNamesOnly ? nullptr : path;
     int64_t offset = 0; // running byte offset handed to the matcher
@@ -259,7 +274,8 @@ int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *pat
         state.printFolded = folded < searched ? folded : searched;
 
         const int64_t before = offset;
-        total += SearchWindow(&state, windowStart, name, window, searched, &offset, &line, window, g_fMatchWord);
+        total += SearchWindow(pattern, state, MatchWindow{name, window, window, searched, windowStart, g_fMatchWord},
+                              &offset, &line);
         const int64_t consumed = offset - before;
         // A window in which nothing was consumed still moves on by one byte.
         int64_t leftover = searched - consumed - (consumed == 0 ? 1 : 0);
@@ -270,16 +286,17 @@ int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *pat
         folded = foldedEnd > advance ? foldedEnd - advance : 0;
         windowStart += advance;
         carried = filled - advance;
-        if (consumed == 0 && filled == kWindowSize && !reader.perWindow)
-            passStuckWindows(reader, state, windowStart, carried, folded, offset);
+        if ((consumed == 0 || (pattern.first != 0 && state.carried.valid)) && filled == kWindowSize &&
+            !reader.perWindow)
+            passStuckWindows(pattern, reader, state, windowStart, carried, folded, offset);
     }
     return total;
 }
 
 } // namespace
 
-FileSearcher::FileSearcher(OutputSink &sink, const std::atomic<bool> &stopFlag)
-    : out(sink), stop(stopFlag), buffer(new (std::nothrow) char[kChunkSize])
+FileSearcher::FileSearcher(const CompiledPattern *searched, OutputSink &sink, const std::atomic<bool> &stopFlag)
+    : pattern(searched), out(sink), stop(stopFlag), buffer(new (std::nothrow) char[kChunkSize])
 {
     reports.out = &sink;
     reports.used = 0;
@@ -322,7 +339,9 @@ int64_t ScanOpenFile(FileSearcher &searcher, int fd, const char *path)
         return 0;
     }
     int64_t total = 0;
-    if (status.st_size > 0)
+    // A pattern that can never match finds nothing in any file: its bytes
+    // need not be read.
+    if (status.st_size > 0 && !searcher.pattern->plan.neverMatches)
         total = searchFile(searcher, fd, status.st_size, path);
     close(fd);
     if (g_fFileNamesOnly && total > 0)

@@ -9,16 +9,19 @@
 #include "report.h"
 
 class OutputSink;
+struct CompiledPattern;
 
-// One thread's means to search files: its read buffer, its report batch
-// and its way to the output. Never shared between threads.
+// One thread's means to search files: the pattern it shares with the
+// others, its read buffer, its report batch and its way to the output.
+// Never shared between threads.
 struct FileSearcher {
     // Null buffer when its memory cannot be had: the thread then searches
     // nothing.
-    FileSearcher(OutputSink &sink, const std::atomic<bool> &stopFlag);
+    FileSearcher(const CompiledPattern *searched, OutputSink &sink, const std::atomic<bool> &stopFlag);
     FileSearcher(const FileSearcher &) = delete;
     FileSearcher &operator=(const FileSearcher &) = delete;
 
+    const CompiledPattern *pattern; // what it searches for; null under -l
     OutputSink &out;                // where its messages and reports go
     const std::atomic<bool> &stop;  // set when the run must end: a file is left at its next read
     std::unique_ptr<char[]> buffer; // kChunkSize bytes: the file's bytes as read

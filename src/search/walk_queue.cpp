@@ -106,7 +106,9 @@ struct Claim {
 
 // One searching thread's tools.
 struct Worker {
-    Worker(OrderedOutput &output, const std::atomic<bool> &stop) : sink(output), searcher(sink, stop) {}
+    explicit Worker(SearchRun &run)
+        : sink(run.output), searcher(g_fCountLines ? nullptr : &run.pattern, sink, run.output.FailedFlag())
+    {}
     OutputSink sink;
     FileSearcher searcher;
 };
@@ -590,7 +592,7 @@ bool Walk::startThread()
 
 bool Walk::startThreadWithin()
 {
-    auto worker = std::unique_ptr<Worker>(new (std::nothrow) Worker(run_.output, run_.output.FailedFlag()));
+    auto worker = std::unique_ptr<Worker>(new (std::nothrow) Worker(run_));
     if (!worker || !worker->searcher.buffer || !worker->sink.Reserve())
         return false;
     workers_.push_back(std::move(worker));

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -32,15 +31,25 @@ struct Search {
     int64_t offset = 0, line = 0, steps = 0; // bytes consumed, newlines counted, states worked (with a MatchState)
 };
 
-// Prepares the pattern as the command line does and searches text once.
-Search runSearch(const std::string &options, std::string pattern, const std::string &text, const char *name = "f")
+// The pattern the searches below run with, prepared as the command line
+// prepares it.
+CompiledPattern s_pattern;
+
+// Prepares the pattern and searches text once, as one window alone; plain:
+// without the shortcuts.
+Search runSearch(const std::string &options, std::string pattern, const std::string &text, const char *name = "f",
+                 bool plain = false)
 {
     auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
     g_fBinary = has('b');
-    PreparePattern(pattern.data(), has('r'), has('c'));
+    PreparePattern(pattern.data(), has('r'), has('c'), &s_pattern);
     Search s;
     StdoutCapture capture;
-    s.found = iGrepText(name, text.data(), static_cast<int>(text.size()), &s.offset, &s.line, text.data(), has('w'));
+    MatchState state{};
+    state.plain = plain;
+    s.found = SearchWindow(s_pattern, state,
+                           MatchWindow{name, text.data(), text.data(), static_cast<int>(text.size()), 0, has('w')},
+                           &s.offset, &s.line);
     s.out = capture.take();
     return s;
 }
@@ -74,7 +83,7 @@ TEST(Matcher, ReportsCountsAndHowFarItGets)
         EXPECT_TRUE(c.offset < 0 || (s.offset == c.offset && s.line == c.line)) << s.offset << " " << s.line;
     }
     int64_t offset = 7, line = 3;
-    EXPECT_EQ(iGrepText("f", "", 0, &offset, &line, "", 0), 0);
+    EXPECT_EQ(iGrepText(s_pattern, "f", "", 0, &offset, &line, "", 0), 0);
     EXPECT_TRUE(offset == 7 && line == 3);
 }
 
@@ -127,28 +136,39 @@ std::string randomText(std::mt19937 &rng, size_t size)
 // that carry what was not consumed (a window that consumed nothing moves on
 // by one byte); with a MatchState per text, passing over the windows it
 // can tell, or alone window by window.
-Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f")
+Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f",
+                     bool plain = false)
 {
     Search s;
-    auto reports = std::make_unique<ReportBatch>();
-    reports->out = nullptr; // straight to standard output
-    reports->used = 0;
     MatchState state{};
-    state.reports = reports.get();
+    state.plain = plain;
     StdoutCapture capture;
     for (int64_t at = 0; at < static_cast<int64_t>(text.size());) {
         const int len = static_cast<int>(std::min<int64_t>(window, static_cast<int64_t>(text.size()) - at));
         const int64_t before = s.offset;
-        s.found += keepState ? SearchWindow(&state, at, name, text.data() + at, len, &s.offset, &s.line,
-                                            text.data() + at, matchWord)
-                             : iGrepText(name, text.data() + at, len, &s.offset, &s.line, text.data() + at, matchWord);
+        const MatchWindow piece{name, text.data() + at, text.data() + at, len, at, matchWord};
+        if (keepState) {
+            s.found += SearchWindow(s_pattern, state, piece, &s.offset, &s.line);
+        } else {
+            MatchState alone{};
+            alone.plain = plain;
+            s.found += SearchWindow(s_pattern, alone, MatchWindow{name, piece.text, piece.print, len, 0, matchWord},
+                                    &s.offset, &s.line);
+        }
         const int64_t consumed = s.offset - before;
         at += std::max<int64_t>(consumed, 1);
         const int64_t size = static_cast<int64_t>(text.size());
         const auto *bytes = reinterpret_cast<const unsigned char *>(text.data());
         StuckRun run{};
-        if (keepState && consumed == 0 && len == window && StuckWindows(state, bytes + at, at, size - at, &run))
-            for (int64_t stop = 0; at + window <= size && (stop = WindowStop(run, bytes + at, at, window)) >= 0;) {
+        const bool stuck = consumed == 0 || (s_pattern.first != 0 && state.carried.valid);
+        if (keepState && stuck && len == window &&
+            StuckWindows(s_pattern, state, Window{bytes + at, at, size - at}, &run))
+            for (int64_t stop = 0; at + window <= size;) {
+                const StuckPass pass = PassStuckWindows(s_pattern, run, Window{bytes + at, at, size - at}, window);
+                s.offset += pass.consumed;
+                at = pass.next;
+                if (at + window > size || (stop = WindowStop(s_pattern, run, Window{bytes + at, at, window})) < 0)
+                    break;
                 s.offset += stop;
                 at += std::max<int64_t>(stop, 1);
             }
@@ -170,21 +190,25 @@ TEST(Matcher, ShortcutsChangeNothing)
                          bool windows) {
         const std::string context = options + " '" + pattern + "' over '" + text + "'";
         const bool word = options.find('w') != std::string::npos;
-        SetMatcherShortcuts(false);
-        Search plain = runSearch(options, pattern, text);
-        Search plainWindows = windows ? searchWindows(text, 61, false, word) : plain;
-        SetMatcherShortcuts(true);
+        Search plain = runSearch(options, pattern, text, "f", true);
+        Search plainWindows = windows ? searchWindows(text, 61, false, word, "f", true) : plain;
         Search fast = runSearch(options, pattern, text);
         Search fastWindows = windows ? searchWindows(text, 61, true, word) : fast;
         for (const auto &[got, want] : {std::pair(&fast, &plain), std::pair(&fastWindows, &plainWindows)})
             ASSERT_TRUE(got->out == want->out && got->found == want->found && got->offset == want->offset &&
                         got->line == want->line)
                 << context;
+        // A pattern planned to never match is not searched at all by the
+        // scanner: the plain search must find nothing with it.
+        ASSERT_TRUE(!s_pattern.plan.neverMatches || (plain.found == 0 && plainWindows.found == 0)) << context;
     };
-    const char *fixed[] = {"s[a-z]*_t",    "s[^_]*_t",      "s[a-z]*\\~_b", "^[ ]*s",       "s[ab]*st",
-                           "ab_",          "[ab]_s",        "sa",           "sa[a-z]*_$",   "[sz][a-z]*_s",
-                           "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$",   "[^s]a*\\~_z$", ".s[ab]*_",
-                           "_[ab]*_",      "_s[a]*_s"};
+    const char *fixed[] = {"s[a-z]*_t", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st", "ab_", "[ab]_s", "sa",
+                           "sa[a-z]*_$", "[sz][a-z]*_s", "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$", "[^s]a*\\~_z$",
+                           ".s[ab]*_", "_[ab]*_", "_s[a]*_s",
+                           // A frequent first element with rarer bytes after it, runs that
+                           // end at a line end, bracketed runs, patterns that never match.
+                           "[sa]ab_[ ]*[a-z]*", "[sx]_z[ ]*s", "[ ]*$", "[ ]*_$", "s*[ ]*_", "[a-z][^ ]*_", "_[^_]*_",
+                           "[a-z][^ ]*[a-z]", "sa[ ]+b", "s[^ ]*\\~ ", "[sa]*\\:"};
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
@@ -193,14 +217,43 @@ TEST(Matcher, ShortcutsChangeNothing)
                    text, true);
     }
     const std::pair<const char *, const char *> pieces[] = {
-        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"}, {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
-        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},  {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
-        {"str[^;]*;", "str a; str\nb;x strstr ;str"}, {"#[ ]*def", "#  def #de # #def#"},
+        {"zs[ab]*_s", "zsab_s zsab_x zs_s zsba_ zs"},
+        {"sa[a-z]*_$", "sab_\r\nsa_\rx sab_\nsab_\r"},
+        {"[sS][a-z]*_t", "xs_t sab_x Sa_t s__t s_"},
+        {"\\~ [a-z]*_b$", "a_b\nxab_b\r\n ab_bz a_b\r"},
+        {"str[^;]*;", "str a; str\nb;x strstr ;str"},
+        {"#[ ]*def", "#  def #de # #def#"},
+        {"[sa]ab_[ ]*[a-z]*", "sab_ ab aab_  x sab_"},
+        {"[ ]*$", "a  \nb\r\n  \r\n\n x"},
+        {"[ ]*_$", "a _\n __\r\n_ _\n"},
+        {"s[ ]+a", "s  a sa s a"},
     };
     for (const auto &[pattern, text] : pieces)
         for (size_t end = 1; end <= std::strlen(text); ++end)
             for (const char *options : {"r", "rb", "rc"})
                 expectSame(options, pattern, std::string(text, end), false);
+    // Lines longer than many windows, where windows that consume nothing,
+    // or stop at the next first byte, follow one another: the path carried
+    // through them may leave its run element before it runs off.
+    const std::string letters = [] {
+        std::string text;
+        for (int i = 0; i < 400; ++i)
+            text += "abbazbaxab"[i * 7 % 10];
+        return text;
+    }();
+    const std::pair<const char *, std::string> longLines[] = {
+        {"[a-z]s*_[a-z]*q", "xss_" + letters},
+        {"[a-z]s*_[a-z]*q", letters + "ss_" + letters},
+        {"x[a-z]*_q", letters},
+        {"x[a-z]*_q", letters + "\n" + letters},
+        {"[ab]b*z[a-z]*q", letters},
+        {"[a-z][^_]*_", letters + "_" + letters},
+        {"a[b]*x[a-z]*_", "abbbx" + letters},
+        {"[a-z_]s*_[a-z]*q", "xss_" + letters},
+    };
+    for (const auto &[pattern, text] : longLines)
+        for (const char *options : {"r", "rc"})
+            expectSame(options, pattern, text, true);
 }
 
 // The work stays linear in the window's size on windows where every start
@@ -217,20 +270,33 @@ TEST(Matcher, WorkGrowsLinearly)
     // The last two fail two bytes before the window's end after a long run,
     // where only the failed paths kept from earlier attempts stop the runs.
     const Shape shapes[] = {
-        {"[a-z]*_q", 'a', " ", 0},   {"[^\"]*\"q", 'a', "\"", 0},      {"x[a-z]*_q", 'x', " ", 0},
-        {"[a-z]+_", 'a', " ", 0},    {"a[a-z]*[a-z]*_", 'a', " ", 0},  {"[^ ]*_t ", 'q', " ", 0},
-        {"[a-z]*_q", 'a', "a", 512}, {"x[a-z]*_q", 'x', "x", 512},     {"[^\"]*\"q", 'a', "\"", 512},
-        {"[a-z]+x", 'a', "a", 512},  {"a[a-z]*[0-9]*q", 'a', "  ", 0}, {"[a-z]*[0-9]*q", 'a', "  ", 0},
+        {"[a-z]*_q", 'a', " ", 0},
+        {"[^\"]*\"q", 'a', "\"", 0},
+        {"x[a-z]*_q", 'x', " ", 0},
+        {"[a-z]+_", 'a', " ", 0},
+        {"a[a-z]*[a-z]*_", 'a', " ", 0},
+        {"[^ ]*_t ", 'q', " ", 0},
+        {"[a-z]*_q", 'a', "a", 512},
+        {"x[a-z]*_q", 'x', "x", 512},
+        {"[^\"]*\"q", 'a', "\"", 512},
+        {"[a-z]+x", 'a', "a", 512},
+        {"a[a-z]*[0-9]*q", 'a', "  ", 0},
+        {"[a-z]*[0-9]*q", 'a', "  ", 0},
+        // Heads looked for by their rarest bytes, starts passed over by the
+        // bytes their leading elements take.
+        {"[ab]aa[a-z]*[ ]*", 'a', " ", 0},
+        {"[ ]*$", ' ', "x", 0},
+        {"[ ]*[a-z]*$", ' ', "a", 512},
     };
     for (const Shape &shape : shapes) {
         int64_t steps[2];
         for (int size : {2048, 4096}) {
             std::string pattern = shape.pattern;
-            PreparePattern(pattern.data(), 1, 0);
+            PreparePattern(pattern.data(), 1, 0, &s_pattern);
             std::string text(static_cast<size_t>(size) - std::strlen(shape.last), shape.fill);
             text += shape.last;
             steps[size / 4096] = searchWindows(text, shape.window > 0 ? shape.window : size, true, 0, nullptr).steps;
-            EXPECT_LE(steps[size / 4096], 4 * g_cPattern * size) << shape.pattern << " over " << size;
+            EXPECT_LE(steps[size / 4096], 4 * s_pattern.count * size) << shape.pattern << " over " << size;
         }
         EXPECT_LE(steps[1], 2 * steps[0] + 64) << shape.pattern;
     }

@@ -248,12 +248,13 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
         ch = g_fMatchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     modelRead(folded, g_fRegExp);
     const std::string want = modelFile(content, path);
-    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase);
+    static CompiledPattern compiled;
+    PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase, &compiled);
     StdoutCapture capture;
     {
         OrderedOutput output;
         OutputSink sink(output);
-        FileSearcher searcher(sink, output.FailedFlag());
+        FileSearcher searcher(&compiled, sink, output.FailedFlag());
         ScanOpenFile(searcher, OpenFileAt(AT_FDCWD, path.c_str()), path.c_str());
     }
     std::remove(path.c_str());
@@ -276,9 +277,10 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     // weight decides between short lines and lines longer than a window.
     const std::string shortLines = "abAB_ \n\n\r\x01\xe9", longLines = "abcABC_-.";
     const char *plainPatterns[] = {"ab", "a", "Ab", "bA", "ab_", "\n", "aaa", "b b"};
-    const char *regExpPatterns[] = {"a.b", "ab*",       "[ab]b",     "^ab",      "ab$",     "[^a]b",       "a\\~bB",
-                                    "b+a", ".*a",       "[a-b]*b",   "a$b",      "\\(ab",   "[ab]+",       "^",
-                                    "$",   "\\~a[^b]A", "[ab][^_]b", "a[ab]*_b", "b[^_]*_", "a[a-c]*\\~b_"};
+    const char *regExpPatterns[] = {
+        "a.b",       "ab*",      "[ab]b",   "^ab",          "ab$",    "[^a]b",   "a\\~bB",     "b+a",
+        ".*a",       "[a-b]*b",  "a$b",     "\\(ab",        "[ab]+",  "^",       "$",          "\\~a[^b]A",
+        "[ab][^_]b", "a[ab]*_b", "b[^_]*_", "a[a-c]*\\~b_", "[ab]*_", "a[^_]*b", "[ab]a[ ]*b", "[ ]*$"};
     for (int round = 0; round < 300; ++round) {
         const bool regExp = round % 2 == 1;
         const std::string options = std::string(regExp ? "r" : "") + ((round / 2) % 2 ? "b" : "") +

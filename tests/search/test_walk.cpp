@@ -97,10 +97,10 @@ Outcome search(int threads, const std::string &options, std::string pattern, con
     auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
     g_fBinary = has('b'), g_fMatchCase = has('c'), g_fFileNamesOnly = has('f'), g_fCountLines = has('l');
     g_fRegExp = has('r'), g_fVerbose = has('v'), g_fMatchWord = has('w'), g_fDoSubdirectories = 1;
-    if (!g_fCountLines) {
-        EXPECT_NE(PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase), 0);
-    }
     SearchRun run;
+    if (!g_fCountLines) {
+        EXPECT_TRUE(PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase, &run.pattern));
+    }
     run.threads = threads;
     std::string directory = folder;
     StdoutCapture capture;
