@@ -10,6 +10,7 @@
 #include "qvstring.h"
 
 #include "qvstring_blocks.h"
+#include "qvstring_fold.h"
 
 #include <cctype>
 #include <cstdint>
@@ -33,38 +34,6 @@ const char *strStr(const char *hay, size_t hayLen, const char *needle, size_t ne
         return nullptr;
     return std::strstr(hay, needle);
 }
-
-// Case folding of a byte taken as a signed char, exactly as tolower gives
-// it in the locale current when the object is made. glibc's tolower reads
-// its answer for every argument from -128 to 255 in this table of the
-// current locale, so the table read directly gives the same values; other C
-// libraries get a table built from tolower itself.
-class CaseFold {
-public:
-#if defined(__GLIBC__)
-    CaseFold() : table_(*__ctype_tolower_loc()) {}
-    int operator()(unsigned char byte) const
-    {
-        return table_[static_cast<signed char>(byte)];
-    }
-
-private:
-    const int32_t *table_; // indexed from -128 to 255
-#else
-    CaseFold()
-    {
-        for (int byte = 0; byte < 256; ++byte)
-            values_[byte] = std::tolower(static_cast<signed char>(byte));
-    }
-    int operator()(unsigned char byte) const
-    {
-        return values_[byte];
-    }
-
-private:
-    int values_[256]; // by the byte's unsigned value
-#endif
-};
 
 // The case-insensitive finder: the first start from 0 to hayLen - needleLen
 // at which all needleLen bytes agree after folding. Candidates come from a
@@ -105,10 +74,10 @@ private:
     // repeated when it is alone.
     bool foldsAlike(unsigned char byte, unsigned char pair[2]) const
     {
-        const int folded = fold_(byte);
+        const int folded = fold_.ofSigned(byte);
         int found = 0;
         for (int other = 0; other < 256; ++other) {
-            if (fold_(static_cast<unsigned char>(other)) != folded)
+            if (fold_.ofSigned(static_cast<unsigned char>(other)) != folded)
                 continue;
             if (found == 2)
                 return false;
@@ -122,12 +91,12 @@ private:
     bool agrees(const unsigned char *at) const
     {
         for (size_t k = 0; k < needleLen_; ++k)
-            if (fold_(at[k]) != fold_(needle_[k]))
+            if (fold_.ofSigned(at[k]) != fold_.ofSigned(needle_[k]))
                 return false;
         return true;
     }
 
-    CaseFold fold_;
+    qvstring::CaseFold fold_;
     const unsigned char *needle_;
     size_t needleLen_;
     bool blockScan_ = false;

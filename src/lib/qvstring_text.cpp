@@ -9,6 +9,7 @@
 // the two differ in. Only the duplicates allocate; their results are
 // released with free().
 #include "qvstring.h"
+#include "qvstring_fold.h"
 
 #include <algorithm>
 #include <cctype>
@@ -16,7 +17,6 @@
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
-#include <strings.h>
 
 namespace {
 
@@ -41,9 +41,18 @@ template <> struct CharText<char> {
         const int value = static_cast<signed char>(c);
         return value >= 0 ? static_cast<char>(std::toupper(value)) : c;
     }
-    static int compare(const char *a, const char *b, bool caseSensitive)
+    // Whether the texts are equal, or equal ignoring case as strcasecmp
+    // compares them (each byte through tolower as unsigned); a and b have
+    // the same length.
+    static bool equal(const char *a, const char *b, bool caseSensitive)
     {
-        return caseSensitive ? std::strcmp(a, b) : strcasecmp(a, b);
+        if (caseSensitive)
+            return std::strcmp(a, b) == 0;
+        const qvstring::CaseFold fold;
+        for (; *a != '\0'; ++a, ++b)
+            if (fold.ofUnsigned(static_cast<unsigned char>(*a)) != fold.ofUnsigned(static_cast<unsigned char>(*b)))
+                return false;
+        return true;
     }
     // Fills count characters with ch.
     static void fill(char *at, int ch, size_t count) { std::memset(at, ch, count); }
@@ -54,9 +63,9 @@ template <> struct CharText<wchar_t> {
     static bool isSpace(wchar_t c) { return std::iswspace(static_cast<wint_t>(c)) != 0; }
     static wchar_t lower(wchar_t c) { return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c))); }
     static wchar_t upper(wchar_t c) { return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c))); }
-    static int compare(const wchar_t *a, const wchar_t *b, bool caseSensitive)
+    static bool equal(const wchar_t *a, const wchar_t *b, bool caseSensitive)
     {
-        return caseSensitive ? std::wcscmp(a, b) : wcscasecmp(a, b);
+        return (caseSensitive ? std::wcscmp(a, b) : wcscasecmp(a, b)) == 0;
     }
     // Byte-wise with the low byte of ch, so each character holds that byte
     // four times; callers rely on this exact pattern.
@@ -131,7 +140,7 @@ template <typename Ch> int endsWith(const Ch *s, const Ch *suffix, int caseSensi
     const size_t suffixLen = CharText<Ch>::length(suffix);
     if (suffixLen - 1 >= len)
         return 0;
-    return CharText<Ch>::compare(s + (len - suffixLen), suffix, caseSensitive != 0) == 0 ? 1 : 0;
+    return CharText<Ch>::equal(s + (len - suffixLen), suffix, caseSensitive != 0) ? 1 : 0;
 }
 
 } // namespace

@@ -76,7 +76,7 @@ inline const char *striStr(const char *hay, size_t hayLen, const char *needle, s
 }
 
 struct Copied {
-    size_t count; // replacements made
+    size_t count;    // replacements made
     std::string out; // the result up to its NUL
 };
 
@@ -90,8 +90,8 @@ inline Copied copyReplace(const char *text, size_t textLen, const char *rep, con
     int budget = maxCount;
     size_t start = 0;
     for (;;) {
-        const char *found = caseSensitive ? std::strstr(text + start, pat)
-                                          : striStr(text + start, textLen - start, pat, patLen);
+        const char *found =
+            caseSensitive ? std::strstr(text + start, pat) : striStr(text + start, textLen - start, pat, patLen);
         if (!found)
             break;
         const size_t at = static_cast<size_t>(found - text);

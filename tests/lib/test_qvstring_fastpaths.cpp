@@ -87,11 +87,12 @@ TEST(FastReplace, InPlaceAsStepByStep)
 {
     const struct {
         const char *pat, *rep;
-    } pairs[] = {{"X", "YY"}, {"ab", "abab"}, {"", "z"}, {"aa", "aaa"}, {"XX", "Y"}, {"X", ""},
-                 {"aa", "a"},  {"X", "Y"},     {"aXa", "-"}};
+    } pairs[] = {{"X", "YY"}, {"ab", "abab"}, {"", "z"},  {"aa", "aaa"}, {"XX", "Y"},
+                 {"X", ""},   {"aa", "a"},    {"X", "Y"}, {"aXa", "-"}};
     for (const auto &pair : pairs) {
         const std::wstring wideRep = widen(pair.rep), widePat = widen(pair.pat);
-        const size_t growth = std::strlen(pair.rep) > std::strlen(pair.pat) ? std::strlen(pair.rep) - std::strlen(pair.pat) : 0;
+        const size_t growth =
+            std::strlen(pair.rep) > std::strlen(pair.pat) ? std::strlen(pair.rep) - std::strlen(pair.pat) : 0;
         for (size_t len : {0, 1, 2, 3, 5, 8, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100}) {
             const std::string text = matchRuns(*pair.pat ? pair.pat : "X", len);
             SCOPED_TRACE(std::string(pair.pat) + "->" + pair.rep + " in " + text);
@@ -170,9 +171,19 @@ TEST(FastReplace, CaseInsensitiveAsByteByByte)
 // same piece cut by the terminator; every destination size around the count.
 TEST(FastUtf8, DecodeAsByteByByte)
 {
-    const char *const pieces[] = {"\xC3\xA9",     "\xC3",         "\xE2\x82",         "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
-                                  "\xF0\x9F\x98", "\xFF",         "\x80",             "\xC0\xAF",     "\xF8\x88\x80\x80\x80",
-                                  "\xC3\x28",     "\xEF\xBB\xBF", "\xE0\x80\x80\xC2"};
+    const char *const pieces[] = {"\xC3\xA9",
+                                  "\xC3",
+                                  "\xE2\x82",
+                                  "\xE2\x82\xAC",
+                                  "\xF0\x9F\x98\x80",
+                                  "\xF0\x9F\x98",
+                                  "\xFF",
+                                  "\x80",
+                                  "\xC0\xAF",
+                                  "\xF8\x88\x80\x80\x80",
+                                  "\xC3\x28",
+                                  "\xEF\xBB\xBF",
+                                  "\xE0\x80\x80\xC2"};
     for (size_t len : edgeLengths()) {
         std::string base;
         for (size_t k = 0; k < len; ++k)
@@ -196,7 +207,8 @@ TEST(FastUtf8, DecodeAsByteByByte)
                     sizes.insert(sizes.end(), {count - 1, count});
                 for (size_t size : sizes) {
                     std::wstring fast(size + 4, L'#'), slow = fast;
-                    ASSERT_EQ(UTF8_mbstowcs(fast.data(), src, size), reference::decode(slow.data(), src, size, nullptr));
+                    ASSERT_EQ(UTF8_mbstowcs(fast.data(), src, size),
+                              reference::decode(slow.data(), src, size, nullptr));
                     ASSERT_TRUE(fast == slow) << "size " << size;
                     if (size == 0)
                         continue;
@@ -222,8 +234,9 @@ TEST(FastUtf8, DecodeAsByteByByte)
 // every limit around the length, for the soft limit and the hard cut.
 TEST(FastUtf8, EncodeAsCharacterByCharacter)
 {
-    const wchar_t pieces[] = {0xE9, 0x20AC, 0x1F600, static_cast<wchar_t>(0x80000041), static_cast<wchar_t>(0x80000000),
-                              0x7F, 0x80,   0x7FF,   0x4000000,                        0x7FFFFFFF};
+    const wchar_t pieces[] = {
+        0xE9,  0x20AC,    0x1F600,   static_cast<wchar_t>(0x80000041), static_cast<wchar_t>(0x80000000), 0x7F, 0x80,
+        0x7FF, 0x4000000, 0x7FFFFFFF};
     for (size_t len : edgeLengths()) {
         std::wstring base;
         for (size_t k = 0; k < len; ++k)
