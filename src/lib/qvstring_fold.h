@@ -32,9 +32,15 @@ public:
 #endif
 
     // tolower of the byte taken as a signed char (what the finders use).
-    int ofSigned(unsigned char byte) const { return table_[static_cast<signed char>(byte)]; }
+    int ofSigned(unsigned char byte) const
+    {
+        return table_[static_cast<signed char>(byte)];
+    }
     // tolower of the byte taken as unsigned (what strcasecmp compares).
-    int ofUnsigned(unsigned char byte) const { return table_[byte]; }
+    int ofUnsigned(unsigned char byte) const
+    {
+        return table_[byte];
+    }
 
 private:
     const int32_t *table_; // indexed from -128 to 255
