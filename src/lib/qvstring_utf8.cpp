@@ -66,9 +66,9 @@ inline void encodeOne(uint32_t value, int len, unsigned char *out)
         out[k] = static_cast<unsigned char>(0x80 | ((value >> (6 * (len - 1 - k))) & 0x3F));
 }
 
-// State of one decoding call: dst null counts without storing, and then
-// limit is never reached.
-struct Decoder {
+// State of one decoding call; kStore false counts without storing, and
+// then limit is never reached.
+template <bool kStore> struct Decoder {
     wchar_t *dst;
     size_t limit;
     int *pSkipped;
@@ -82,7 +82,7 @@ struct Decoder {
 
     void put(uint32_t value)
     {
-        if (dst != nullptr)
+        if constexpr (kStore)
             dst[count] = static_cast<wchar_t>(value);
         ++count;
     }
@@ -94,60 +94,77 @@ struct Decoder {
     {
         size_t streak = kBlockAfter;
         while (p < end && count < limit) {
-            const unsigned lead = *p;
-            if (lead < 0x80) {
-                if (streak < kBlockAfter) {
-                    ++streak;
+            // Each byte gives one character at most: before stop neither the
+            // end nor the limit needs a test per character.
+            const size_t span = static_cast<size_t>(end - p), room = limit - count;
+            const unsigned char *stop = p + (span < room ? span : room);
+            while (p < stop) {
+                const unsigned lead = *p;
+                if (lead < 0x80) {
+                    if (streak < kBlockAfter) {
+                        ++streak;
+                        put(lead);
+                        ++p;
+                        continue;
+                    }
+                    const size_t run = widenAscii(kStore ? dst + count : nullptr, p, static_cast<size_t>(stop - p));
+                    p += run;
+                    count += run;
+                    streak = 0;
+                    continue;
+                }
+                streak = 0;
+                if (lead >= 0xC2 && lead <= 0xDF && end - p >= 2 && (p[1] & 0xC0) == 0x80) {
+                    put((lead & 0x1F) << 6 | (p[1] & 0x3F)); // two bytes are never overlong from 0xC2
+                    p += 2;
+                    continue;
+                }
+                if (lead <= 0xBF) { // a stray continuation byte stands for itself
                     put(lead);
                     ++p;
                     continue;
                 }
-                const size_t room = limit - count;
-                const size_t span = static_cast<size_t>(end - p);
-                const size_t run = widenAscii(dst != nullptr ? dst + count : nullptr, p, span < room ? span : room);
-                p += run;
-                count += run;
-                streak = 0;
-                continue;
+                if (lead >= 0xF9) {
+                    drop();
+                    ++p;
+                    continue;
+                }
+                const int len = std::countl_one(static_cast<uint8_t>(lead));
+                if (end - p < len) {
+                    if (!last)
+                        return p;
+                    drop(); // the terminator cuts the sequence: the scan ends there
+                    return end;
+                }
+                uint32_t acc = lead & (0x3Fu >> (len - 1));
+                bool valid = true;
+                for (int k = 1; k < len; ++k) {
+                    valid = valid && (p[k] & 0xC0) == 0x80;
+                    acc = acc * 64 + (p[k] & 0x3F);
+                }
+                p += len;
+                if (!valid || acc <= sc_utf8_max[len - 2])
+                    drop();
+                else
+                    put(acc);
             }
-            streak = 0;
-            if (lead >= 0xC2 && lead <= 0xDF && end - p >= 2 && (p[1] & 0xC0) == 0x80) {
-                put((lead & 0x1F) << 6 | (p[1] & 0x3F)); // two bytes are never overlong from 0xC2
-                p += 2;
-                continue;
-            }
-            if (lead <= 0xBF) { // a stray continuation byte stands for itself
-                put(lead);
-                ++p;
-                continue;
-            }
-            if (lead >= 0xF9) {
-                drop();
-                ++p;
-                continue;
-            }
-            const int len = std::countl_one(static_cast<uint8_t>(lead));
-            if (end - p < len) {
-                if (!last)
-                    return p;
-                drop(); // the terminator cuts the sequence: the scan ends there
-                return end;
-            }
-            uint32_t acc = lead & (0x3Fu >> (len - 1));
-            bool valid = true;
-            for (int k = 1; k < len; ++k) {
-                valid = valid && (p[k] & 0xC0) == 0x80;
-                acc = acc * 64 + (p[k] & 0x3F);
-            }
-            p += len;
-            if (!valid || acc <= sc_utf8_max[len - 2])
-                drop();
-            else
-                put(acc);
         }
         return p;
     }
 };
+
+template <bool kStore> size_t decodeWindows(wchar_t *dst, const char *src, size_t limit, int *pSkipped)
+{
+    Decoder<kStore> decoder{dst, limit, pSkipped};
+    const auto *p = reinterpret_cast<const unsigned char *>(src);
+    while (decoder.count < limit) {
+        const size_t span = strnlen(reinterpret_cast<const char *>(p), kWindow);
+        if (span == 0)
+            break;
+        p = decoder.window(p, p + span, span < kWindow);
+    }
+    return decoder.count;
+}
 
 // The UTF-8 byte order mark EF BB BF; the test reads no byte past a NUL.
 bool startsWithMark(const char *src)
@@ -161,24 +178,20 @@ size_t decodeText(wchar_t *dst, const char *src, size_t size, int *pSkipped)
 {
     if (src == nullptr)
         return 0;
-    Decoder decoder{dst, dst != nullptr ? size : SIZE_MAX, pSkipped};
-    const auto *p = reinterpret_cast<const unsigned char *>(src);
-    while (decoder.count < decoder.limit) {
-        const size_t span = strnlen(reinterpret_cast<const char *>(p), kWindow);
-        if (span == 0)
-            break;
-        p = decoder.window(p, p + span, span < kWindow);
-    }
-    if (dst != nullptr && decoder.count < size)
-        dst[decoder.count] = L'\0';
-    return decoder.count;
+    if (dst == nullptr)
+        return decodeWindows<false>(nullptr, src, SIZE_MAX, pSkipped);
+    const size_t count = decodeWindows<true>(dst, src, size, pSkipped);
+    if (count < size)
+        dst[count] = L'\0';
+    return count;
 }
 
-// Shared loop of the encoding entry points: out null counts the whole text.
-// The limit is tested before each character; with hardLimit a character
-// that would pass it stores only the bytes below it, else it is stored
-// whole. Returns the bytes stored or counted, at most limit with hardLimit.
-size_t encodeText(unsigned char *out, const wchar_t *src, size_t limit, bool hardLimit)
+// Shared loop of the encoding entry points: kStore false counts without
+// storing. The limit is tested before each character; with kHard a
+// character that would pass it stores only the bytes below it, else it is
+// stored whole. Returns the bytes stored or counted, at most limit with
+// kHard.
+template <bool kStore, bool kHard> size_t encodeText(unsigned char *out, const wchar_t *src, size_t limit)
 {
     size_t count = 0;
     while (count < limit) {
@@ -192,7 +205,7 @@ size_t encodeText(unsigned char *out, const wchar_t *src, size_t limit, bool har
             if (value < 0x80) {
                 if (streak < kBlockAfter) {
                     ++streak;
-                    if (out != nullptr)
+                    if constexpr (kStore)
                         out[count] = static_cast<unsigned char>(value);
                     ++count;
                     ++src;
@@ -200,7 +213,7 @@ size_t encodeText(unsigned char *out, const wchar_t *src, size_t limit, bool har
                 }
                 const size_t room = limit - count;
                 const size_t left = static_cast<size_t>(end - src);
-                const size_t run = narrowAscii(out != nullptr ? out + count : nullptr, src, left < room ? left : room);
+                const size_t run = narrowAscii(kStore ? out + count : nullptr, src, left < room ? left : room);
                 src += run;
                 count += run;
                 streak = 0;
@@ -208,10 +221,18 @@ size_t encodeText(unsigned char *out, const wchar_t *src, size_t limit, bool har
             }
             streak = 0;
             ++src;
+            if (value < 0x800 && (!kStore || !kHard || count + 2 <= limit)) {
+                if constexpr (kStore) {
+                    out[count] = static_cast<unsigned char>(0xC0 | value >> 6);
+                    out[count + 1] = static_cast<unsigned char>(0x80 | (value & 0x3F));
+                }
+                count += 2;
+                continue;
+            }
             const int len = encodedLength(value);
-            if (out == nullptr) {
+            if (!kStore) {
                 count += static_cast<size_t>(len);
-            } else if (!hardLimit || count + static_cast<size_t>(len) <= limit) {
+            } else if (!kHard || count + static_cast<size_t>(len) <= limit) {
                 encodeOne(value, len, out + count);
                 count += static_cast<size_t>(len);
             } else {
@@ -254,8 +275,9 @@ size_t UTF8_wcstombs(char *dst, const wchar_t *src, size_t size)
 {
     if (src == nullptr)
         return 0;
-    const size_t count =
-        encodeText(reinterpret_cast<unsigned char *>(dst), src, dst != nullptr ? size : SIZE_MAX, false);
+    if (dst == nullptr)
+        return encodeText<false, false>(nullptr, src, SIZE_MAX);
+    const size_t count = encodeText<true, false>(reinterpret_cast<unsigned char *>(dst), src, size);
     if (dst != nullptr && count < size)
         dst[count] = '\0';
     return count;
@@ -270,7 +292,7 @@ size_t T2A_len(const wchar_t *src)
 {
     if (src == nullptr)
         return 0;
-    return encodeText(nullptr, src, SIZE_MAX, false);
+    return encodeText<false, false>(nullptr, src, SIZE_MAX);
 }
 
 // Decoding at most size - 1 characters gives the same characters as counting
@@ -302,7 +324,7 @@ char *T2A_cpy(char *dst, size_t size, const wchar_t *src)
         dst[0] = '\0';
         return dst;
     }
-    const size_t count = encodeText(reinterpret_cast<unsigned char *>(dst), src, size - 1, true);
+    const size_t count = encodeText<true, true>(reinterpret_cast<unsigned char *>(dst), src, size - 1);
     dst[count] = '\0';
     return dst;
 }
