@@ -104,12 +104,22 @@ private:
     unsigned char last_[2] = {0, 0};  // and as its last
 };
 
-wchar_t *findIn(wchar_t *hay, const wchar_t *needle)
+// The first match of a non-empty needle in [hay, end), end being the NUL.
+// Wide text goes by the C library's block search for the needle's first
+// character, which the wide substring search does not use.
+wchar_t *findIn(wchar_t *hay, wchar_t *end, const wchar_t *needle, size_t needleLen)
 {
-    return std::wcsstr(hay, needle);
+    for (wchar_t *at = hay; static_cast<size_t>(end - at) >= needleLen; ++at) {
+        at = std::wmemchr(at, needle[0], static_cast<size_t>(end - at) - needleLen + 1);
+        if (at == nullptr)
+            return nullptr;
+        if (std::wmemcmp(at + 1, needle + 1, needleLen - 1) == 0)
+            return at;
+    }
+    return nullptr;
 }
 
-char *findIn(char *hay, const char *needle)
+char *findIn(char *hay, char *, const char *needle, size_t)
 {
     return std::strstr(hay, needle);
 }
@@ -178,7 +188,7 @@ size_t shrinkInPlace(Ch *text, size_t textLen, const Ch *rep, size_t repLen, con
     Ch *read = text;
     size_t count = 0;
     for (; count < maxCount; ++count) {
-        Ch *match = findIn(read, pat);
+        Ch *match = findIn(read, text + textLen, pat, patLen);
         if (!match)
             break;
         if (write != read)
@@ -227,7 +237,7 @@ size_t growInPlace(Ch *text, size_t textLen, const Ch *rep, size_t repLen, const
         offsets.clear();
         bool outOfMemory = false;
         while (made + offsets.size() < budget) {
-            Ch *match = findIn(from, pat);
+            Ch *match = findIn(from, text + textLen, pat, patLen);
             if (!match)
                 break;
             if (!offsets.push(static_cast<size_t>(match - text))) {

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -41,18 +42,27 @@ template <> struct CharText<char> {
         const int value = static_cast<signed char>(c);
         return value >= 0 ? static_cast<char>(std::toupper(value)) : c;
     }
-    // Whether the texts are equal, or equal ignoring case as strcasecmp
-    // compares them (each byte through tolower as unsigned); a and b have
-    // the same length.
-    static bool equal(const char *a, const char *b, bool caseSensitive)
+    // Whether the texts of len characters each are equal, or equal ignoring
+    // case as strcasecmp compares them (each byte through tolower as
+    // unsigned). All len pairs are compared, with no branch on their values.
+    static bool equal(const char *a, const char *b, size_t len, bool caseSensitive)
     {
         if (caseSensitive)
-            return std::strcmp(a, b) == 0;
+            return std::memcmp(a, b, len) == 0;
         const qvstring::CaseFold fold;
-        for (; *a != '\0'; ++a, ++b)
-            if (fold.ofUnsigned(static_cast<unsigned char>(*a)) != fold.ofUnsigned(static_cast<unsigned char>(*b)))
-                return false;
-        return true;
+        int32_t differ = 0;
+        for (size_t k = 0; k < len; ++k)
+            differ |=
+                fold.ofUnsigned(static_cast<unsigned char>(a[k])) ^ fold.ofUnsigned(static_cast<unsigned char>(b[k]));
+        return differ == 0;
+    }
+    // Suffixes are short: counted in line, without a call.
+    static size_t shortLength(const char *s)
+    {
+        size_t len = 0;
+        while (s[len] != '\0')
+            ++len;
+        return len;
     }
     // Fills count characters with ch.
     static void fill(char *at, int ch, size_t count) { std::memset(at, ch, count); }
@@ -63,7 +73,8 @@ template <> struct CharText<wchar_t> {
     static bool isSpace(wchar_t c) { return std::iswspace(static_cast<wint_t>(c)) != 0; }
     static wchar_t lower(wchar_t c) { return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c))); }
     static wchar_t upper(wchar_t c) { return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c))); }
-    static bool equal(const wchar_t *a, const wchar_t *b, bool caseSensitive)
+    static size_t shortLength(const wchar_t *s) { return std::wcslen(s); }
+    static bool equal(const wchar_t *a, const wchar_t *b, size_t, bool caseSensitive)
     {
         return (caseSensitive ? std::wcscmp(a, b) : wcscasecmp(a, b)) == 0;
     }
@@ -137,10 +148,10 @@ template <typename Ch> int endsWith(const Ch *s, const Ch *suffix, int caseSensi
     if (suffix == nullptr)
         return 0;
     const size_t len = s != nullptr ? CharText<Ch>::length(s) : 0;
-    const size_t suffixLen = CharText<Ch>::length(suffix);
+    const size_t suffixLen = CharText<Ch>::shortLength(suffix);
     if (suffixLen - 1 >= len)
         return 0;
-    return CharText<Ch>::equal(s + (len - suffixLen), suffix, caseSensitive != 0) ? 1 : 0;
+    return CharText<Ch>::equal(s + (len - suffixLen), suffix, suffixLen, caseSensitive != 0) ? 1 : 0;
 }
 
 } // namespace
