@@ -185,4 +185,24 @@ size_t findEitherPair(const unsigned char *text, size_t count, size_t offset, un
     return count;
 }
 
+void findEqual256(const int32_t *row, int32_t value, uint64_t bits[4])
+{
+    for (int word = 0; word < 4; ++word) {
+        const int32_t *at = row + 64 * word;
+        uint64_t found = 0;
+#if defined(__SSE2__)
+        const __m128i want = _mm_set1_epi32(value);
+        for (int k = 0; k < 64; k += 4) {
+            const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at + k));
+            const int hits = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(four, want)));
+            found |= static_cast<uint64_t>(hits) << k;
+        }
+#else
+        for (int k = 0; k < 64; ++k)
+            found |= static_cast<uint64_t>(at[k] == value) << k;
+#endif
+        bits[word] = found;
+    }
+}
+
 } // namespace qvstring

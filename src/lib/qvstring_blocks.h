@@ -10,6 +10,7 @@
 #define QVSTRING_BLOCKS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <cwchar>
 
 // Hidden: the shared library exports only the public functions.
@@ -31,6 +32,10 @@ size_t narrowAscii(unsigned char *dst, const wchar_t *src, size_t len);
 // equal to b1 or b2, or count. Reads no further than text[count - 1 + offset].
 size_t findEitherPair(const unsigned char *text, size_t count, size_t offset, unsigned char a1, unsigned char a2,
                       unsigned char b1, unsigned char b2);
+
+// Bit k of bits (k from 0 to 255, 64 bits a word, lowest first) set when
+// row[k] equals value.
+void findEqual256(const int32_t *row, int32_t value, uint64_t bits[4]);
 
 } // namespace qvstring
 

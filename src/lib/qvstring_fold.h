@@ -36,6 +36,11 @@ public:
     {
         return table_[static_cast<signed char>(byte)];
     }
+    // tolower of -128 to 127 in turn: row[k] folds the byte k ^ 0x80.
+    const int32_t *signedRow() const
+    {
+        return table_ - 128;
+    }
     // tolower of the byte taken as unsigned (what strcasecmp compares).
     int ofUnsigned(unsigned char byte) const
     {

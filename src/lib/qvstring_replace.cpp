@@ -3,15 +3,18 @@
 // Narrow text is handled byte by byte and wide text one wchar_t at a time;
 // nothing here decodes UTF-8. The in-place pair (StrRep, TcsRep) rewrites a
 // text inside its own buffer within a greatest length that does not count
-// the terminator. The copying pair (StrCpyRepSize, StrCpyRep) takes a text
-// with its length; both run the same walk over it, one counting and one
-// writing, so the size reported is exactly the size written. Positions in
-// the walk are byte offsets into the source.
+// the terminator; it gives the result of replacing one match after the
+// other, in time linear in the text (each element moved once). The copying
+// pair (StrCpyRepSize, StrCpyRep) takes a text with its length; both run the
+// same walk over it, one counting and one writing, so the size reported is
+// exactly the size written. Positions in the walk are byte offsets into the
+// source. Ignoring case means comparing through tolower, read from the
+// locale's table (qvstring_fold.h), with candidates found a block at a time.
 #include "qvstring.h"
-
 #include "qvstring_blocks.h"
 #include "qvstring_fold.h"
 
+#include <bit>
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
@@ -74,14 +77,16 @@ private:
     // repeated when it is alone.
     bool foldsAlike(unsigned char byte, unsigned char pair[2]) const
     {
-        const int folded = fold_.ofSigned(byte);
+        uint64_t bits[4];
+        qvstring::findEqual256(fold_.signedRow(), fold_.ofSigned(byte), bits);
         int found = 0;
-        for (int other = 0; other < 256; ++other) {
-            if (fold_.ofSigned(static_cast<unsigned char>(other)) != folded)
-                continue;
-            if (found == 2)
-                return false;
-            pair[found++] = static_cast<unsigned char>(other);
+        for (int word = 0; word < 4; ++word) {
+            for (uint64_t left = bits[word]; left != 0; left &= left - 1) {
+                if (found == 2)
+                    return false;
+                const int index = 64 * word + std::countr_zero(left);
+                pair[found++] = static_cast<unsigned char>(index ^ 0x80);
+            }
         }
         if (found == 1)
             pair[1] = pair[0];
