@@ -47,7 +47,8 @@ std::wstring widen(const std::string &text)
     return wide;
 }
 
-// Runs of matches of every length with plain bytes between them.
+// Runs of matches of every length with plain bytes between them, and near
+// misses: the pattern with its last byte changed.
 std::string matchRuns(const std::string &pat, size_t len)
 {
     std::string text;
@@ -55,6 +56,8 @@ std::string matchRuns(const std::string &pat, size_t len)
         for (size_t k = 0; k < run % 5; ++k)
             text += pat;
         text += "a-b"[run % 3];
+        if (pat.size() > 1 && run % 2 == 1)
+            text += pat.substr(0, pat.size() - 1) + '#';
     }
     text.resize(len);
     return text;
@@ -87,8 +90,8 @@ TEST(FastReplace, InPlaceAsStepByStep)
 {
     const struct {
         const char *pat, *rep;
-    } pairs[] = {{"X", "YY"}, {"ab", "abab"}, {"", "z"},  {"aa", "aaa"}, {"XX", "Y"},
-                 {"X", ""},   {"aa", "a"},    {"X", "Y"}, {"aXa", "-"}};
+    } pairs[] = {{"X", "YY"}, {"ab", "abab"}, {"", "z"},    {"aa", "aaa"},    {"XX", "Y"},        {"X", ""},
+                 {"aa", "a"}, {"X", "Y"},     {"aXa", "-"}, {"<tag>", "<t>"}, {"<b>", "<strong>"}};
     for (const auto &pair : pairs) {
         const std::wstring wideRep = widen(pair.rep), widePat = widen(pair.pat);
         const size_t growth =
