@@ -15,11 +15,46 @@
 // - with an empty pattern the reported length is an upper bound;
 // - a dstSize below that makes no more replacements and writes nothing
 //   past the room of the full result;
-// - a null replacement sizes as an empty one.
+// - a null replacement sizes as an empty one;
+// - for a non-empty pattern the count and the result are those of the
+//   byte-by-byte reference walk (case-insensitive through tolower);
+// - StrRep and TcsRep, with the same texts and a greatest length taken from
+//   the size bytes, make the replacements and leave every element of their
+//   buffer (past the terminator too) as the step-by-step reference does.
 #include <string>
 
+#include "../tests/lib/qvstring_reference.h"
 #include "fuzz_input.h"
 #include "qvstring.h"
+
+namespace {
+
+template <class Ch>
+void checkInPlace(const std::basic_string<Ch> &text, const Ch *rep, const Ch *pat, size_t maxCount, size_t maxLen)
+{
+    // A block of exactly the room the call is given.
+    const size_t room = (maxLen > text.size() ? maxLen : text.size()) + 1;
+    std::unique_ptr<Ch[]> fast(new Ch[room]), slow(new Ch[room]);
+    for (size_t k = 0; k < room; ++k)
+        fast[k] = slow[k] = k < text.size() ? text[k] : Ch(k == text.size() ? 0 : '~');
+    size_t made = 0;
+    if constexpr (sizeof(Ch) == 1)
+        made = StrRep(fast.get(), rep, pat, maxCount, maxLen);
+    else
+        made = TcsRep(fast.get(), rep, pat, maxCount, maxLen);
+    FUZZ_CHECK(made == reference::repInPlace(slow.get(), rep, pat, maxCount, maxLen));
+    FUZZ_CHECK(std::char_traits<Ch>::compare(fast.get(), slow.get(), room) == 0);
+}
+
+std::wstring widen(const char *text)
+{
+    std::wstring wide;
+    for (; *text; ++text)
+        wide.push_back(static_cast<wchar_t>(static_cast<unsigned char>(*text)));
+    return wide;
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -86,5 +121,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         StrCpyRep(shortDst.get(), shortSize, text.get(), textLen, rep, pat.get(), maxCount, caseSensitive, lineMode);
     FUZZ_CHECK(shortMade <= made);
     FUZZ_CHECK(std::string(text.get(), textLen) == original);
+
+    if (patLen > 0 && maxCount != 0) {
+        const reference::Copied expected =
+            reference::copyReplace(text.get(), textLen, rep, pat.get(), maxCount, caseSensitive, lineMode);
+        FUZZ_CHECK(counted == expected.count && newLen == expected.out.size());
+        FUZZ_CHECK(std::string(dst.get()) == expected.out);
+    }
+
+    // In place: maxCount -2..9 as a size_t (the negative ones near its top),
+    // the greatest length anywhere from 0 to twice the text and more.
+    const size_t inPlaceCount = static_cast<size_t>(static_cast<ptrdiff_t>(maxCount));
+    const size_t maxLen = shortHint % (2 * textLen + 40);
+    checkInPlace<char>(original, rep, pat.get(), inPlaceCount, maxLen);
+    const std::wstring wideRep = widen(rep ? rep : ""), widePat = widen(pat.get());
+    checkInPlace<wchar_t>(widen(original.c_str()), rep ? wideRep.c_str() : nullptr, widePat.c_str(), inPlaceCount,
+                          maxLen);
     return 0;
 }

@@ -15,10 +15,13 @@
 //   most five bytes past its size, both terminated only when there is room;
 // - wide to narrow to wide gives the text back for values that the decoder
 //   accepts (1 to 0xFFFFFF), except that a leading U+FEFF is taken for a
-//   byte order mark and dropped.
+//   byte order mark and dropped;
+// - every count, character, byte and skip flag, and every element written
+//   at each size, is what the byte-by-byte references give.
 #include <cwchar>
 #include <string>
 
+#include "../tests/lib/qvstring_reference.h"
 #include "fuzz_input.h"
 #include "qvstring.h"
 
@@ -61,7 +64,24 @@ void checkNarrow(const std::vector<uint8_t> &bytes, size_t sizeHint)
     for (size_t i = 0; i < counted; ++i)
         FUZZ_CHECK(all[i] != 0);
 
+    int expectedSkipped = 0;
+    FUZZ_CHECK(reference::decode(nullptr, src, 0, &expectedSkipped) == counted);
+    FUZZ_CHECK(skipped == expectedSkipped);
+    {
+        std::unique_ptr<wchar_t[]> slow(new wchar_t[counted + 1]);
+        reference::decode(slow.get(), src, counted + 1, nullptr);
+        FUZZ_CHECK(std::wmemcmp(all.get(), slow.get(), counted + 1) == 0);
+    }
+
     const size_t size = 1 + sizeHint % (counted + 2);
+    {
+        // Every element of an exact block, as the reference leaves it.
+        std::unique_ptr<wchar_t[]> fast(new wchar_t[size]), slow(new wchar_t[size]);
+        std::wmemset(fast.get(), L'#', size);
+        std::wmemset(slow.get(), L'#', size);
+        FUZZ_CHECK(UTF8_mbstowcs(fast.get(), src, size) == reference::decode(slow.get(), src, size, nullptr));
+        FUZZ_CHECK(std::wmemcmp(fast.get(), slow.get(), size) == 0);
+    }
     {
         std::unique_ptr<wchar_t[]> dst(new wchar_t[size]);
         const size_t stored = UTF8_mbstowcs(dst.get(), src, size);
@@ -119,7 +139,20 @@ void checkWide(const std::vector<uint8_t> &bytes, size_t sizeHint)
     FUZZ_CHECK(UTF8_wcstombs(all.get(), wide.get(), length + 1) == length);
     FUZZ_CHECK(all[length] == 0);
 
+    FUZZ_CHECK(reference::encode(nullptr, wide.get(), 0) == length);
     const size_t size = 1 + sizeHint % (length + 2);
+    {
+        std::unique_ptr<char[]> fast(new char[size + 5]), slow(new char[size + 5]);
+        std::memset(fast.get(), '#', size + 5);
+        std::memset(slow.get(), '#', size + 5);
+        FUZZ_CHECK(UTF8_wcstombs(fast.get(), wide.get(), size) == reference::encode(slow.get(), wide.get(), size));
+        FUZZ_CHECK(std::memcmp(fast.get(), slow.get(), size + 5) == 0);
+        std::memset(fast.get(), '#', size + 5);
+        std::memset(slow.get(), '#', size + 5);
+        T2A_cpy(fast.get(), size, wide.get());
+        reference::encodeCut(slow.get(), size, wide.get());
+        FUZZ_CHECK(std::memcmp(fast.get(), slow.get(), size + 5) == 0);
+    }
     {
         // The limit is tested before each character: up to five bytes more.
         std::unique_ptr<char[]> dst(new char[size + 5]);

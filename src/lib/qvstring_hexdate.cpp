@@ -9,11 +9,11 @@
 // end of the text so far and cut to the caller's size, except the midnight
 // time, which is appended whole.
 #include "qvstring.h"
+#include "qvstring_fold.h"
 #include "qvstring_internal.h"
 #include "qvsystim.h"
 
 #include <bit>
-#include <cctype>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -28,12 +28,14 @@ constexpr size_t kHexDigits = 16;
 constexpr size_t kStampSize = 40;
 constexpr const char *kDayNames[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 
-int hexDigitValue(char ch)
+// The digit class is '0' to '9' in every locale; other characters go
+// through tolower by the table.
+int hexDigitValue(const qvstring::CaseFold &fold, char ch)
 {
     const unsigned char byte = static_cast<unsigned char>(ch);
-    if (std::isdigit(byte))
+    if (byte >= '0' && byte <= '9')
         return byte - '0';
-    return std::tolower(byte) - 87;
+    return fold.ofUnsigned(byte) - 87;
 }
 
 void store(char *s, size_t size, const char *text)
@@ -58,9 +60,10 @@ double DHexToDouble(const char *text)
     const size_t len = text ? strnlen(text, kHexDigits) : 0;
     if (len > 0)
         std::memcpy(field + kHexDigits - len, text, len);
+    const qvstring::CaseFold fold;
     uint64_t bits = 0;
     for (size_t pair = 0; pair < kHexDigits; pair += 2) {
-        const int byte = 16 * hexDigitValue(field[pair]) + hexDigitValue(field[pair + 1]);
+        const int byte = 16 * hexDigitValue(fold, field[pair]) + hexDigitValue(fold, field[pair + 1]);
         bits = (bits << 8) | static_cast<uint8_t>(byte);
     }
     return std::bit_cast<double>(bits);

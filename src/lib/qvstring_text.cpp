@@ -9,14 +9,15 @@
 // the two differ in. Only the duplicates allocate; their results are
 // released with free().
 #include "qvstring.h"
+#include "qvstring_fold.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
-#include <strings.h>
 
 namespace {
 
@@ -41,9 +42,27 @@ template <> struct CharText<char> {
         const int value = static_cast<signed char>(c);
         return value >= 0 ? static_cast<char>(std::toupper(value)) : c;
     }
-    static int compare(const char *a, const char *b, bool caseSensitive)
+    // Whether the texts of len characters each are equal, or equal ignoring
+    // case as strcasecmp compares them (each byte through tolower as
+    // unsigned). All len pairs are compared, with no branch on their values.
+    static bool equal(const char *a, const char *b, size_t len, bool caseSensitive)
     {
-        return caseSensitive ? std::strcmp(a, b) : strcasecmp(a, b);
+        if (caseSensitive)
+            return std::memcmp(a, b, len) == 0;
+        const qvstring::CaseFold fold;
+        int32_t differ = 0;
+        for (size_t k = 0; k < len; ++k)
+            differ |=
+                fold.ofUnsigned(static_cast<unsigned char>(a[k])) ^ fold.ofUnsigned(static_cast<unsigned char>(b[k]));
+        return differ == 0;
+    }
+    // Suffixes are short: counted in line, without a call.
+    static size_t shortLength(const char *s)
+    {
+        size_t len = 0;
+        while (s[len] != '\0')
+            ++len;
+        return len;
     }
     // Fills count characters with ch.
     static void fill(char *at, int ch, size_t count) { std::memset(at, ch, count); }
@@ -54,9 +73,10 @@ template <> struct CharText<wchar_t> {
     static bool isSpace(wchar_t c) { return std::iswspace(static_cast<wint_t>(c)) != 0; }
     static wchar_t lower(wchar_t c) { return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c))); }
     static wchar_t upper(wchar_t c) { return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c))); }
-    static int compare(const wchar_t *a, const wchar_t *b, bool caseSensitive)
+    static size_t shortLength(const wchar_t *s) { return std::wcslen(s); }
+    static bool equal(const wchar_t *a, const wchar_t *b, size_t, bool caseSensitive)
     {
-        return caseSensitive ? std::wcscmp(a, b) : wcscasecmp(a, b);
+        return (caseSensitive ? std::wcscmp(a, b) : wcscasecmp(a, b)) == 0;
     }
     // Byte-wise with the low byte of ch, so each character holds that byte
     // four times; callers rely on this exact pattern.
@@ -128,10 +148,10 @@ template <typename Ch> int endsWith(const Ch *s, const Ch *suffix, int caseSensi
     if (suffix == nullptr)
         return 0;
     const size_t len = s != nullptr ? CharText<Ch>::length(s) : 0;
-    const size_t suffixLen = CharText<Ch>::length(suffix);
+    const size_t suffixLen = CharText<Ch>::shortLength(suffix);
     if (suffixLen - 1 >= len)
         return 0;
-    return CharText<Ch>::compare(s + (len - suffixLen), suffix, caseSensitive != 0) == 0 ? 1 : 0;
+    return CharText<Ch>::equal(s + (len - suffixLen), suffix, suffixLen, caseSensitive != 0) ? 1 : 0;
 }
 
 } // namespace

@@ -45,9 +45,9 @@ TEST(Text, TrimDelAndEndsWithAgreeOnNarrowAndWide)
         const char *text, *suffix;
         int caseSensitive, expected;
     } ends[] = {
-        {"report.TXT", ".txt", 1, 0},        {nullptr, "a", 1, 0},   {"", "", 1, 0},
-        {"report.TXT", ".txt", 0, 1},        {"abc", nullptr, 1, 0}, {"abc", "c", 1, 1},
-        {"report.TXT", "xreport.TXT", 0, 0},
+        {"report.TXT", ".txt", 1, 0},        {nullptr, "a", 1, 0},           {"", "", 1, 0},
+        {"report.TXT", ".txt", 0, 1},        {"abc", nullptr, 1, 0},         {"abc", "c", 1, 1},
+        {"report.TXT", "xreport.TXT", 0, 0}, {"report.TXT", "RT.txt", 0, 1}, {"report.TXT", ".tXz", 0, 0},
     };
     for (const auto &c : ends) {
         const std::wstring text = c.text ? widen(c.text) : L"", suffix = c.suffix ? widen(c.suffix) : L"";
@@ -154,7 +154,8 @@ TEST(StrRep, ReplacesWithinBudgetAndGreatestLength)
         size_t count;
     } cases[] = {{"aXbXc", "YY", "X", 10, 7, "aYYbYYc", 2}, {"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},
                  {"aXb", "YY", "X", 10, 3, "aXb", 0},       {"aaaa", "a", "aa", 10, 10, "aa", 2},
-                 {"aXa", "XX", "X", 10, 20, "aXXa", 1}, // replacement never searched
+                 {"aXbXc", "YY", "X", 10, 2, "aXbXc", 0}, // already longer than maxLen: no room at all
+                 {"aXa", "XX", "X", 10, 20, "aXXa", 1},   // replacement never searched
                  {"a-b-c", nullptr, "-", 10, 10, "abc", 2}, {"a-b-c", "+", "-", 1, 10, "a+b-c", 1},
                  {"aXXXb", "Y", "XXX", 5, 0, "aYb", 1},     {"abc", "Q", "z", 5, 10, "abc", 0},
                  {"abc", "", "", 5, 10, "abc", 5},          {"abc", "x", nullptr, 5, 10, "abc", 0},
