@@ -302,20 +302,21 @@ FileSearcher::FileSearcher(const CompiledPattern *searched, OutputSink &sink, co
     reports.used = 0;
 }
 
-int OpenFileAt(int dirFd, const char *name, bool *cached)
+int OpenFileAt(int dirFd, const char *name, CacheProbe *probe)
 {
     // O_NOFOLLOW: a name swapped for a link since it was listed must not
     // lead out of the tree; O_NONBLOCK: nor may one that turned into a FIFO
     // hang the run.
     constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-    if (cached != nullptr) {
+    if (probe != nullptr && !probe->unsupported) {
         open_how how{};
         how.flags = kFlags;
         how.resolve = RESOLVE_CACHED;
         const int fd = static_cast<int>(syscall(SYS_openat2, dirFd, name, &how, sizeof how));
-        *cached = fd >= 0;
+        probe->cached = fd >= 0 || errno != EAGAIN;
         if (fd >= 0 || (errno != EAGAIN && errno != ENOSYS && errno != EINVAL))
             return fd;
+        probe->unsupported = errno != EAGAIN;
     }
     return openat(dirFd, name, kFlags);
 }

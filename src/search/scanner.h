@@ -28,12 +28,19 @@ struct FileSearcher {
     ReportBatch reports;            // its match reports, on their way to out
 };
 
+// Whether the names a thread opens are in the kernel's caches, which an
+// open can tell at no extra cost where the kernel knows how.
+struct CacheProbe {
+    bool cached = true;       // the last name opened was found in the caches (or cannot be told)
+    bool unsupported = false; // the kernel cannot tell: not asked again
+};
+
 // Opens the file `name` of the folder open as dirFd for a search, without
 // following a link and without waiting on a FIFO: a descriptor the caller
-// hands to ScanOpenFile, or -1. With cached not null, *cached tells whether
-// the name was found in the kernel's caches, which costs nothing more: a
-// hint that its bytes are there too.
-int OpenFileAt(int dirFd, const char *name, bool *cached = nullptr);
+// hands to ScanOpenFile, or -1. With probe not null, probe->cached tells
+// whether the name was found in the kernel's caches: a hint that its bytes
+// are there too.
+int OpenFileAt(int dirFd, const char *name, CacheProbe *probe = nullptr);
 
 // Searches (under -l counts the lines of) the file open as fd and closes
 // it; path is its full path as printed. Only a regular file is searched:

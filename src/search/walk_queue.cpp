@@ -111,6 +111,7 @@ struct Worker {
     {}
     OutputSink sink;
     FileSearcher searcher;
+    CacheProbe probe; // what its opens tell of the kernel's caches
 };
 
 class Walk {
@@ -495,11 +496,12 @@ void Walk::searchFiles(Worker &worker, Claim &claim)
         // keeps reads in flight while it is searched. Where the names are
         // all in the cache, so are the bytes, as a rule, and the hint would
         // only cost time.
-        bool cached = true;
+        CacheProbe &probe = worker.probe;
+        probe.cached = true;
         fds[i] =
-            folder.fd < 0 ? -1 : OpenFileAt(folder.fd, names[claim.first + i].c_str(), hintReads_ ? &cached : nullptr);
-        claim.uncached = claim.uncached || !cached;
-        if (!cached && i > 0 && fds[i] >= 0)
+            folder.fd < 0 ? -1 : OpenFileAt(folder.fd, names[claim.first + i].c_str(), hintReads_ ? &probe : nullptr);
+        claim.uncached = claim.uncached || !probe.cached;
+        if (!probe.cached && i > 0 && fds[i] >= 0)
             posix_fadvise(fds[i], 0, 0, POSIX_FADV_WILLNEED);
     }
     std::string path;
