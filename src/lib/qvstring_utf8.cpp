@@ -40,6 +40,22 @@ constexpr uint32_t sc_utf8_max[7] = {
 constexpr size_t kWindow = 2048;
 constexpr size_t kBlockAfter = 16;
 
+// How many of the eight bytes at p, from the first on, are ASCII (the
+// first one is).
+inline size_t asciiPrefix8(const unsigned char *p)
+{
+    uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+    const uint64_t high = word & 0x8080808080808080ull;
+    if (high == 0)
+        return 8;
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    return static_cast<size_t>(std::countr_zero(high)) / 8;
+#else
+    return static_cast<size_t>(std::countl_zero(high)) / 8;
+#endif
+}
+
 inline uint32_t encodeValue(wchar_t ch)
 {
     return static_cast<uint32_t>(ch) & 0x7FFFFFFF;
@@ -102,9 +118,13 @@ template <bool kStore> struct Decoder {
                 const unsigned lead = *p;
                 if (lead < 0x80) {
                     if (streak < kBlockAfter) {
-                        ++streak;
-                        put(lead);
-                        ++p;
+                        // Short runs between other characters: the ASCII
+                        // bytes among the next eight go together.
+                        const size_t ascii = stop - p >= 8 ? asciiPrefix8(p) : 1;
+                        for (size_t k = 0; k < ascii; ++k)
+                            put(p[k]);
+                        p += ascii;
+                        streak += ascii;
                         continue;
                     }
                     const size_t run = widenAscii(kStore ? dst + count : nullptr, p, static_cast<size_t>(stop - p));
