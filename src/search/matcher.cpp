@@ -77,6 +77,7 @@ struct WindowSearch {
     bool skipHeads = false;   // pass over starts whose head fails
     bool skipStarts = false;  // pass over starts whose attempt fails at its first byte
     bool newlineFree = false; // no match holds a newline
+    bool stopStar = false;    // a match ends at the first stop value after its start
     StarScan star{};          // the star-tail finders' place
 
     size_t nameLen = 0;
@@ -90,6 +91,8 @@ struct WindowSearch {
     void begin();
     bool neverMatches();
     void run();
+    void runStopStar();
+    int64_t stopAfter(int64_t from);
     bool nextCandidate(Candidate *candidate);
     bool nextAtFirstByte(Candidate *candidate);
     bool nextAtStart(Candidate *candidate);
@@ -126,6 +129,7 @@ void WindowSearch::begin()
     starTail = skipping && plan.starTail;
     skipStarts = shortcuts && plan.skipStarts;
     newlineFree = shortcuts && plan.newlineFree;
+    stopStar = shortcuts && plan.stopStar;
     // Starts whose head of one-byte elements fails before the window's last
     // byte fail at once, in every window: a scan as cheap as the first-byte
     // one passes over them.
@@ -155,6 +159,10 @@ bool WindowSearch::neverMatches()
 
 void WindowSearch::run()
 {
+    if (stopStar) {
+        runStopStar();
+        return;
+    }
     for (;;) {
         Candidate candidate;
         if (!nextCandidate(&candidate))
@@ -171,6 +179,58 @@ void WindowSearch::run()
             break;
         }
     }
+}
+
+// A stop-star pattern: every start before the next stop value matches up
+// to it, so one search for the stop decides them all and no attempt is
+// made for them. Only a start with no stop after it in the window is an
+// attempt of the engine's: it runs off the window, and the engine carries
+// its path into the next one.
+void WindowSearch::runStopStar()
+{
+    const int64_t len = window.len;
+    int64_t stopValue = -1; // the first stop value after the last start looked at
+    for (;;) {
+        if (pos < len - 1)
+            pos = NextStart(pattern, window.text, pos, len - 1);
+        if (pos >= len) {
+            stop = len;
+            return;
+        }
+        if (stopValue <= pos && pos < len - 1)
+            stopValue = stopAfter(pos + 1);
+        if (pos == len - 1 || stopValue >= len) {
+            RunAttempt(pattern, state, window, 0, pos);
+            stopAt(pos);
+            return;
+        }
+        report(pos, stopValue + 1);
+    }
+}
+
+// The first stop value of the star at or after window index from, or the
+// window's length; bytes known to hold none are not looked at again.
+int64_t WindowSearch::stopAfter(int64_t from)
+{
+    const SearchPlan &plan = pattern.plan;
+    const int64_t len = window.len;
+    const int64_t freeFrom = state.stopFreeFrom - window.base;
+    const int64_t freeTo = state.stopFreeTo - window.base;
+    int64_t at = freeFrom <= from && from < freeTo ? (freeTo < len ? freeTo : len) : from;
+    const int64_t scanned = at;
+    at += static_cast<int64_t>(
+        FindEitherByte(window.text + at, static_cast<size_t>(len - at), plan.runStopA[1], plan.runStopB[1]));
+    state.steps += at - scanned;
+    if (at >= len) {
+        if (freeFrom <= from && from <= freeTo) {
+            if (freeTo < len)
+                state.stopFreeTo = window.base + len;
+        } else {
+            state.stopFreeFrom = window.base + from;
+            state.stopFreeTo = window.base + len;
+        }
+    }
+    return at;
 }
 
 // The next start worth an attempt, and the attempt's outcome; false when

@@ -74,6 +74,10 @@ struct MatchState {
     int64_t memoEnd[kMaxElements]; // its match end or kPathFails
 
     CarriedPath carried; // the path carried from the last window
+
+    // A stop-star pattern: file positions [stopFreeFrom, stopFreeTo) were
+    // found to hold none of the star's stop values.
+    int64_t stopFreeFrom, stopFreeTo;
 };
 
 // How an attempt ended. On success `end` is one past the last byte

@@ -235,6 +235,16 @@ void planRunStops(const CompiledPattern &pattern, SearchPlan &plan)
     }
 }
 
+// Element 0 takes one byte, element 1 is a star that refuses one or two
+// values, and element 2, the last, takes one byte and accepts them.
+void planStopStar(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    plan.stopStar = pattern.first == 0 && pattern.count == 3 && pattern.TakesOneByte(0) &&
+                    (pattern.flags[1] & ~kFlagNegated) == kFlagStar && plan.runStops[1] > 0 &&
+                    pattern.TakesOneByte(2) && pattern.Accepts(2, plan.runStopA[1]) &&
+                    pattern.Accepts(2, plan.runStopB[1]);
+}
+
 // Element k accepts only bytes element `wider` accepts too.
 bool acceptsOnlyWhat(const CompiledPattern &pattern, int element, int wider)
 {
@@ -327,6 +337,7 @@ void PlanSearch(const CompiledPattern &pattern, SearchPlan *plan)
     planLiteral(pattern, *plan);
     planStarTail(pattern, *plan);
     planRunStops(pattern, *plan);
+    planStopStar(pattern, *plan);
     planNever(pattern, *plan);
     planFirst(pattern, *plan);
     planStarts(pattern, *plan);

@@ -76,6 +76,13 @@ struct SearchPlan {
     // whatever the text, and a file need not be read for it.
     bool neverMatches;
 
+    // Stop star: no first byte, a one-byte element 0, a star that refuses
+    // only the one or two values of runStop*[1], then a one-byte element
+    // that takes both. The match from any start element 0 takes (but the
+    // window's last byte) ends right after the first of those values that
+    // follows the start, or the attempt runs off the window.
+    bool stopStar;
+
     // Per starred or '+' element: when it refuses just one or two byte
     // values, they end its runs and a byte scan finds them.
     int runStops[kMaxElements];                                   // 1 or 2, else 0
