@@ -92,6 +92,7 @@ struct WindowSearch {
     bool neverMatches();
     void run();
     void runStopStar();
+    void runStopStarLines();
     int64_t stopAfter(int64_t from);
     bool nextCandidate(Candidate *candidate);
     bool nextAtFirstByte(Candidate *candidate);
@@ -160,7 +161,10 @@ bool WindowSearch::neverMatches()
 void WindowSearch::run()
 {
     if (stopStar) {
-        runStopStar();
+        if (pattern.plan.stopStarLines && !g_fBinary && !in.matchWord)
+            runStopStarLines();
+        else
+            runStopStar();
         return;
     }
     for (;;) {
@@ -205,6 +209,60 @@ void WindowSearch::runStopStar()
             return;
         }
         report(pos, stopValue + 1);
+    }
+}
+
+// runStopStar's search reporting lines (text mode, no word check, element
+// 0 taking no line delimiter): after a report the search goes on at the
+// delimiter ending the line, so one walk over the bytes up to the next
+// start finds where its line begins and the newlines passed, which the
+// matches up to the same stop no longer hold.
+void WindowSearch::runStopStarLines()
+{
+    const unsigned char *text = window.text;
+    const int64_t len = window.len;
+    const unsigned char *byteClass = pattern.plan.byteClass;
+    int64_t stopValue = -1; // the first stop value after the last start looked at
+    int64_t newlines = 0;   // newlines in [pos, stopValue + 1) when pos < stopValue
+    for (;;) {
+        if (pos >= len) {
+            stop = len;
+            return;
+        }
+        int64_t afterDelimiter = -1; // one past the last delimiter passed
+        int64_t passed = 0;          // newlines passed
+        for (unsigned char kind = 0; pos < len - 1 && (kind = byteClass[text[pos]]) != kClassStart; ++pos)
+            if (kind != 0) {
+                afterDelimiter = pos + 1;
+                passed += kind == kClassNewline;
+            }
+        if (stopValue > pos) {
+            newlines -= passed;
+        } else if (pos < len - 1) {
+            stopValue = stopAfter(pos + 1);
+            if (stopValue < len)
+                newlines = CountNewlinesIn(text, static_cast<size_t>(len), static_cast<size_t>(pos),
+                                           static_cast<size_t>(stopValue + 1));
+        }
+        if (pos == len - 1 || stopValue >= len) {
+            RunAttempt(pattern, state, window, 0, pos);
+            stopAt(pos);
+            return;
+        }
+        const int64_t lineAtStart = *line;
+        *line += newlines;
+        ++reports;
+        const int64_t lineStart = afterDelimiter >= 0 ? afterDelimiter
+                                  : pos == 0 || IsLineDelimiter(text[pos - 1])
+                                      ? pos
+                                      : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(pos)));
+        const auto lineEnd =
+            static_cast<int64_t>(FindLineDelimiterIn(text, static_cast<size_t>(len), static_cast<size_t>(pos + 1)));
+        if (in.name != nullptr)
+            ReportLine(batch, in.name, nameLen, lineAtStart + 1,
+                       shown(in.print, lineStart, lineEnd - lineStart, state.printFolded, scratch),
+                       static_cast<size_t>(lineEnd - lineStart));
+        pos = counted = lineEnd;
     }
 }
 

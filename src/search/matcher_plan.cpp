@@ -243,6 +243,17 @@ void planStopStar(const CompiledPattern &pattern, SearchPlan &plan)
                     (pattern.flags[1] & ~kFlagNegated) == kFlagStar && plan.runStops[1] > 0 &&
                     pattern.TakesOneByte(2) && pattern.Accepts(2, plan.runStopA[1]) &&
                     pattern.Accepts(2, plan.runStopB[1]);
+    plan.stopStarLines = plan.stopStar;
+    for (int byte = 0; byte < 256; ++byte) {
+        const auto value = static_cast<unsigned char>(byte);
+        const bool delimiter = value == 0 || value == '\n' || value == '\r';
+        if (delimiter && pattern.Accepts(0, value))
+            plan.stopStarLines = false;
+        plan.byteClass[byte] = pattern.Accepts(0, value) ? kClassStart
+                               : value == '\n'           ? kClassNewline
+                               : delimiter               ? kClassDelimiter
+                                                         : 0;
+    }
 }
 
 // Element k accepts only bytes element `wider` accepts too.

@@ -18,6 +18,11 @@ struct ScanPair {
     int rarity;                 // about how rare a hit is: higher is rarer
 };
 
+// Byte classes of SearchPlan::byteClass.
+inline constexpr unsigned char kClassStart = 1;     // element 0 takes it
+inline constexpr unsigned char kClassNewline = 2;   // a newline
+inline constexpr unsigned char kClassDelimiter = 3; // another line delimiter (NUL, carriage return)
+
 struct SearchPlan {
     // The head: the leading elements that take one byte each (element 0
     // also when it is the first byte).
@@ -82,6 +87,11 @@ struct SearchPlan {
     // window's last byte) ends right after the first of those values that
     // follows the start, or the attempt runs off the window.
     bool stopStar;
+    // And element 0 takes no line delimiter: the matching lines before a
+    // stop are found by one walk over the bytes between starts, which
+    // knows each byte by its class here.
+    bool stopStarLines;
+    unsigned char byteClass[256]; // kClassStart, kClassNewline, kClassDelimiter or 0 (none of those)
 
     // Per starred or '+' element: when it refuses just one or two byte
     // values, they end its runs and a byte scan finds them.
