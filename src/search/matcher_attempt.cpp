@@ -43,6 +43,7 @@
 
 #include <cstring>
 
+#include "bytescan.h"
 #include "matcher_skip.h"
 
 namespace {
@@ -345,7 +346,17 @@ bool passLetterRuns(const CompiledPattern &pattern, const StuckRun &run, const W
     const bool *accepts = pattern.plan.startAccepts;
     const unsigned char *text = held.text + (from - held.base);
     int64_t taken = 0, lastTaken = -1, takenToLast = 0;
-    for (int64_t at = 0; at <= to - from; ++at) {
+    int64_t at = 0;
+#if defined(__SSE2__)
+    if (pattern.plan.startTakenInRanges)
+        for (; at + 16 <= to - from + 1; at += 16)
+            if (const unsigned mask = InRangesMask(text + at, pattern.plan.startTaken)) {
+                taken += CountBits16(mask);
+                lastTaken = at + 31 - __builtin_clz(mask);
+                takenToLast = taken;
+            }
+#endif
+    for (; at <= to - from; ++at) {
         const bool accepted = accepts[text[at]];
         taken += accepted;
         lastTaken = accepted ? at : lastTaken;

@@ -337,6 +337,7 @@ void planStarts(const CompiledPattern &pattern, SearchPlan &plan)
         }
     plan.startScan =
         chooseBytes(plan.startAccepts, 0, &plan.startChoice) || chooseBytes(plan.startAccepts, 0x20, &plan.startChoice);
+    plan.startTakenInRanges = chooseRanges(plan.startAccepts, &plan.startTaken);
 }
 
 } // namespace

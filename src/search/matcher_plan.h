@@ -62,6 +62,8 @@ struct SearchPlan {
     bool startInRanges;      // else: the bytes none of them takes form up to three ranges...
     ByteRanges startRefused; // ...these
     bool startAccepts[256];  // one of those elements accepts the byte
+    bool startTakenInRanges; // the bytes startAccepts holds form up to three ranges...
+    ByteRanges startTaken;   // ...these
     int startSingle;         // the first element that takes exactly one byte (0: element 0 itself)
     bool leadAccepts[256];   // one of the elements before it accepts the byte
     // No match holds a newline: no element accepts one, and the last
