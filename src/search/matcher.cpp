@@ -474,7 +474,8 @@ int SearchWindow(const CompiledPattern &pattern, MatchState &state, const MatchW
         search.run();
     search.finish();
     *offset += search.stop;
-    ReportFlush(batch);
+    if (!state.holdReports || state.reports == nullptr)
+        ReportFlush(batch);
     return search.reports;
 }
 
