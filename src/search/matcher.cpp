@@ -19,7 +19,12 @@
 // first one-byte element skip the bytes none of them takes; a pattern
 // whose first element can never get past its second only looks for where
 // an attempt first runs off the window (one that can never match for any
-// reason is not searched at all by the scanner).
+// reason is not searched at all by the scanner). A pattern of a one-byte
+// start, a star that refuses one or two values and a last element that
+// takes them (a "stop star") makes no attempts at all but for the one that
+// runs off the window: every start before the next stop value matches up
+// to it, so each stop is looked for once and the lines before it are
+// reported in one walk.
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
 // byte do): there the carried path decides the starts at once. Only the

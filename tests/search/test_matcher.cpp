@@ -211,8 +211,8 @@ TEST(Matcher, ShortcutsChangeNothing)
                            "[a-z][^ ]*[a-z]", "sa[ ]+b", "s[^ ]*\\~ ", "[sa]*\\:",
                            // A start, a star that refuses one or two values, one of them: every start
                            // before the next such value matches up to it.
-                           "[a-z][^_]*_", "[ab][^s]*s", "[sa][^ ]*[ _]", "[a-z][^\n]*\n", "[^ab][^_]*_",
-                           "[a-z][^_ ]*_", "[a-z][^_ ]* "};
+                           "[a-z][^_]*_", "[ab][^s]*s", "[sa][^ ]*[ _]", "[a-z][^\n]*\n", "[^ab][^_]*_", "[a-z][^_ ]*_",
+                           "[a-z][^_ ]* "};
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
