@@ -227,6 +227,16 @@ void WindowSearch::runStopStarLines()
     const unsigned char *text = window.text;
     const int64_t len = window.len;
     const unsigned char *byteClass = pattern.plan.byteClass;
+#if defined(__SSE2__)
+    const SearchPlan &plan = pattern.plan;
+    const bool vector = plan.startsInRanges;
+    __m128i rangeLo[3], rangeSpan[3];
+    for (int r = 0; r < 3; ++r) {
+        rangeLo[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.lo[r]));
+        rangeSpan[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.span[r]));
+    }
+    const __m128i newlineByte = _mm_set1_epi8('\n'), returnByte = _mm_set1_epi8('\r');
+#endif
     int64_t stopValue = -1; // the first stop value after the last start looked at
     int64_t newlines = 0;   // newlines in [pos, stopValue + 1) when pos < stopValue
     for (;;) {
@@ -236,6 +246,32 @@ void WindowSearch::runStopStarLines()
         }
         int64_t afterDelimiter = -1; // one past the last delimiter passed
         int64_t passed = 0;          // newlines passed
+#if defined(__SSE2__)
+        // The gap is mostly a line's end and the next one's indent: 16
+        // bytes at a time, with the tests built once.
+        while (vector && pos + 16 <= len) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + pos));
+            __m128i taken = _mm_setzero_si128();
+            for (int r = 0; r < 3; ++r)
+                taken = _mm_or_si128(taken, _mm_cmpeq_epi8(_mm_subs_epu8(_mm_sub_epi8(block, rangeLo[r]), rangeSpan[r]),
+                                                           _mm_setzero_si128()));
+            const __m128i newline = _mm_cmpeq_epi8(block, newlineByte);
+            const __m128i delimiter = _mm_or_si128(
+                newline, _mm_or_si128(_mm_cmpeq_epi8(block, _mm_setzero_si128()), _mm_cmpeq_epi8(block, returnByte)));
+            const unsigned limit = len - 1 - pos >= 16 ? 0xFFFFu : (1u << (len - 1 - pos)) - 1;
+            const unsigned starts = static_cast<unsigned>(_mm_movemask_epi8(taken)) & limit;
+            const unsigned before = starts != 0 ? (starts & (0u - starts)) - 1 : limit;
+            if (const unsigned delimiters = static_cast<unsigned>(_mm_movemask_epi8(delimiter)) & before) {
+                afterDelimiter = pos + 32 - __builtin_clz(delimiters);
+                passed += CountBits16(static_cast<unsigned>(_mm_movemask_epi8(newline)) & before);
+            }
+            if (starts != 0 || limit != 0xFFFFu) {
+                pos += starts != 0 ? __builtin_ctz(starts) : len - 1 - pos;
+                break;
+            }
+            pos += 16;
+        }
+#endif
         for (unsigned char kind = 0; pos < len - 1 && (kind = byteClass[text[pos]]) != kClassStart; ++pos)
             if (kind != 0) {
                 afterDelimiter = pos + 1;

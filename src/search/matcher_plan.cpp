@@ -244,6 +244,10 @@ void planStopStar(const CompiledPattern &pattern, SearchPlan &plan)
                     pattern.TakesOneByte(2) && pattern.Accepts(2, plan.runStopA[1]) &&
                     pattern.Accepts(2, plan.runStopB[1]);
     plan.stopStarLines = plan.stopStar;
+    bool starts[256];
+    for (int byte = 0; byte < 256; ++byte)
+        starts[byte] = pattern.Accepts(0, static_cast<unsigned char>(byte));
+    plan.startsInRanges = chooseRanges(starts, &plan.startRanges);
     for (int byte = 0; byte < 256; ++byte) {
         const auto value = static_cast<unsigned char>(byte);
         const bool delimiter = value == 0 || value == '\n' || value == '\r';

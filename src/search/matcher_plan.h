@@ -94,6 +94,8 @@ struct SearchPlan {
     // knows each byte by its class here.
     bool stopStarLines;
     unsigned char byteClass[256]; // kClassStart, kClassNewline, kClassDelimiter or 0 (none of those)
+    bool startsInRanges;          // the bytes element 0 takes form up to three ranges...
+    ByteRanges startRanges;       // ...these
 
     // Per starred or '+' element: when it refuses just one or two byte
     // values, they end its runs and a byte scan finds them.
