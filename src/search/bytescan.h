@@ -288,6 +288,22 @@ inline size_t FindLineStart(const unsigned char *text, size_t len)
     return 0;
 }
 
+#if defined(__SSE2__)
+// Bit i set when byte i of the 16 at text lies in one of the ranges.
+inline unsigned InRangesMask(const unsigned char *text, const ByteRanges &ranges)
+{
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text));
+    const __m128i zero = _mm_setzero_si128();
+    __m128i inside = zero;
+    for (int r = 0; r < 3; ++r) {
+        const __m128i distance = _mm_sub_epi8(block, _mm_set1_epi8(static_cast<char>(ranges.lo[r])));
+        inside = _mm_or_si128(
+            inside, _mm_cmpeq_epi8(_mm_subs_epu8(distance, _mm_set1_epi8(static_cast<char>(ranges.span[r]))), zero));
+    }
+    return static_cast<unsigned>(_mm_movemask_epi8(inside));
+}
+#endif
+
 // Number of newline bytes in [text, text + len).
 inline int64_t CountNewlines(const unsigned char *text, size_t len)
 {

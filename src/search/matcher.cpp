@@ -19,7 +19,12 @@
 // first one-byte element skip the bytes none of them takes; a pattern
 // whose first element can never get past its second only looks for where
 // an attempt first runs off the window (one that can never match for any
-// reason is not searched at all by the scanner).
+// reason is not searched at all by the scanner). A pattern of a one-byte
+// start, a star that refuses one or two values and a last element that
+// takes them (a "stop star") makes no attempts at all but for the one that
+// runs off the window: every start before the next stop value matches up
+// to it, so each stop is looked for once and the lines before it are
+// reported in one walk.
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
 // byte do): there the carried path decides the starts at once. Only the
@@ -77,6 +82,7 @@ struct WindowSearch {
     bool skipHeads = false;   // pass over starts whose head fails
     bool skipStarts = false;  // pass over starts whose attempt fails at its first byte
     bool newlineFree = false; // no match holds a newline
+    bool stopStar = false;    // a match ends at the first stop value after its start
     StarScan star{};          // the star-tail finders' place
 
     size_t nameLen = 0;
@@ -90,6 +96,9 @@ struct WindowSearch {
     void begin();
     bool neverMatches();
     void run();
+    void runStopStar();
+    void runStopStarLines();
+    int64_t stopAfter(int64_t from);
     bool nextCandidate(Candidate *candidate);
     bool nextAtFirstByte(Candidate *candidate);
     bool nextAtStart(Candidate *candidate);
@@ -126,6 +135,7 @@ void WindowSearch::begin()
     starTail = skipping && plan.starTail;
     skipStarts = shortcuts && plan.skipStarts;
     newlineFree = shortcuts && plan.newlineFree;
+    stopStar = shortcuts && plan.stopStar;
     // Starts whose head of one-byte elements fails before the window's last
     // byte fail at once, in every window: a scan as cheap as the first-byte
     // one passes over them.
@@ -155,6 +165,13 @@ bool WindowSearch::neverMatches()
 
 void WindowSearch::run()
 {
+    if (stopStar) {
+        if (pattern.plan.stopStarLines && !g_fBinary && !in.matchWord)
+            runStopStarLines();
+        else
+            runStopStar();
+        return;
+    }
     for (;;) {
         Candidate candidate;
         if (!nextCandidate(&candidate))
@@ -171,6 +188,148 @@ void WindowSearch::run()
             break;
         }
     }
+}
+
+// A stop-star pattern: every start before the next stop value matches up
+// to it, so one search for the stop decides them all and no attempt is
+// made for them. Only a start with no stop after it in the window is an
+// attempt of the engine's: it runs off the window, and the engine carries
+// its path into the next one.
+void WindowSearch::runStopStar()
+{
+    const int64_t len = window.len;
+    int64_t stopValue = -1; // the first stop value after the last start looked at
+    for (;;) {
+        if (pos < len - 1)
+            pos = NextStart(pattern, window.text, pos, len - 1);
+        if (pos >= len) {
+            stop = len;
+            return;
+        }
+        if (stopValue <= pos && pos < len - 1)
+            stopValue = stopAfter(pos + 1);
+        if (pos == len - 1 || stopValue >= len) {
+            RunAttempt(pattern, state, window, 0, pos);
+            stopAt(pos);
+            return;
+        }
+        report(pos, stopValue + 1);
+    }
+}
+
+// runStopStar's search reporting lines (text mode, no word check, element
+// 0 taking no line delimiter): after a report the search goes on at the
+// delimiter ending the line, so one walk over the bytes up to the next
+// start finds where its line begins and the newlines passed, which the
+// matches up to the same stop no longer hold.
+void WindowSearch::runStopStarLines()
+{
+    const unsigned char *text = window.text;
+    const int64_t len = window.len;
+    const unsigned char *byteClass = pattern.plan.byteClass;
+#if defined(__SSE2__)
+    const SearchPlan &plan = pattern.plan;
+    const bool vector = plan.startsInRanges;
+    __m128i rangeLo[3], rangeSpan[3];
+    for (int r = 0; r < 3; ++r) {
+        rangeLo[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.lo[r]));
+        rangeSpan[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.span[r]));
+    }
+    const __m128i newlineByte = _mm_set1_epi8('\n'), returnByte = _mm_set1_epi8('\r');
+#endif
+    int64_t stopValue = -1; // the first stop value after the last start looked at
+    int64_t newlines = 0;   // newlines in [pos, stopValue + 1) when pos < stopValue
+    for (;;) {
+        if (pos >= len) {
+            stop = len;
+            return;
+        }
+        int64_t afterDelimiter = -1; // one past the last delimiter passed
+        int64_t passed = 0;          // newlines passed
+#if defined(__SSE2__)
+        // The gap is mostly a line's end and the next one's indent: 16
+        // bytes at a time, with the tests built once.
+        while (vector && pos + 16 <= len) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + pos));
+            __m128i taken = _mm_setzero_si128();
+            for (int r = 0; r < 3; ++r)
+                taken = _mm_or_si128(taken, _mm_cmpeq_epi8(_mm_subs_epu8(_mm_sub_epi8(block, rangeLo[r]), rangeSpan[r]),
+                                                           _mm_setzero_si128()));
+            const __m128i newline = _mm_cmpeq_epi8(block, newlineByte);
+            const __m128i delimiter = _mm_or_si128(
+                newline, _mm_or_si128(_mm_cmpeq_epi8(block, _mm_setzero_si128()), _mm_cmpeq_epi8(block, returnByte)));
+            const unsigned limit = len - 1 - pos >= 16 ? 0xFFFFu : (1u << (len - 1 - pos)) - 1;
+            const unsigned starts = static_cast<unsigned>(_mm_movemask_epi8(taken)) & limit;
+            const unsigned before = starts != 0 ? (starts & (0u - starts)) - 1 : limit;
+            if (const unsigned delimiters = static_cast<unsigned>(_mm_movemask_epi8(delimiter)) & before) {
+                afterDelimiter = pos + 32 - __builtin_clz(delimiters);
+                passed += CountBits16(static_cast<unsigned>(_mm_movemask_epi8(newline)) & before);
+            }
+            if (starts != 0 || limit != 0xFFFFu) {
+                pos += starts != 0 ? __builtin_ctz(starts) : len - 1 - pos;
+                break;
+            }
+            pos += 16;
+        }
+#endif
+        for (unsigned char kind = 0; pos < len - 1 && (kind = byteClass[text[pos]]) != kClassStart; ++pos)
+            if (kind != 0) {
+                afterDelimiter = pos + 1;
+                passed += kind == kClassNewline;
+            }
+        if (stopValue > pos) {
+            newlines -= passed;
+        } else if (pos < len - 1) {
+            stopValue = stopAfter(pos + 1);
+            if (stopValue < len)
+                newlines = CountNewlinesIn(text, static_cast<size_t>(len), static_cast<size_t>(pos),
+                                           static_cast<size_t>(stopValue + 1));
+        }
+        if (pos == len - 1 || stopValue >= len) {
+            RunAttempt(pattern, state, window, 0, pos);
+            stopAt(pos);
+            return;
+        }
+        const int64_t lineAtStart = *line;
+        *line += newlines;
+        ++reports;
+        const int64_t lineStart = afterDelimiter >= 0 ? afterDelimiter
+                                  : pos == 0 || IsLineDelimiter(text[pos - 1])
+                                      ? pos
+                                      : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(pos)));
+        const auto lineEnd =
+            static_cast<int64_t>(FindLineDelimiterIn(text, static_cast<size_t>(len), static_cast<size_t>(pos + 1)));
+        if (in.name != nullptr)
+            ReportLine(batch, in.name, nameLen, lineAtStart + 1,
+                       shown(in.print, lineStart, lineEnd - lineStart, state.printFolded, scratch),
+                       static_cast<size_t>(lineEnd - lineStart));
+        pos = counted = lineEnd;
+    }
+}
+
+// The first stop value of the star at or after window index from, or the
+// window's length; bytes known to hold none are not looked at again.
+int64_t WindowSearch::stopAfter(int64_t from)
+{
+    const SearchPlan &plan = pattern.plan;
+    const int64_t len = window.len;
+    const int64_t freeFrom = state.stopFreeFrom - window.base;
+    const int64_t freeTo = state.stopFreeTo - window.base;
+    int64_t at = freeFrom <= from && from < freeTo ? (freeTo < len ? freeTo : len) : from;
+    const int64_t scanned = at;
+    at += static_cast<int64_t>(
+        FindEitherByte(window.text + at, static_cast<size_t>(len - at), plan.runStopA[1], plan.runStopB[1]));
+    state.steps += at - scanned;
+    if (at >= len) {
+        if (freeFrom <= from && from <= freeTo) {
+            if (freeTo < len)
+                state.stopFreeTo = window.base + len;
+        } else {
+            state.stopFreeFrom = window.base + from;
+            state.stopFreeTo = window.base + len;
+        }
+    }
+    return at;
 }
 
 // The next start worth an attempt, and the attempt's outcome; false when
@@ -272,7 +431,8 @@ void WindowSearch::stopAt(int64_t start)
 // A match at [start, end): the line counter at its start, then over the
 // match (which holds no newline when no element takes one); the word
 // check; the report; and where the search goes on.
-void WindowSearch::report(int64_t start, int64_t end)
+// Inlined into both searches: a call per report shows in frequent patterns.
+__attribute__((always_inline)) inline void WindowSearch::report(int64_t start, int64_t end)
 {
     const unsigned char *text = window.text;
     const auto ulen = static_cast<size_t>(window.len);
@@ -356,7 +516,8 @@ int SearchWindow(const CompiledPattern &pattern, MatchState &state, const MatchW
         search.run();
     search.finish();
     *offset += search.stop;
-    ReportFlush(batch);
+    if (!state.holdReports || state.reports == nullptr)
+        ReportFlush(batch);
     return search.reports;
 }
 

@@ -22,7 +22,8 @@ struct MatchWindow {
 //            (at most len): the caller carries the rest into the next window
 //   *line    running count of newlines before the current position
 // The reports go to *state.reports (a batch of the call's own when null) and
-// are flushed before it returns. A len below 1 returns 0 and changes
+// are flushed before it returns, unless state.holdReports leaves that to
+// the caller. A len below 1 returns 0 and changes
 // nothing. state (one per file, zero-initialised before the first window,
 // owned by the caller) keeps what the search learnt: windows must come in
 // the file's order, each starting at or after the one before and ending at

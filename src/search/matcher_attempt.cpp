@@ -43,6 +43,7 @@
 
 #include <cstring>
 
+#include "bytescan.h"
 #include "matcher_skip.h"
 
 namespace {
@@ -321,6 +322,56 @@ int64_t WindowStop(const CompiledPattern &pattern, const StuckRun &run, const Wi
     return run.lo <= start + first + 1 && start + first + 1 <= run.hi ? first : -1;
 }
 
+namespace {
+
+// PassStuckWindows without a first byte, many windows at a time: over a
+// stretch of at most `inside` bytes from *start that ends at a byte
+// element 0 takes, at or before the path's last start and the last window
+// start, every window stops at the next such byte. Each byte element 0
+// refuses is consumed once, by the window that starts at the first byte
+// of its gap; a window at a byte element 0 takes consumes nothing. Moves
+// *start past the stretch's last taken byte, which is the last window
+// passed over, and returns true; false when the stretch holds no such byte
+// or the path does not reach back to its start (the caller goes one window
+// at a time).
+bool passLetterRuns(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t last,
+                    int64_t inside, int64_t *start, StuckPass *pass)
+{
+    const int64_t from = *start;
+    int64_t to = last < run.hi - 1 ? last : run.hi - 1;
+    if (to > from + inside - 1)
+        to = from + inside - 1;
+    if (from + 1 < run.lo || from > to)
+        return false;
+    const bool *accepts = pattern.plan.startAccepts;
+    const unsigned char *text = held.text + (from - held.base);
+    int64_t taken = 0, lastTaken = -1, takenToLast = 0;
+    int64_t at = 0;
+#if defined(__SSE2__)
+    if (pattern.plan.startTakenInRanges)
+        for (; at + 16 <= to - from + 1; at += 16)
+            if (const unsigned mask = InRangesMask(text + at, pattern.plan.startTaken)) {
+                taken += CountBits16(mask);
+                lastTaken = at + 31 - __builtin_clz(mask);
+                takenToLast = taken;
+            }
+#endif
+    for (; at <= to - from; ++at) {
+        const bool accepted = accepts[text[at]];
+        taken += accepted;
+        lastTaken = accepted ? at : lastTaken;
+        takenToLast = accepted ? taken : takenToLast;
+    }
+    if (lastTaken < 0)
+        return false;
+    pass->consumed += lastTaken + 1 - takenToLast;
+    pass->last = from + lastTaken;
+    *start = from + lastTaken + 1;
+    return true;
+}
+
+} // namespace
+
 StuckPass PassStuckWindows(const CompiledPattern &pattern, const StuckRun &run, const Window &held, int64_t windowLen)
 {
     StuckPass pass{held.base, 0, -1};
@@ -337,6 +388,8 @@ StuckPass PassStuckWindows(const CompiledPattern &pattern, const StuckRun &run, 
     const int64_t inside = windowLen - 1 < kCutFrom ? windowLen - 1 : kCutFrom;
     int64_t start = held.base;
     while (start <= last) {
+        if (pattern.first == 0 && passLetterRuns(pattern, run, held, last, inside, &start, &pass))
+            continue;
         // The window at start stops at the first byte x that element 0
         // takes, when x is not its last byte and (1, x + 1) is on the path;
         // with a first byte it consumes x too, and the newlines before x

@@ -61,6 +61,7 @@ struct CarriedPath {
 struct MatchState {
     ReportBatch *reports;  // set by the caller: where this file's match reports go (null: a batch of the call's own)
     bool plain;            // set by the caller: no shortcuts, every attempt in order and in full (the reference)
+    bool holdReports;      // set by the caller: reports may stay in *reports after a window; the caller flushes them
     int printFolded;       // set by the caller: leading bytes of the window that print in lower case
     bool useMemo;          // remember and reuse paths (off: every attempt runs in full)
     int64_t steps;         // states worked so far, all windows (for tests)
@@ -74,6 +75,10 @@ struct MatchState {
     int64_t memoEnd[kMaxElements]; // its match end or kPathFails
 
     CarriedPath carried; // the path carried from the last window
+
+    // A stop-star pattern: file positions [stopFreeFrom, stopFreeTo) were
+    // found to hold none of the star's stop values.
+    int64_t stopFreeFrom, stopFreeTo;
 };
 
 // How an attempt ended. On success `end` is one past the last byte

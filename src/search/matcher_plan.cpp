@@ -235,6 +235,31 @@ void planRunStops(const CompiledPattern &pattern, SearchPlan &plan)
     }
 }
 
+// Element 0 takes one byte, element 1 is a star that refuses one or two
+// values, and element 2, the last, takes one byte and accepts them.
+void planStopStar(const CompiledPattern &pattern, SearchPlan &plan)
+{
+    plan.stopStar = pattern.first == 0 && pattern.count == 3 && pattern.TakesOneByte(0) &&
+                    (pattern.flags[1] & ~kFlagNegated) == kFlagStar && plan.runStops[1] > 0 &&
+                    pattern.TakesOneByte(2) && pattern.Accepts(2, plan.runStopA[1]) &&
+                    pattern.Accepts(2, plan.runStopB[1]);
+    plan.stopStarLines = plan.stopStar;
+    bool starts[256];
+    for (int byte = 0; byte < 256; ++byte)
+        starts[byte] = pattern.Accepts(0, static_cast<unsigned char>(byte));
+    plan.startsInRanges = chooseRanges(starts, &plan.startRanges);
+    for (int byte = 0; byte < 256; ++byte) {
+        const auto value = static_cast<unsigned char>(byte);
+        const bool delimiter = value == 0 || value == '\n' || value == '\r';
+        if (delimiter && pattern.Accepts(0, value))
+            plan.stopStarLines = false;
+        plan.byteClass[byte] = pattern.Accepts(0, value) ? kClassStart
+                               : value == '\n'           ? kClassNewline
+                               : delimiter               ? kClassDelimiter
+                                                         : 0;
+    }
+}
+
 // Element k accepts only bytes element `wider` accepts too.
 bool acceptsOnlyWhat(const CompiledPattern &pattern, int element, int wider)
 {
@@ -316,6 +341,7 @@ void planStarts(const CompiledPattern &pattern, SearchPlan &plan)
         }
     plan.startScan =
         chooseBytes(plan.startAccepts, 0, &plan.startChoice) || chooseBytes(plan.startAccepts, 0x20, &plan.startChoice);
+    plan.startTakenInRanges = chooseRanges(plan.startAccepts, &plan.startTaken);
 }
 
 } // namespace
@@ -327,6 +353,7 @@ void PlanSearch(const CompiledPattern &pattern, SearchPlan *plan)
     planLiteral(pattern, *plan);
     planStarTail(pattern, *plan);
     planRunStops(pattern, *plan);
+    planStopStar(pattern, *plan);
     planNever(pattern, *plan);
     planFirst(pattern, *plan);
     planStarts(pattern, *plan);

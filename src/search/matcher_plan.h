@@ -18,6 +18,11 @@ struct ScanPair {
     int rarity;                 // about how rare a hit is: higher is rarer
 };
 
+// Byte classes of SearchPlan::byteClass.
+inline constexpr unsigned char kClassStart = 1;     // element 0 takes it
+inline constexpr unsigned char kClassNewline = 2;   // a newline
+inline constexpr unsigned char kClassDelimiter = 3; // another line delimiter (NUL, carriage return)
+
 struct SearchPlan {
     // The head: the leading elements that take one byte each (element 0
     // also when it is the first byte).
@@ -57,6 +62,8 @@ struct SearchPlan {
     bool startInRanges;      // else: the bytes none of them takes form up to three ranges...
     ByteRanges startRefused; // ...these
     bool startAccepts[256];  // one of those elements accepts the byte
+    bool startTakenInRanges; // the bytes startAccepts holds form up to three ranges...
+    ByteRanges startTaken;   // ...these
     int startSingle;         // the first element that takes exactly one byte (0: element 0 itself)
     bool leadAccepts[256];   // one of the elements before it accepts the byte
     // No match holds a newline: no element accepts one, and the last
@@ -75,6 +82,20 @@ struct SearchPlan {
     // that accepts only what the star takes): a search finds nothing
     // whatever the text, and a file need not be read for it.
     bool neverMatches;
+
+    // Stop star: no first byte, a one-byte element 0, a star that refuses
+    // only the one or two values of runStop*[1], then a one-byte element
+    // that takes both. The match from any start element 0 takes (but the
+    // window's last byte) ends right after the first of those values that
+    // follows the start, or the attempt runs off the window.
+    bool stopStar;
+    // And element 0 takes no line delimiter: the matching lines before a
+    // stop are found by one walk over the bytes between starts, which
+    // knows each byte by its class here.
+    bool stopStarLines;
+    unsigned char byteClass[256]; // kClassStart, kClassNewline, kClassDelimiter or 0 (none of those)
+    bool startsInRanges;          // the bytes element 0 takes form up to three ranges...
+    ByteRanges startRanges;       // ...these
 
     // Per starred or '+' element: when it refuses just one or two byte
     // values, they end its runs and a byte scan finds them.

@@ -19,6 +19,7 @@
 #include <cstdio>
 #include <new>
 #include <vector>
+#include <unistd.h>
 
 struct OutputSlot {
     std::vector<std::string> kept; // bytes written while not at the head, in pieces
@@ -33,6 +34,9 @@ constexpr size_t kKeptLimit = 1 << 20;
 constexpr size_t kPieceSize = 16 << 10;
 // Tries at the lock before sleeping on it.
 constexpr int kSpinTries = 200;
+// Blocks written to standard output this large or larger bypass the
+// stream's buffer.
+constexpr size_t kDirectWrite = 16 << 10;
 // Bytes a thread gathers before it hands them to its slot.
 constexpr size_t kStagingLimit = 8 << 10; // below kPieceSize
 
@@ -57,6 +61,26 @@ void OrderedOutput::WriteOut(const char *bytes, size_t len)
     if (Failed() || len == 0)
         return;
     errno = 0;
+    // A large block (a batch of reports) goes out as it is, after what the
+    // stream holds: copying it into the stream's buffer first costs more.
+    if (len >= kDirectWrite) {
+        if (fflush(stdout) != 0) {
+            fail();
+            return;
+        }
+        while (len > 0) {
+            const ssize_t wrote = write(STDOUT_FILENO, bytes, len);
+            if (wrote < 0 && errno == EINTR)
+                continue;
+            if (wrote <= 0) {
+                fail();
+                return;
+            }
+            bytes += wrote;
+            len -= static_cast<size_t>(wrote);
+        }
+        return;
+    }
     if (fwrite_unlocked(bytes, 1, len, stdout) != len)
         fail();
 }

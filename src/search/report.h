@@ -9,8 +9,9 @@
 class OutputSink;
 
 // One searching thread's gathered match reports: handing each line to the
-// output on its own costs about as much as finding its match.
-inline constexpr size_t kReportBatchSize = 16 << 10;
+// output on its own costs about as much as finding its match. A full batch
+// is large enough to be written out without a copy on the way.
+inline constexpr size_t kReportBatchSize = 64 << 10;
 struct ReportBatch {
     OutputSink *out;              // where the reports go; null: straight to standard output
     size_t used;                  // bytes gathered; 0 to start

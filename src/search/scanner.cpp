@@ -260,6 +260,7 @@ int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *pat
     int folded = 0;          // leading bytes of the window a folding scanner would have folded
     MatchState state{};      // what the matcher carries from window to window
     state.reports = &searcher.reports;
+    state.holdReports = true; // a file's reports go out together, at its end
     while (offset < size) {
         reader.ensure(windowStart, kWindowSize);
         int64_t fresh = reader.bufferStart + reader.bufferUsed - (windowStart + carried);
@@ -290,6 +291,7 @@ int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *pat
             !reader.perWindow)
             passStuckWindows(pattern, reader, state, windowStart, carried, folded, offset);
     }
+    ReportFlush(searcher.reports);
     return total;
 }
 

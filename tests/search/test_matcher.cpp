@@ -208,7 +208,11 @@ TEST(Matcher, ShortcutsChangeNothing)
                            // A frequent first element with rarer bytes after it, runs that
                            // end at a line end, bracketed runs, patterns that never match.
                            "[sa]ab_[ ]*[a-z]*", "[sx]_z[ ]*s", "[ ]*$", "[ ]*_$", "s*[ ]*_", "[a-z][^ ]*_", "_[^_]*_",
-                           "[a-z][^ ]*[a-z]", "sa[ ]+b", "s[^ ]*\\~ ", "[sa]*\\:"};
+                           "[a-z][^ ]*[a-z]", "sa[ ]+b", "s[^ ]*\\~ ", "[sa]*\\:",
+                           // A start, a star that refuses one or two values, one of them: every start
+                           // before the next such value matches up to it.
+                           "[a-z][^_]*_", "[ab][^s]*s", "[sa][^ ]*[ _]", "[a-z][^\n]*\n", "[^ab][^_]*_", "[a-z][^_ ]*_",
+                           "[a-z][^_ ]* "};
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         const std::string pattern = round % 4 ? randomPattern(rng) : fixed[rng() % std::size(fixed)];
@@ -227,6 +231,7 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"[ ]*$", "a  \nb\r\n  \r\n\n x"},
         {"[ ]*_$", "a _\n __\r\n_ _\n"},
         {"s[ ]+a", "s  a sa s a"},
+        {"[a-z][^;]*;", "ab;\ncd\n;x y;\r\nz\n\n q;;a"},
     };
     for (const auto &[pattern, text] : pieces)
         for (size_t end = 1; end <= std::strlen(text); ++end)
@@ -248,6 +253,8 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"x[a-z]*_q", letters + "\n" + letters},
         {"[ab]b*z[a-z]*q", letters},
         {"[a-z][^_]*_", letters + "_" + letters},
+        {"[a-z][^_]*_", letters + "\n" + letters + "_\n" + letters},
+        {"[ab][^_]*_", "  " + letters + "\n_ \n" + letters},
         {"a[b]*x[a-z]*_", "abbbx" + letters},
         {"[a-z_]s*_[a-z]*q", "xss_" + letters},
     };
@@ -287,6 +294,8 @@ TEST(Matcher, WorkGrowsLinearly)
         {"[ab]aa[a-z]*[ ]*", 'a', " ", 0},
         {"[ ]*$", ' ', "x", 0},
         {"[ ]*[a-z]*$", ' ', "a", 512},
+        {"[a-z][^_]*_", 'a', "_", 512},
+        {"[a-z][^_]*_", 'a', " ", 512},
     };
     for (const Shape &shape : shapes) {
         int64_t steps[2];

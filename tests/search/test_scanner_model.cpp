@@ -278,9 +278,9 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     const std::string shortLines = "abAB_ \n\n\r\x01\xe9", longLines = "abcABC_-.";
     const char *plainPatterns[] = {"ab", "a", "Ab", "bA", "ab_", "\n", "aaa", "b b"};
     const char *regExpPatterns[] = {
-        "a.b",       "ab*",      "[ab]b",   "^ab",          "ab$",    "[^a]b",   "a\\~bB",     "b+a",
-        ".*a",       "[a-b]*b",  "a$b",     "\\(ab",        "[ab]+",  "^",       "$",          "\\~a[^b]A",
-        "[ab][^_]b", "a[ab]*_b", "b[^_]*_", "a[a-c]*\\~b_", "[ab]*_", "a[^_]*b", "[ab]a[ ]*b", "[ ]*$"};
+        "a.b",     "ab*",          "[ab]b",  "^ab",     "ab$",        "[^a]b", "a\\~bB",     "b+a",         ".*a",
+        "[a-b]*b", "a$b",          "\\(ab",  "[ab]+",   "^",          "$",     "\\~a[^b]A",  "[ab][^_]b",   "a[ab]*_b",
+        "b[^_]*_", "a[a-c]*\\~b_", "[ab]*_", "a[^_]*b", "[ab]a[ ]*b", "[ ]*$", "[ab][^_]*_", "[ab][^\n]*\n"};
     for (int round = 0; round < 300; ++round) {
         const bool regExp = round % 2 == 1;
         const std::string options = std::string(regExp ? "r" : "") + ((round / 2) % 2 ? "b" : "") +
@@ -325,7 +325,7 @@ TEST(ScannerModel, WindowEdges)
         {"rbc", "[^q]*q", cut},     {"rb", "[^q]*qz", refused},     {"rf", "[a-z]+q", cut},
         {"rb", "[a-z]*_q", atEnd},  {"rw", "[a-z]*_q", atEnd},      {"rb", "[ae][^q]*q", cut},
         {"r", "[ae][^q]*q", cut},   {"rb", "[ae][^q]*qz", refused}, {"rbc", "[ae][a-z]*_q", atEnd},
-        {"r", "[ae][^q]*q", atCut},
+        {"r", "[ae][^q]*q", atCut}, {"rw", "[ae][^q]*q", cut},      {"r", "[ae][^q]*q", refused},
     };
     for (const auto &c : cases)
         expectSame(c.options, c.pattern, c.content);
