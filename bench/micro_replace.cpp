@@ -269,14 +269,14 @@ void BM_DHexToDouble_StrtoullAnchor(benchmark::State &state)
 
 #define QV_SIZES ->Arg(256)->Arg(4096)->Arg(1 << 20)
 // 4 MiB as well: the time must grow with the text, not faster.
-BENCHMARK(BM_StrRep_Grow) QV_SIZES->Arg(4 << 20);
-BENCHMARK(BM_StrRep_Grow_StringLoopAnchor) QV_SIZES->Arg(4 << 20);
-BENCHMARK(BM_StrRep_Shrink) QV_SIZES->Arg(4 << 20);
-BENCHMARK(BM_StrRep_Shrink_StringLoopAnchor) QV_SIZES->Arg(4 << 20);
-BENCHMARK(BM_TcsRep_Grow) QV_SIZES;
-BENCHMARK(BM_TcsRep_Grow_WstringLoopAnchor) QV_SIZES;
-BENCHMARK(BM_TcsRep_Shrink) QV_SIZES;
-BENCHMARK(BM_TcsRep_Shrink_WstringLoopAnchor) QV_SIZES;
+BENCHMARK(BM_StrRep_Grow) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
+BENCHMARK(BM_StrRep_Grow_StringLoopAnchor) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
+BENCHMARK(BM_StrRep_Shrink) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
+BENCHMARK(BM_StrRep_Shrink_StringLoopAnchor) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
+BENCHMARK(BM_TcsRep_Grow) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
+BENCHMARK(BM_TcsRep_Grow_WstringLoopAnchor) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
+BENCHMARK(BM_TcsRep_Shrink) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
+BENCHMARK(BM_TcsRep_Shrink_WstringLoopAnchor) QV_SIZES->Arg(256 << 10)->Arg(4 << 20);
 BENCHMARK(BM_StrCpyRepSize_NoCase) QV_SIZES;
 BENCHMARK(BM_StrCpyRepSize_NoCase_StrcasestrAnchor) QV_SIZES;
 BENCHMARK(BM_StrCpyRep_NoCase) QV_SIZES;
