@@ -310,7 +310,8 @@ if [ "$shapes_only" = 0 ]; then
 thread_group() {  # name rg-factor hyperfine-options...
   local name=$1 factor=$2; shift 2
   local rgt="rg --no-ignore"
-  hyperfine -i "$@" --runs "$runs" --style basic --export-csv "$results/times-$name.csv" \
+  hyperfine -i "$@" --runs "$runs" --style basic --output "$results/hyperfine-output-$name.txt" \
+    --export-csv "$results/times-$name.csv" \
     -n "rare literal~fyndle" "$fyndle -s pthread_mutex $tree" -n "rare literal~rg" "$rgt -n -i -F pthread_mutex $tree" \
     -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree" \
     -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree" \
