@@ -11,11 +11,12 @@
 // being written, which becomes `direct_`.
 //
 // Threads wait only for room (slots or kept bytes) and for the walk; a
-// wake is sent only when somebody waits, since waking costs about as much
-// as searching a small file.
+// wake is sent only when somebody sleeps, since waking costs about as much
+// as searching a small file, or far more where the sleeper's CPU went idle.
 #include "output.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <new>
 #include <vector>
@@ -32,8 +33,11 @@ namespace {
 // a fixed size, so that what is allocated is what is counted.
 constexpr size_t kKeptLimit = 1 << 20;
 constexpr size_t kPieceSize = 16 << 10;
-// Tries at the lock before sleeping on it.
-constexpr int kSpinTries = 200;
+// How long a thread tries the lock, and watches for a change, before it
+// sleeps; and how many tries go between looks at the clock.
+constexpr auto kTakeSpin = std::chrono::microseconds(200);
+constexpr auto kWaitSpin = std::chrono::microseconds(1000);
+constexpr int kClockEvery = 64;
 // Blocks written to standard output this large or larger bypass the
 // stream's buffer.
 constexpr size_t kDirectWrite = 16 << 10;
@@ -96,16 +100,36 @@ void OrderedOutput::FlushOut()
 
 void OrderedOutput::Take(std::unique_lock<std::mutex> &held)
 {
-    for (int tries = 0; tries < kSpinTries; ++tries) {
-        if (held.try_lock())
-            return;
-        __builtin_ia32_pause();
+    if (held.try_lock())
+        return;
+    if (spinning_.load(std::memory_order_relaxed)) {
+        const auto until = std::chrono::steady_clock::now() + kTakeSpin;
+        for (int tries = 1;; ++tries) {
+            __builtin_ia32_pause();
+            if (held.try_lock())
+                return;
+            if (tries % kClockEvery == 0 && std::chrono::steady_clock::now() >= until)
+                break;
+        }
     }
     held.lock();
 }
 
 void OrderedOutput::Wait(std::unique_lock<std::mutex> &held)
 {
+    const uint64_t seen = changes_.load(std::memory_order_relaxed);
+    if (spinning_.load(std::memory_order_relaxed)) {
+        held.unlock();
+        const auto until = std::chrono::steady_clock::now() + kWaitSpin;
+        for (int tries = 1; changes_.load(std::memory_order_acquire) == seen; ++tries) {
+            __builtin_ia32_pause();
+            if (tries % kClockEvery == 0 && std::chrono::steady_clock::now() >= until)
+                break;
+        }
+        Take(held);
+        if (changes_.load(std::memory_order_relaxed) != seen)
+            return;
+    }
     ++waiting_;
     changed_.wait(held);
     --waiting_;
@@ -113,6 +137,7 @@ void OrderedOutput::Wait(std::unique_lock<std::mutex> &held)
 
 void OrderedOutput::Notify()
 {
+    changes_.store(changes_.load(std::memory_order_relaxed) + 1, std::memory_order_release);
     if (waiting_ > 0)
         changed_.notify_all();
 }

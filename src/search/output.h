@@ -18,6 +18,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -34,16 +35,24 @@ public:
     // The run's one lock: the walk hands out work under it too, so that a
     // claim and its slot are ordered together.
     std::mutex &Lock() { return lock_; }
-    // Takes it, trying a little while before sleeping on it: it is held
-    // for a few hundred instructions at a time, and a sleep and a wake cost
-    // far more.
+    // Takes it, trying a while before sleeping on it: it is held for a few
+    // hundred instructions at a time, and a sleep costs far more, since
+    // the wake must wait for the sleeper's CPU, idle by then, to come back
+    // (milliseconds on a virtual machine).
     void Take(std::unique_lock<std::mutex> &held);
 
     // Waits under the lock until something changes: a slot retired, kept
-    // bytes written, or the walk's Notify.
+    // bytes written, or the walk's Notify. It watches for the change
+    // without the lock for up to a millisecond before it sleeps. It may
+    // return with nothing changed: callers look again.
     void Wait(std::unique_lock<std::mutex> &held);
-    // Wakes the threads in Wait, when there are any. Lock held.
+    // Tells the waiters that something changed, waking those that sleep.
+    // Lock held.
     void Notify();
+    // Whether a thread that must wait may watch (spin) before it sleeps:
+    // only while there are no more threads than CPUs, where a watching
+    // thread takes no CPU from one with work.
+    void SetSpinning(bool spinning) { spinning_.store(spinning, std::memory_order_relaxed); }
 
     // Whether a slot may be opened: fewer than kSlotLimit are unwritten,
     // so that slots stay bounded behind a slow head. Lock held.
@@ -78,7 +87,9 @@ private:
 
     std::mutex lock_;
     std::condition_variable changed_;
-    int waiting_ = 0;                    // threads in Wait
+    int waiting_ = 0;                    // threads asleep in Wait
+    std::atomic<uint64_t> changes_{0};   // Notify calls so far: what a watching thread watches
+    std::atomic<bool> spinning_{false};  // waiters watch before they sleep
     std::deque<OutputSlot *> order_;     // unretired slots, head first
     std::atomic<OutputSlot *> direct_{}; // the head slot, once its kept bytes are written
     bool flushing_ = false;              // a thread is retiring slots

@@ -36,5 +36,8 @@ struct SearchRun {
     RunCounters counters;      // of the search, complete once it has ended
 };
 
-// CPUs the process may run on (its affinity mask), at most 16; at least 1.
+// CPUs the process may run on (its affinity mask); at least 1.
+int AllowedCpus();
+
+// The threads a run starts with: its CPUs, at most 16; at least 1.
 int SearchThreadCount();

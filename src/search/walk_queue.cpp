@@ -163,6 +163,7 @@ private:
     int inUse_ = 0;                                // descriptors held or reserved
     size_t claimFiles_;                            // files a claim takes at most
     int threads_;                                  // threads to start
+    const int cpus_;                               // CPUs the run may use
     int threadLimit_;                              // threads there may be while reads block
     bool growing_ = true;                          // threads may still be started
     size_t taken_ = 0;                             // workers that a thread has taken
@@ -172,7 +173,7 @@ private:
 
 Walk::Walk(SearchRun &run, const WalkStart &start, int threads, int budget)
     : run_(run), output_(run.output), subfolders_(start.subfolders), verbose_(g_fVerbose != 0), hintReads_(threads > 1),
-      budget_(budget), threads_(threads)
+      budget_(budget), threads_(threads), cpus_(AllowedCpus())
 {
     // More threads than CPUs keep more reads in flight where the disk is
     // slow, and only cost time where it is not: they are started only when
@@ -598,6 +599,7 @@ bool Walk::startThreadWithin()
     if (!worker || !worker->searcher.buffer || !worker->sink.Reserve())
         return false;
     workers_.push_back(std::move(worker));
+    output_.SetSpinning(workers_.size() > 1 && static_cast<int>(workers_.size()) <= cpus_);
     if (workers_.size() == 1)
         return true; // the calling thread's
     pthread_attr_t attributes;
@@ -608,6 +610,7 @@ bool Walk::startThreadWithin()
     pthread_attr_destroy(&attributes);
     if (!started) {
         workers_.pop_back();
+        output_.SetSpinning(workers_.size() > 1 && static_cast<int>(workers_.size()) <= cpus_);
         return false;
     }
     started_.push_back(thread);
