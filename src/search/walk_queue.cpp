@@ -142,7 +142,7 @@ private:
     bool reserve(int count);
     void unreserve(int count);
     void opened(Folder &folder, int fd);
-    void closeFolder(Folder &folder);
+    void closeFolder(Folder &folder, bool done);
     bool reopen(Folder &folder);
     void release(Folder *folder);
     std::string relativePath(const Folder &from, const Folder &to) const;
@@ -209,7 +209,7 @@ bool Walk::reserve(int count)
             }
         if (idle == nullptr)
             return false;
-        closeFolder(*idle);
+        closeFolder(*idle, false);
     }
     inUse_ += count;
     return true;
@@ -229,12 +229,14 @@ void Walk::opened(Folder &folder, int fd)
     folder.openAt = open_.insert(open_.end(), &folder);
 }
 
-void Walk::closeFolder(Folder &folder)
+void Walk::closeFolder(Folder &folder, bool done)
 {
     if (folder.parent == nullptr)
         return; // the starting folder's descriptor is the caller's
+    // A folder closed while it still has work is opened again later, and
+    // must then be known to be the same one.
     struct stat status;
-    if (!folder.identified && fstat(folder.fd, &status) == 0) {
+    if (!done && !folder.identified && fstat(folder.fd, &status) == 0) {
         folder.identified = true;
         folder.device = status.st_dev;
         folder.inode = status.st_ino;
@@ -299,7 +301,7 @@ void Walk::release(Folder *folder)
             int up = -1;
             if (parentWaits)
                 up = openat(folder->fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-            closeFolder(*folder);
+            closeFolder(*folder, true);
             struct stat status;
             if (up >= 0 && fstat(up, &status) == 0 && status.st_dev == parent->device &&
                 status.st_ino == parent->inode) {
