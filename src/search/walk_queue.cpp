@@ -96,12 +96,14 @@ struct Claim {
     Folder *folder; // the folder it lists, or whose files it searches
     int reserved;   // descriptors reserved for it
     // Files:
-    OutputSlot *slot = nullptr;   // where its output goes
-    size_t mask = 0;              // the mask whose files these are
-    bool trying = false;          // it prints the mask's "Trying" line first
-    bool uncached = false;        // a name was not in the kernel's caches: reads block
-    size_t first = 0, count = 0;  // the files [first, first + count) of the mask
-    int64_t numbers[kClaimFiles]; // each file's number, once searched
+    OutputSlot *slot = nullptr;        // where its output goes
+    size_t mask = 0;                   // the mask whose files these are
+    bool trying = false;               // it prints the mask's "Trying" line first
+    bool uncached = false;             // a name was not in the kernel's caches: reads block
+    size_t first = 0, count = 0;       // the files [first, first + count) of the mask
+    int64_t numbers[kClaimFiles] = {}; // each file's number, once searched
+    // List:
+    FolderList subfolders; // made while listing, moved into the walk's list at once
 };
 
 // One searching thread's tools.
@@ -112,6 +114,7 @@ struct Worker {
     OutputSink sink;
     FileSearcher searcher;
     CacheProbe probe; // what its opens tell of the kernel's caches
+    FolderList letGo; // folders and names let go of under the lock, freed after it
 };
 
 class Walk {
@@ -137,14 +140,14 @@ private:
     void advanceCursor();
     void listFolder(Worker &worker, Claim &claim);
     void searchFiles(Worker &worker, Claim &claim);
-    void finish(std::unique_lock<std::mutex> &held, Claim &claim);
+    void finish(std::unique_lock<std::mutex> &held, Worker &worker, Claim &claim);
 
     bool reserve(int count);
     void unreserve(int count);
     void opened(Folder &folder, int fd);
     void closeFolder(Folder &folder, bool done);
     bool reopen(Folder &folder);
-    void release(Folder *folder);
+    void release(Folder *folder, FolderList *letGo = nullptr);
     std::string relativePath(const Folder &from, const Folder &to) const;
 
     SearchRun &run_;
@@ -285,8 +288,9 @@ bool Walk::reopen(Folder &folder)
 }
 
 // Lets go of what folder no longer needs: its descriptor, its path, its
-// place in the list, and so on up through the folders above it.
-void Walk::release(Folder *folder)
+// place in the list, and so on up through the folders above it. What is
+// freed goes to letGo, when given, to be freed once the lock is let go.
+void Walk::release(Folder *folder, FolderList *letGo)
 {
     while (folder != nullptr) {
         const bool done = folder->handedOut && folder->users == 0 && folder->unlisted == 0;
@@ -312,12 +316,21 @@ void Walk::release(Folder *folder)
             }
             output_.Notify();
         }
-        std::string().swap(folder->path);
-        std::vector<std::vector<std::string>>().swap(folder->listing.files);
-        if (folder->inList > 0 || parent == nullptr)
+        if (folder->inList > 0 || parent == nullptr) {
+            if (letGo != nullptr && !folder->listing.files.empty()) {
+                Folder &names = letGo->emplace_back();
+                names.path.swap(folder->path);
+                names.listing.files.swap(folder->listing.files);
+            }
+            std::string().swap(folder->path);
+            std::vector<std::vector<std::string>>().swap(folder->listing.files);
             return;
+        }
         // Only folders behind the cursor are done, so the cursor stays.
-        folders_.erase(folder->self);
+        if (letGo != nullptr)
+            letGo->splice(letGo->end(), folders_, folder->self);
+        else
+            folders_.erase(folder->self);
         --parent->inList;
         folder = parent;
     }
@@ -483,6 +496,18 @@ void Walk::listFolder(Worker &worker, Claim &claim)
         folder.listing.foldersRoundTrip.swap(own.foldersRoundTrip);
     }
     folder.fd = fd; // registered as open under the lock, in finish
+    // The subfolders' places in the list are made here, outside the lock;
+    // they join the walk's list in one step.
+    FolderListing &listing = folder.listing;
+    for (size_t i = 0; i < listing.folders.size(); ++i) {
+        Folder &sub = claim.subfolders.emplace_back();
+        sub.self = std::prev(claim.subfolders.end());
+        sub.parent = &folder;
+        sub.name.swap(listing.folders[i]);
+        sub.roundTrips = folder.roundTrips && listing.foldersRoundTrip[i];
+    }
+    std::vector<std::string>().swap(listing.folders);
+    std::vector<bool>().swap(listing.foldersRoundTrip);
 }
 
 void Walk::searchFiles(Worker &worker, Claim &claim)
@@ -519,7 +544,7 @@ void Walk::searchFiles(Worker &worker, Claim &claim)
     }
 }
 
-void Walk::finish(std::unique_lock<std::mutex> &held, Claim &claim)
+void Walk::finish(std::unique_lock<std::mutex> &held, Worker &worker, Claim &claim)
 {
     Folder &folder = *claim.folder;
     if (claim.kind == Claim::Files) {
@@ -529,7 +554,7 @@ void Walk::finish(std::unique_lock<std::mutex> &held, Claim &claim)
             run_.counters.Add(claim.numbers[i]);
         unreserve(claim.reserved); // each file was closed by its search
         --folder.users;
-        release(&folder);
+        release(&folder, &worker.letGo);
         output_.CloseSlot(held, claim.slot);
         return;
     }
@@ -545,20 +570,10 @@ void Walk::finish(std::unique_lock<std::mutex> &held, Claim &claim)
         --folder.parent->unlisted;
     }
     // Subfolders go right after it, so the list stays in walk order.
-    const auto at = std::next(folder.self);
-    FolderListing &listing = folder.listing;
-    for (size_t i = 0; i < listing.folders.size(); ++i) {
-        const auto sub = folders_.emplace(at);
-        sub->self = sub;
-        sub->parent = &folder;
-        sub->name.swap(listing.folders[i]);
-        sub->roundTrips = folder.roundTrips && listing.foldersRoundTrip[i];
-    }
-    folder.unlisted = folder.inList = listing.folders.size();
-    std::vector<std::string>().swap(listing.folders);
-    std::vector<bool>().swap(listing.foldersRoundTrip);
+    folder.unlisted = folder.inList = claim.subfolders.size();
+    folders_.splice(std::next(folder.self), claim.subfolders);
     unreserve(claim.reserved);
-    release(folder.parent);
+    release(folder.parent, &worker.letGo);
     output_.Notify(); // there is work behind it now
 }
 
@@ -571,6 +586,7 @@ void Walk::work(Worker &worker)
         if (claim.kind == Claim::Done)
             break;
         held.unlock();
+        worker.letGo.clear();
         if (claim.kind == Claim::List)
             listFolder(worker, claim);
         else
@@ -578,9 +594,11 @@ void Walk::work(Worker &worker)
         if (claim.kind == Claim::Files)
             worker.sink.Leave(); // its last bytes, handed over before the lock is taken
         output_.Take(held);
-        finish(held, claim);
+        finish(held, worker, claim);
     }
     output_.Notify();
+    held.unlock();
+    worker.letGo.clear();
 }
 
 bool Walk::startThread()
