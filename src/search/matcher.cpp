@@ -16,7 +16,9 @@
 // of one-byte elements, a star and a tail of singles by its head or its
 // tail, whichever is rarer; any head of two or more one-byte elements by
 // its two rarest; without a first byte, the leading elements up to the
-// first one-byte element skip the bytes none of them takes; a pattern
+// first one-byte element skip the bytes none of them takes (and, when that
+// element is the last, the starts before the run that reaches its next
+// value, a match's only possible end); a pattern
 // whose first element can never get past its second only looks for where
 // an attempt first runs off the window (one that can never match for any
 // reason is not searched at all by the scanner). A pattern of a one-byte
@@ -81,6 +83,7 @@ struct WindowSearch {
     bool starTail = false;    // look for a star-tail pattern by its head or tail
     bool skipHeads = false;   // pass over starts whose head fails
     bool skipStarts = false;  // pass over starts whose attempt fails at its first byte
+    bool endScan = false;     // pass over starts that stop short of the next end value
     bool newlineFree = false; // no match holds a newline
     bool stopStar = false;    // a match ends at the first stop value after its start
     StarScan star{};          // the star-tail finders' place
@@ -134,6 +137,7 @@ void WindowSearch::begin()
     literal = skipping && plan.literal;
     starTail = skipping && plan.starTail;
     skipStarts = shortcuts && plan.skipStarts;
+    endScan = skipping && plan.endScan;
     newlineFree = shortcuts && plan.newlineFree;
     stopStar = shortcuts && plan.stopStar;
     // Starts whose head of one-byte elements fails before the window's last
@@ -382,6 +386,11 @@ bool WindowSearch::nextAtStart(Candidate *candidate)
     // Attempts at bytes no leading element takes fail at once; only one at
     // the window's last byte would run off, so that one is made.
     if (skipStarts && pos < len - 1) {
+        if (endScan) {
+            int64_t walked = 0;
+            pos = PassStartsBeforeEnd(pattern, window.text, len, pos, &walked);
+            state.steps += walked;
+        }
         pos = NextStart(pattern, window.text, pos, len - 1);
         // Starts whose leading runs end at a byte the one-byte element
         // after them refuses fail there: no attempt is made for them.

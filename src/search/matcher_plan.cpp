@@ -342,6 +342,11 @@ void planStarts(const CompiledPattern &pattern, SearchPlan &plan)
     plan.startScan =
         chooseBytes(plan.startAccepts, 0, &plan.startChoice) || chooseBytes(plan.startAccepts, 0x20, &plan.startChoice);
     plan.startTakenInRanges = chooseRanges(plan.startAccepts, &plan.startTaken);
+    unsigned char ends[3] = {0, 0, 0};
+    const int endValues = single == pattern.count - 1 ? acceptedValues(pattern, single, ends) : 0;
+    plan.endScan = endValues >= 1 && endValues <= 2;
+    plan.endA = ends[0];
+    plan.endB = ends[endValues >= 1 && endValues <= 2 ? endValues - 1 : 0];
 }
 
 } // namespace
