@@ -36,7 +36,6 @@
 
 #include <cctype>
 #include <cstring>
-#include <string>
 
 #include "bytescan.h"
 #include "matcher_skip.h"
@@ -49,16 +48,11 @@ bool isWordByte(unsigned char byte)
     return byte == '_' || std::isalnum(byte);
 }
 
-// print[from, from + count) as it is printed: the bytes before `folded` in
-// lower case (in scratch, when there are any to fold).
-const char *shown(const char *print, int64_t from, int64_t count, int64_t folded, std::string &scratch)
+// How many of the bytes from `from` on are printed folded: those before
+// `folded`.
+size_t foldedFrom(int64_t from, int64_t folded)
 {
-    if (from >= folded)
-        return print + from;
-    scratch.assign(print + from, static_cast<size_t>(count));
-    FoldCapitals(reinterpret_cast<unsigned char *>(scratch.data()),
-                 static_cast<size_t>(folded - from < count ? folded - from : count));
-    return scratch.data();
+    return from < folded ? static_cast<size_t>(folded - from) : 0;
 }
 
 // The next attempt's start and how it ended.
@@ -88,8 +82,6 @@ struct WindowSearch {
     bool stopStar = false;    // a match ends at the first stop value after its start
     StarScan star{};          // the star-tail finders' place
 
-    size_t nameLen = 0;
-    std::string scratch{}; // folded bytes to print
     int reports = 0;
     int64_t pos = 0;     // where the next attempt (or first-byte scan) begins
     int64_t counted = 0; // with a first byte: newlines before this are in *line
@@ -147,7 +139,8 @@ void WindowSearch::begin()
     star = StarScan{0, 0, StarRun{0, -1}, -1, 0, 0};
     if (starTail)
         star.undecided = plan.headFirst ? len : StarTailUndecided(pattern, window.text, len, 0);
-    nameLen = in.name != nullptr ? std::strlen(in.name) : 0;
+    if (in.name != nullptr)
+        ReportName(batch, in.name, std::strlen(in.name));
 }
 
 // A pattern no attempt can match: the search stops at the first attempt
@@ -304,9 +297,8 @@ void WindowSearch::runStopStarLines()
         const auto lineEnd =
             static_cast<int64_t>(FindLineDelimiterIn(text, static_cast<size_t>(len), static_cast<size_t>(pos + 1)));
         if (in.name != nullptr)
-            ReportLine(batch, in.name, nameLen, lineAtStart + 1,
-                       shown(in.print, lineStart, lineEnd - lineStart, state.printFolded, scratch),
-                       static_cast<size_t>(lineEnd - lineStart));
+            ReportLine(batch, lineAtStart + 1, in.print + lineStart, static_cast<size_t>(lineEnd - lineStart),
+                       foldedFrom(lineStart, state.printFolded));
         pos = counted = lineEnd;
     }
 }
@@ -459,8 +451,8 @@ __attribute__((always_inline)) inline void WindowSearch::report(int64_t start, i
     const int64_t folded = state.printFolded;
     if (g_fBinary) {
         if (in.name != nullptr)
-            ReportMatch(batch, in.name, nameLen, offset + start, shown(in.print, start, end - start, folded, scratch),
-                        static_cast<size_t>(end - start));
+            ReportMatch(batch, offset + start, in.print + start, static_cast<size_t>(end - start),
+                        foldedFrom(start, folded));
         pos = counted = end;
         return;
     }
@@ -471,9 +463,8 @@ __attribute__((always_inline)) inline void WindowSearch::report(int64_t start, i
     // No delimiter lies in [lineStart, start + 1) but at start itself.
     const auto lineEnd = static_cast<int64_t>(FindLineDelimiterIn(text, ulen, static_cast<size_t>(start + 1)));
     if (in.name != nullptr)
-        ReportLine(batch, in.name, nameLen, lineAtStart + 1,
-                   shown(in.print, lineStart, lineEnd - lineStart, folded, scratch),
-                   static_cast<size_t>(lineEnd - lineStart));
+        ReportLine(batch, lineAtStart + 1, in.print + lineStart, static_cast<size_t>(lineEnd - lineStart),
+                   foldedFrom(lineStart, folded));
     // One report per line: go on at the delimiter that ends it. Newlines
     // that the match took beyond that point are counted once more.
     pos = counted = lineEnd;

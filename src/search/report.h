@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 class OutputSink;
 
@@ -15,6 +16,8 @@ inline constexpr size_t kReportBatchSize = 64 << 10;
 struct ReportBatch {
     OutputSink *out;              // where the reports go; null: straight to standard output
     size_t used;                  // bytes gathered; 0 to start
+    const char *name = nullptr;   // the path the reports show (ReportName)
+    size_t nameLen = 0;           // its length in bytes
     char bytes[kReportBatchSize]; // the reports, one after the other
 };
 
@@ -23,15 +26,63 @@ struct ReportBatch {
 // hands what batch holds to the output and empties it.
 void ReportFlush(ReportBatch &batch);
 
+// The path the match reports below show, nameLen bytes long, until the
+// next call: it is the same for all of a file's reports.
+inline void ReportName(ReportBatch &batch, const char *name, size_t nameLen)
+{
+    batch.name = name;
+    batch.nameLen = nameLen;
+}
+
+// Writes the decimal digits of number, below 10^8, as 8 bytes at `at` of
+// which the leading ones are the digits; returns the end of the digits.
+// Four digits a lane in two lanes, then two in four, then one in eight,
+// the most significant first in memory: no division, no loop, no branch.
+inline char *PutDecimalBelow1e8(char *at, uint64_t number)
+{
+    uint64_t lanes = number / 10000 | (number % 10000) << 32;
+    uint64_t high = (lanes * 10486 >> 20) & 0x0000007F0000007Full; // each lane / 100
+    lanes = high | (lanes - high * 100) << 16;
+    high = (lanes * 103 >> 10) & 0x000F000F000F000Full; // each lane / 10
+    lanes = high | (lanes - high * 10) << 8;
+    const int zeros = lanes == 0 ? 7 : __builtin_ctzll(lanes) / 8; // leading zero digits
+    lanes = (lanes + 0x3030303030303030ull) >> (8 * zeros);
+    std::memcpy(at, &lanes, 8);
+    return at + 8 - zeros;
+}
+
+// ReportLine for every line, its way out of line.
+void ReportLineAnyway(ReportBatch &batch, int64_t lineNumber, const char *text, size_t len, size_t folded);
+
 // "<name> (<line>): <text>\n": a matching line, line numbers from 1. The
-// name is nameLen bytes long; the text is a line without its delimiter, so
-// it holds no NUL byte.
-void ReportLine(ReportBatch &batch, const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len);
+// text is a line without its delimiter, so it holds no NUL byte. Its first
+// `folded` bytes are shown with the capitals A to Z in lower case. A
+// frequent pattern reports millions of lines: the usual one, which fits
+// the batch and is not folded, is put together inline.
+inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text, size_t len, size_t folded)
+{
+    constexpr size_t kAround = 16; // " (" number "): " "\n", and the number's 8-byte store
+    if (folded != 0 || static_cast<uint64_t>(lineNumber) >= 100000000 ||
+        batch.nameLen + len + kAround > kReportBatchSize - batch.used) {
+        ReportLineAnyway(batch, lineNumber, text, len, folded);
+        return;
+    }
+    char *at = batch.bytes + batch.used;
+    std::memcpy(at, batch.name, batch.nameLen);
+    at += batch.nameLen;
+    std::memcpy(at, " (", 2);
+    at = PutDecimalBelow1e8(at + 2, static_cast<uint64_t>(lineNumber));
+    std::memcpy(at, "): ", 3);
+    std::memcpy(at + 3, text, len);
+    at += 3 + len;
+    *at++ = '\n';
+    batch.used = static_cast<size_t>(at - batch.bytes);
+}
 
 // "<name> (<offset>): <bytes>\n" with the offset in the alternate hex form
 // ("0" for zero, else "0x1a"): one match in binary mode, its bytes shown up
-// to the first NUL among them.
-void ReportMatch(ReportBatch &batch, const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len);
+// to the first NUL among them, the first `folded` in lower case.
+void ReportMatch(ReportBatch &batch, int64_t offset, const char *bytes, size_t len, size_t folded);
 
 // The banner line (after an empty line) with program name, version and
 // notice; the usage text with the program name.
