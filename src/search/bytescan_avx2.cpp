@@ -11,6 +11,7 @@
 #include <immintrin.h>
 
 const bool g_fAvx2Scan = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
+const bool g_fPopcount = (__builtin_cpu_init(), __builtin_cpu_supports("popcnt"));
 
 namespace {
 
@@ -24,6 +25,11 @@ namespace {
     const __m256i block = load32(at);
     return static_cast<unsigned>(
         _mm256_movemask_epi8(_mm256_or_si256(_mm256_cmpeq_epi8(block, a), _mm256_cmpeq_epi8(block, b))));
+}
+
+[[gnu::target("avx2")]] inline __m256i eitherOf(__m256i block, __m256i a, __m256i b)
+{
+    return _mm256_or_si256(_mm256_cmpeq_epi8(block, a), _mm256_cmpeq_epi8(block, b));
 }
 
 } // namespace
@@ -110,6 +116,45 @@ namespace {
         count += __builtin_popcount(mask >> (32 - (len - i)));
     }
     return count;
+}
+
+[[gnu::target("avx2")]] void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ByteRanges &ranges,
+                                                unsigned char stopA, unsigned char stopB, ByteClassBits *bits)
+{
+    __m256i lo[3], span[3];
+    for (int r = 0; r < 3; ++r) {
+        lo[r] = _mm256_set1_epi8(static_cast<char>(ranges.lo[r]));
+        span[r] = _mm256_set1_epi8(static_cast<char>(ranges.span[r]));
+    }
+    const __m256i stopAs = _mm256_set1_epi8(static_cast<char>(stopA)),
+                  stopBs = _mm256_set1_epi8(static_cast<char>(stopB));
+    const auto classify = [&](const unsigned char *chunk) __attribute__((target("avx2")))
+    {
+        const __m256i zero = _mm256_setzero_si256();
+        ChunkClasses classes{0, 0, 0, 0};
+        for (int half = 0; half < 2; ++half) {
+            const __m256i block = load32(chunk + 32 * half);
+            const __m256i newlines = _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\n'));
+            const __m256i delimiters =
+                _mm256_or_si256(newlines, _mm256_or_si256(_mm256_cmpeq_epi8(block, zero),
+                                                          _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\r'))));
+            __m256i inside = zero;
+            for (int r = 0; r < 3; ++r)
+                inside = _mm256_or_si256(
+                    inside, _mm256_cmpeq_epi8(_mm256_subs_epu8(_mm256_sub_epi8(block, lo[r]), span[r]), zero));
+            const int shift = 32 * half;
+            const auto mask = [shift](__m256i hits) __attribute__((target("avx2")))
+            {
+                return uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(hits))} << shift;
+            };
+            classes.delimiters |= mask(delimiters);
+            classes.newlines |= mask(newlines);
+            classes.inRanges |= mask(inside);
+            classes.stops |= mask(eitherOf(block, stopAs, stopBs));
+        }
+        return classes;
+    };
+    ClassifyWindowWith(text, len, bits, classify);
 }
 
 #endif

@@ -26,7 +26,9 @@
 // takes them (a "stop star") makes no attempts at all but for the one that
 // runs off the window: every start before the next stop value matches up
 // to it, so each stop is looked for once and the lines before it are
-// reported in one walk.
+// reported in one walk (in a window searched from its start, over its
+// bytes classified beforehand into sets of bits: each step of the walk
+// is then a few operations on words, not a scan that waits on the last).
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
 // byte do): there the carried path decides the starts at once. Only the
@@ -54,6 +56,19 @@ size_t foldedFrom(int64_t from, int64_t folded)
 {
     return from < folded ? static_cast<size_t>(folded - from) : 0;
 }
+
+// What a walk from one start of runStopStarLines to the next passed.
+struct LineGap {
+    int64_t lineStart = -1; // one past the last line delimiter passed, or -1: none
+    int64_t newlines = 0;   // newlines passed
+};
+
+// One step of that walk from a start: the end of its line, then the gap
+// to the next start.
+struct LineStep {
+    int64_t lineEnd; // the first line delimiter after the start, or the window's length
+    LineGap gap;     // from the line's end up to the next start (pos)
+};
 
 // The next attempt's start and how it ended.
 struct Candidate {
@@ -83,16 +98,19 @@ struct WindowSearch {
     StarScan star{};          // the star-tail finders' place
 
     int reports = 0;
-    int64_t pos = 0;     // where the next attempt (or first-byte scan) begins
-    int64_t counted = 0; // with a first byte: newlines before this are in *line
-    int64_t stop = 0;    // bytes consumed when the search of the window ends
-    bool ranOut = false; // the search stopped at an attempt that ran off the window
+    int64_t pos = 0;                     // where the next attempt (or first-byte scan) begins
+    int64_t counted = 0;                 // with a first byte: newlines before this are in *line
+    int64_t stop = 0;                    // bytes consumed when the search of the window ends
+    bool ranOut = false;                 // the search stopped at an attempt that ran off the window
+    const ByteClassBits *bits = nullptr; // the window's bytes by class, when worked out (runStopStarLines)
 
     void begin();
     bool neverMatches();
     void run();
     void runStopStar();
     void runStopStarLines();
+    LineGap walkToStart();
+    LineStep nextLine();
     int64_t stopAfter(int64_t from);
     bool nextCandidate(Candidate *candidate);
     bool nextAtFirstByte(Candidate *candidate);
@@ -221,86 +239,118 @@ void WindowSearch::runStopStar()
 // matches up to the same stop no longer hold.
 void WindowSearch::runStopStarLines()
 {
-    const unsigned char *text = window.text;
     const int64_t len = window.len;
-    const unsigned char *byteClass = pattern.plan.byteClass;
-#if defined(__SSE2__)
-    const SearchPlan &plan = pattern.plan;
-    const bool vector = plan.startsInRanges;
-    __m128i rangeLo[3], rangeSpan[3];
-    for (int r = 0; r < 3; ++r) {
-        rangeLo[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.lo[r]));
-        rangeSpan[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.span[r]));
+    // A window searched from its start has its bytes classified first.
+    ByteClassBits classes;
+    if (skipping && pattern.plan.startsInRanges && static_cast<size_t>(len) <= 64 * kClassWords) {
+        ClassifyWindow(window.text, static_cast<size_t>(len), pattern.plan.startRanges, pattern.plan.runStopA[1],
+                       pattern.plan.runStopB[1], &classes);
+        bits = &classes;
     }
-    const __m128i newlineByte = _mm_set1_epi8('\n'), returnByte = _mm_set1_epi8('\r');
-#endif
     int64_t stopValue = -1; // the first stop value after the last start looked at
     int64_t newlines = 0;   // newlines in [pos, stopValue + 1) when pos < stopValue
+    LineGap gap = walkToStart();
     for (;;) {
-        if (pos >= len) {
-            stop = len;
-            return;
-        }
-        int64_t afterDelimiter = -1; // one past the last delimiter passed
-        int64_t passed = 0;          // newlines passed
-#if defined(__SSE2__)
-        // The gap is mostly a line's end and the next one's indent: 16
-        // bytes at a time, with the tests built once.
-        while (vector && pos + 16 <= len) {
-            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + pos));
-            __m128i taken = _mm_setzero_si128();
-            for (int r = 0; r < 3; ++r)
-                taken = _mm_or_si128(taken, _mm_cmpeq_epi8(_mm_subs_epu8(_mm_sub_epi8(block, rangeLo[r]), rangeSpan[r]),
-                                                           _mm_setzero_si128()));
-            const __m128i newline = _mm_cmpeq_epi8(block, newlineByte);
-            const __m128i delimiter = _mm_or_si128(
-                newline, _mm_or_si128(_mm_cmpeq_epi8(block, _mm_setzero_si128()), _mm_cmpeq_epi8(block, returnByte)));
-            const unsigned limit = len - 1 - pos >= 16 ? 0xFFFFu : (1u << (len - 1 - pos)) - 1;
-            const unsigned starts = static_cast<unsigned>(_mm_movemask_epi8(taken)) & limit;
-            const unsigned before = starts != 0 ? (starts & (0u - starts)) - 1 : limit;
-            if (const unsigned delimiters = static_cast<unsigned>(_mm_movemask_epi8(delimiter)) & before) {
-                afterDelimiter = pos + 32 - __builtin_clz(delimiters);
-                passed += CountBits16(static_cast<unsigned>(_mm_movemask_epi8(newline)) & before);
-            }
-            if (starts != 0 || limit != 0xFFFFu) {
-                pos += starts != 0 ? __builtin_ctz(starts) : len - 1 - pos;
-                break;
-            }
-            pos += 16;
-        }
-#endif
-        for (unsigned char kind = 0; pos < len - 1 && (kind = byteClass[text[pos]]) != kClassStart; ++pos)
-            if (kind != 0) {
-                afterDelimiter = pos + 1;
-                passed += kind == kClassNewline;
-            }
         if (stopValue > pos) {
-            newlines -= passed;
+            newlines -= gap.newlines;
         } else if (pos < len - 1) {
             stopValue = stopAfter(pos + 1);
             if (stopValue < len)
-                newlines = CountNewlinesIn(text, static_cast<size_t>(len), static_cast<size_t>(pos),
-                                           static_cast<size_t>(stopValue + 1));
+                newlines =
+                    bits != nullptr
+                        ? CountBitsIn(bits->newlines, static_cast<size_t>(pos), static_cast<size_t>(stopValue + 1))
+                        : CountNewlinesIn(window.text, static_cast<size_t>(len), static_cast<size_t>(pos),
+                                          static_cast<size_t>(stopValue + 1));
         }
         if (pos == len - 1 || stopValue >= len) {
             RunAttempt(pattern, state, window, 0, pos);
             stopAt(pos);
             return;
         }
-        const int64_t lineAtStart = *line;
-        *line += newlines;
-        ++reports;
-        const int64_t lineStart = afterDelimiter >= 0 ? afterDelimiter
-                                  : pos == 0 || IsLineDelimiter(text[pos - 1])
+        const int64_t lineStart = gap.lineStart >= 0 ? gap.lineStart
+                                  : pos == 0 || IsLineDelimiter(window.text[pos - 1])
                                       ? pos
-                                      : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(pos)));
-        const auto lineEnd =
-            static_cast<int64_t>(FindLineDelimiterIn(text, static_cast<size_t>(len), static_cast<size_t>(pos + 1)));
+                                      : static_cast<int64_t>(FindLineStart(window.text, static_cast<size_t>(pos)));
+        const LineStep step = nextLine();
+        ++reports;
         if (in.name != nullptr)
-            ReportLine(batch, lineAtStart + 1, in.print + lineStart, static_cast<size_t>(lineEnd - lineStart),
+            ReportLine(batch, *line + 1, in.print + lineStart, static_cast<size_t>(step.lineEnd - lineStart),
                        foldedFrom(lineStart, state.printFolded));
-        pos = counted = lineEnd;
+        *line += newlines;
+        if (step.lineEnd >= len) {
+            stop = len;
+            return;
+        }
+        gap = step.gap;
     }
+}
+
+// From pos, the bytes up to the next start (or up to the window's last
+// byte, where the attempt runs off): pos moves there.
+LineGap WindowSearch::walkToStart()
+{
+    const unsigned char *text = window.text;
+    const int64_t len = window.len;
+    LineGap gap;
+    if (bits != nullptr) {
+        const auto from = static_cast<size_t>(pos);
+        const size_t next = NextBit(bits->inRanges, from, static_cast<size_t>(len - 1));
+        if (const size_t past = PastLastBit(bits->delimiters, from, next); past > 0)
+            gap.lineStart = static_cast<int64_t>(past);
+        gap.newlines = CountBitsIn(bits->newlines, from, next);
+        pos = static_cast<int64_t>(next);
+        return gap;
+    }
+#if defined(__SSE2__)
+    // The gap is mostly a line's end and the next one's indent: 16 bytes
+    // at a time.
+    while (pattern.plan.startsInRanges && pos + 16 <= len) {
+        const unsigned limit = len - 1 - pos >= 16 ? 0xFFFFu : (1u << (len - 1 - pos)) - 1;
+        const unsigned starts = InRangesMask(text + pos, pattern.plan.startRanges) & limit;
+        const unsigned before = starts != 0 ? (starts & (0u - starts)) - 1 : limit;
+        if (const unsigned delimiters = LineDelimiterMask(text + pos) & before) {
+            gap.lineStart = pos + 32 - __builtin_clz(delimiters);
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + pos));
+            gap.newlines += CountBits16(
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n')))) & before);
+        }
+        if (starts != 0 || limit != 0xFFFFu) {
+            pos += starts != 0 ? __builtin_ctz(starts) : len - 1 - pos;
+            return gap;
+        }
+        pos += 16;
+    }
+#endif
+    const unsigned char *byteClass = pattern.plan.byteClass;
+    for (unsigned char kind = 0; pos < len - 1 && (kind = byteClass[text[pos]]) != kClassStart; ++pos)
+        if (kind != 0) {
+            gap.lineStart = pos + 1;
+            gap.newlines += kind == kClassNewline;
+        }
+    return gap;
+}
+
+// From a start at pos (below the window's last byte): the end of its line
+// and, unless that is the window's end, the walk on to the next start.
+LineStep WindowSearch::nextLine()
+{
+    if (bits != nullptr) {
+        const auto len = static_cast<size_t>(window.len);
+        const size_t lineEnd = NextBit(bits->delimiters, static_cast<size_t>(pos + 1), len);
+        if (lineEnd >= len)
+            return {window.len, LineGap{}};
+        const size_t next = NextBit(bits->inRanges, lineEnd, len - 1);
+        pos = static_cast<int64_t>(next);
+        // The line's end is a delimiter: the last one before the next start
+        // is there or after it.
+        return {static_cast<int64_t>(lineEnd),
+                LineGap{next > lineEnd ? static_cast<int64_t>(PastLastBit(bits->delimiters, lineEnd, next)) : -1,
+                        CountBitsIn(bits->newlines, lineEnd, next)}};
+    }
+    pos = static_cast<int64_t>(
+        FindLineDelimiterIn(window.text, static_cast<size_t>(window.len), static_cast<size_t>(pos + 1)));
+    const int64_t lineEnd = pos;
+    return {lineEnd, lineEnd < window.len ? walkToStart() : LineGap{}};
 }
 
 // The first stop value of the star at or after window index from, or the
@@ -313,8 +363,9 @@ int64_t WindowSearch::stopAfter(int64_t from)
     const int64_t freeTo = state.stopFreeTo - window.base;
     int64_t at = freeFrom <= from && from < freeTo ? (freeTo < len ? freeTo : len) : from;
     const int64_t scanned = at;
-    at += static_cast<int64_t>(
-        FindEitherByte(window.text + at, static_cast<size_t>(len - at), plan.runStopA[1], plan.runStopB[1]));
+    at = bits != nullptr ? static_cast<int64_t>(NextBit(bits->stops, static_cast<size_t>(at), static_cast<size_t>(len)))
+                         : at + static_cast<int64_t>(FindEitherByte(window.text + at, static_cast<size_t>(len - at),
+                                                                    plan.runStopA[1], plan.runStopB[1]));
     state.steps += at - scanned;
     if (at >= len) {
         if (freeFrom <= from && from <= freeTo) {

@@ -53,6 +53,25 @@ TEST(ByteScan, AgreesWithPlainLoops)
             std::find_if(span + from, span + len, [](unsigned char b) { return b == '\n' || b == '\r' || b == 0; });
         ASSERT_EQ(CountNewlinesIn(window.data(), len, from, to), static_cast<int64_t>(inSpan)) << round;
         ASSERT_EQ(FindLineDelimiterIn(window.data(), len, from), static_cast<size_t>(delimiter - span)) << round;
+        // The classes as bits, and the walks over them.
+        ByteClassBits bits;
+        ClassifyWindow(window.data(), len, ByteRanges{{'a', 'c', 'a'}, {1, 0, 1}}, 'b', '\r', &bits);
+        size_t past = 0, pastAll = 0, ranged = len, stopped = len;
+        for (size_t i = 0; i < len; ++i) {
+            past = i >= from && i < to && IsLineDelimiter(span[i]) ? i + 1 : past;
+            pastAll = IsLineDelimiter(span[i]) ? i + 1 : pastAll;
+        }
+        for (size_t i = len; i-- > 0;) {
+            ranged = i >= from && (span[i] == 'a' || span[i] == 'b' || span[i] == 'c') ? i : ranged;
+            stopped = span[i] == 'b' || span[i] == '\r' ? i : stopped;
+        }
+        ASSERT_EQ(NextBit(bits.inRanges, from, len), ranged) << round;
+        ASSERT_EQ(NextBit(bits.delimiters, from, len), static_cast<size_t>(delimiter - span)) << round;
+        ASSERT_EQ(NextBit(bits.stops, 0, len), stopped) << round;
+        ASSERT_EQ(PastLastBit(bits.delimiters, from, to), past) << round;
+        ASSERT_EQ(PastLastBit(bits.delimiters, 0, len), pastAll) << round;
+        ASSERT_EQ(CountBitsIn(bits.newlines, from, to), static_cast<int64_t>(inSpan)) << round;
+        ASSERT_EQ(CountBitsIn(bits.newlines, 0, len), static_cast<int64_t>(lines)) << round;
     }
     // Byte-wide counters must be summed before they wrap.
     EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
