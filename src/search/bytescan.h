@@ -243,6 +243,27 @@ inline void FoldCapitals(unsigned char *text, size_t len)
             text[i] = static_cast<unsigned char>(text[i] - 'A' + 'a');
 }
 
+// FoldCapitals in whole 16-byte blocks, the last one masked: the up to 15
+// bytes after text[len) are read and written back unchanged, so they must
+// be the caller's.
+inline void FoldCapitalsInBlocks(unsigned char *text, size_t len)
+{
+#if defined(__SSE2__)
+    const __m128i belowA = _mm_set1_epi8('A' - 1), aboveZ = _mm_set1_epi8('Z' + 1), caseBit = _mm_set1_epi8(0x20);
+    const __m128i lanes = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    for (size_t i = 0; i < len; i += 16) {
+        auto *at = reinterpret_cast<__m128i *>(text + i);
+        const __m128i block = _mm_loadu_si128(at);
+        const __m128i inSpan = _mm_cmplt_epi8(lanes, _mm_set1_epi8(static_cast<char>(len - i < 16 ? len - i : 16)));
+        const __m128i capital =
+            _mm_and_si128(inSpan, _mm_and_si128(_mm_cmpgt_epi8(block, belowA), _mm_cmplt_epi8(block, aboveZ)));
+        _mm_storeu_si128(at, _mm_or_si128(block, _mm_and_si128(capital, caseBit)));
+    }
+#else
+    FoldCapitals(text, len);
+#endif
+}
+
 // A line ends at a NUL, a newline or a carriage return.
 inline bool IsLineDelimiter(unsigned char byte)
 {
@@ -521,16 +542,13 @@ inline size_t NextBit(const uint64_t *words, size_t from, size_t limit)
     return at < limit ? at : limit;
 }
 
-// One past the last position in [from, to) whose bit is set in words, or
-// 0 when there is none.
-inline size_t PastLastBit(const uint64_t *words, size_t from, size_t to)
+// One past the last position below `to` whose bit is set in words, or 0
+// when there is none.
+inline size_t PastLastBit(const uint64_t *words, size_t to)
 {
-    while (to > from) {
+    while (to > 0) {
         const size_t word = (to - 1) / 64;
-        uint64_t bits = words[word] & (~uint64_t{0} >> (63 - (to - 1) % 64));
-        if (from > 64 * word)
-            bits &= ~uint64_t{0} << (from - 64 * word);
-        if (bits != 0)
+        if (const uint64_t bits = words[word] & (~uint64_t{0} >> (63 - (to - 1) % 64)))
             return 64 * word + 64 - static_cast<size_t>(__builtin_clzll(bits));
         to = 64 * word;
     }
@@ -555,12 +573,14 @@ inline int CountBits64Here(uint64_t mask)
 // The number of positions in [from, to) whose bit is set in words.
 inline int64_t CountBitsIn(const uint64_t *words, size_t from, size_t to)
 {
-    int64_t count = 0;
-    while (from < to) {
-        const size_t word = from / 64, end = 64 * word + 64 < to ? 64 * word + 64 : to;
-        const uint64_t span = (~uint64_t{0} >> (64 - (end - from))) << (from % 64);
-        count += CountBits64Here(words[word] & span);
-        from = end;
-    }
+    if (from >= to)
+        return 0;
+    const size_t first = from / 64, last = (to - 1) / 64;
+    const uint64_t head = ~uint64_t{0} << (from % 64), tail = ~uint64_t{0} >> (63 - (to - 1) % 64);
+    if (first == last)
+        return CountBits64Here(words[first] & head & tail);
+    int64_t count = CountBits64Here(words[first] & head) + CountBits64Here(words[last] & tail);
+    for (size_t word = first + 1; word < last; ++word)
+        count += CountBits64Here(words[word]);
     return count;
 }

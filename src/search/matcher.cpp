@@ -295,7 +295,7 @@ LineGap WindowSearch::walkToStart()
     if (bits != nullptr) {
         const auto from = static_cast<size_t>(pos);
         const size_t next = NextBit(bits->inRanges, from, static_cast<size_t>(len - 1));
-        if (const size_t past = PastLastBit(bits->delimiters, from, next); past > 0)
+        if (const size_t past = PastLastBit(bits->delimiters, next); past > from)
             gap.lineStart = static_cast<int64_t>(past);
         gap.newlines = CountBitsIn(bits->newlines, from, next);
         pos = static_cast<int64_t>(next);
@@ -342,9 +342,9 @@ LineStep WindowSearch::nextLine()
         const size_t next = NextBit(bits->inRanges, lineEnd, len - 1);
         pos = static_cast<int64_t>(next);
         // The line's end is a delimiter: the last one before the next start
-        // is there or after it.
+        // is there or after it, whatever lies before it.
         return {static_cast<int64_t>(lineEnd),
-                LineGap{next > lineEnd ? static_cast<int64_t>(PastLastBit(bits->delimiters, lineEnd, next)) : -1,
+                LineGap{next > lineEnd ? static_cast<int64_t>(PastLastBit(bits->delimiters, next)) : -1,
                         CountBitsIn(bits->newlines, lineEnd, next)}};
     }
     pos = static_cast<int64_t>(

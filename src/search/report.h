@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "bytescan.h"
+
 class OutputSink;
 
 // One searching thread's gathered match reports: handing each line to the
@@ -61,8 +63,9 @@ void ReportLineAnyway(ReportBatch &batch, int64_t lineNumber, const char *text, 
 // the batch and is not folded, is put together inline.
 inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text, size_t len, size_t folded)
 {
-    constexpr size_t kAround = 16; // " (" number "): " "\n", and the number's 8-byte store
-    if (folded != 0 || static_cast<uint64_t>(lineNumber) >= 100000000 ||
+    // " (" number "): " "\n", the number's 8-byte store, the fold's last block
+    constexpr size_t kAround = 32;
+    if (static_cast<uint64_t>(lineNumber) >= 100000000 ||
         batch.nameLen + len + kAround > kReportBatchSize - batch.used) {
         ReportLineAnyway(batch, lineNumber, text, len, folded);
         return;
@@ -74,6 +77,8 @@ inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text,
     at = PutDecimalBelow1e8(at + 2, static_cast<uint64_t>(lineNumber));
     std::memcpy(at, "): ", 3);
     std::memcpy(at + 3, text, len);
+    if (folded != 0)
+        FoldCapitalsInBlocks(reinterpret_cast<unsigned char *>(at + 3), folded < len ? folded : len);
     at += 3 + len;
     *at++ = '\n';
     batch.used = static_cast<size_t>(at - batch.bytes);
