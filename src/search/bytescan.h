@@ -525,6 +525,27 @@ inline void ClassifyWindow(const unsigned char *text, size_t len, const ByteRang
     });
 }
 
+// The first byte in the ranges of each line of text[0, len) (lines end at
+// each line delimiter; the first one begins at 0), as bits in firsts
+// (kClassWords words). Subtracting each line's first bit from its ranges
+// and delimiters bits borrows up to, and clears, the first of them in the
+// line: the line's first byte in the ranges, or its end.
+inline void FirstInEachLine(const ByteClassBits &bits, size_t len, uint64_t *firsts)
+{
+    const size_t words = (len + 63) / 64;
+    uint64_t borrow = 0, carried = 1; // a borrow into the word; whether its bit 0 begins a line
+    for (size_t word = 0; word < words; ++word) {
+        const uint64_t delimiters = bits.delimiters[word], taken = bits.inRanges[word] | delimiters;
+        const uint64_t lineFirsts = delimiters << 1 | carried;
+        uint64_t left = 0;
+        const bool under = __builtin_sub_overflow(taken, lineFirsts, &left);
+        const bool underAgain = __builtin_sub_overflow(left, borrow, &left);
+        borrow = under || underAgain ? 1 : 0;
+        carried = delimiters >> 63;
+        firsts[word] = bits.inRanges[word] & ~left;
+    }
+}
+
 // The first position in [from, limit) whose bit is set in words, or limit
 // (limit at most 64 * kClassWords).
 inline size_t NextBit(const uint64_t *words, size_t from, size_t limit)

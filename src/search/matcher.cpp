@@ -109,6 +109,7 @@ struct WindowSearch {
     void run();
     void runStopStar();
     void runStopStarLines();
+    void runStopStarClassified();
     LineGap walkToStart();
     LineStep nextLine();
     int64_t stopAfter(int64_t from);
@@ -240,12 +241,9 @@ void WindowSearch::runStopStar()
 void WindowSearch::runStopStarLines()
 {
     const int64_t len = window.len;
-    // A window searched from its start has its bytes classified first.
-    ByteClassBits classes;
     if (skipping && pattern.plan.startsInRanges && static_cast<size_t>(len) <= 64 * kClassWords) {
-        ClassifyWindow(window.text, static_cast<size_t>(len), pattern.plan.startRanges, pattern.plan.runStopA[1],
-                       pattern.plan.runStopB[1], &classes);
-        bits = &classes;
+        runStopStarClassified();
+        return;
     }
     int64_t stopValue = -1; // the first stop value after the last start looked at
     int64_t newlines = 0;   // newlines in [pos, stopValue + 1) when pos < stopValue
@@ -256,11 +254,8 @@ void WindowSearch::runStopStarLines()
         } else if (pos < len - 1) {
             stopValue = stopAfter(pos + 1);
             if (stopValue < len)
-                newlines =
-                    bits != nullptr
-                        ? CountBitsIn(bits->newlines, static_cast<size_t>(pos), static_cast<size_t>(stopValue + 1))
-                        : CountNewlinesIn(window.text, static_cast<size_t>(len), static_cast<size_t>(pos),
-                                          static_cast<size_t>(stopValue + 1));
+                newlines = CountNewlinesIn(window.text, static_cast<size_t>(len), static_cast<size_t>(pos),
+                                           static_cast<size_t>(stopValue + 1));
         }
         if (pos == len - 1 || stopValue >= len) {
             RunAttempt(pattern, state, window, 0, pos);
@@ -285,6 +280,58 @@ void WindowSearch::runStopStarLines()
     }
 }
 
+// runStopStarLines over the window's bytes classified beforehand into
+// sets of bits. The lines it reports are those that hold a start, each
+// from its first start on: with those starts marked at once, each report
+// works on words around its own start, not on where the last one ended.
+void WindowSearch::runStopStarClassified()
+{
+    const auto len = static_cast<size_t>(window.len), last = len - 1;
+    ByteClassBits classes;
+    ClassifyWindow(window.text, len, pattern.plan.startRanges, pattern.plan.runStopA[1], pattern.plan.runStopB[1],
+                   &classes);
+    bits = &classes;
+    uint64_t firsts[kClassWords];
+    FirstInEachLine(classes, len, firsts);
+    size_t word = 0, words = (len + 63) / 64, before = 0; // before: the last start reported
+    uint64_t pending = firsts[0];                         // the word's starts not reached yet
+    int64_t stopValue = -1;                               // the first stop value after the last start looked at
+    int64_t newlines = 0;                                 // newlines in [pos, stopValue + 1) when pos < stopValue
+    for (;;) {
+        while (pending == 0 && ++word < words)
+            pending = firsts[word];
+        const size_t start = pending != 0 && 64 * word + __builtin_ctzll(pending) < last
+                                 ? 64 * word + static_cast<size_t>(__builtin_ctzll(pending))
+                                 : last;
+        pending &= pending - 1;
+        pos = static_cast<int64_t>(start);
+        if (stopValue > pos) {
+            newlines -= CountBitsIn(classes.newlines, before, start);
+        } else if (start < last) {
+            stopValue = stopAfter(pos + 1);
+            if (stopValue < window.len)
+                newlines = CountBitsIn(classes.newlines, start, static_cast<size_t>(stopValue + 1));
+        }
+        if (start == last || stopValue >= window.len) {
+            RunAttempt(pattern, state, window, 0, pos);
+            stopAt(pos);
+            return;
+        }
+        const size_t lineStart = PastLastBit(classes.delimiters, start);
+        const size_t lineEnd = NextBit(classes.delimiters, start + 1, len);
+        ++reports;
+        if (in.name != nullptr)
+            ReportLine(batch, *line + 1, in.print + lineStart, lineEnd - lineStart,
+                       foldedFrom(static_cast<int64_t>(lineStart), state.printFolded));
+        *line += newlines;
+        if (lineEnd >= len) {
+            stop = window.len;
+            return;
+        }
+        before = start;
+    }
+}
+
 // From pos, the bytes up to the next start (or up to the window's last
 // byte, where the attempt runs off): pos moves there.
 LineGap WindowSearch::walkToStart()
@@ -292,15 +339,6 @@ LineGap WindowSearch::walkToStart()
     const unsigned char *text = window.text;
     const int64_t len = window.len;
     LineGap gap;
-    if (bits != nullptr) {
-        const auto from = static_cast<size_t>(pos);
-        const size_t next = NextBit(bits->inRanges, from, static_cast<size_t>(len - 1));
-        if (const size_t past = PastLastBit(bits->delimiters, next); past > from)
-            gap.lineStart = static_cast<int64_t>(past);
-        gap.newlines = CountBitsIn(bits->newlines, from, next);
-        pos = static_cast<int64_t>(next);
-        return gap;
-    }
 #if defined(__SSE2__)
     // The gap is mostly a line's end and the next one's indent: 16 bytes
     // at a time.
@@ -334,19 +372,6 @@ LineGap WindowSearch::walkToStart()
 // and, unless that is the window's end, the walk on to the next start.
 LineStep WindowSearch::nextLine()
 {
-    if (bits != nullptr) {
-        const auto len = static_cast<size_t>(window.len);
-        const size_t lineEnd = NextBit(bits->delimiters, static_cast<size_t>(pos + 1), len);
-        if (lineEnd >= len)
-            return {window.len, LineGap{}};
-        const size_t next = NextBit(bits->inRanges, lineEnd, len - 1);
-        pos = static_cast<int64_t>(next);
-        // The line's end is a delimiter: the last one before the next start
-        // is there or after it, whatever lies before it.
-        return {static_cast<int64_t>(lineEnd),
-                LineGap{next > lineEnd ? static_cast<int64_t>(PastLastBit(bits->delimiters, next)) : -1,
-                        CountBitsIn(bits->newlines, lineEnd, next)}};
-    }
     pos = static_cast<int64_t>(
         FindLineDelimiterIn(window.text, static_cast<size_t>(window.len), static_cast<size_t>(pos + 1)));
     const int64_t lineEnd = pos;

@@ -20,6 +20,8 @@ struct ReportBatch {
     size_t used;                  // bytes gathered; 0 to start
     const char *name = nullptr;   // the path the reports show (ReportName)
     size_t nameLen = 0;           // its length in bytes
+    uint64_t lastLine = 0;        // a line number ReportLine put (below 10^8)...
+    uint64_t lastDigits = 0;      // ...its decimal digits, one a byte, the last one in the lowest byte
     char bytes[kReportBatchSize]; // the reports, one after the other
 };
 
@@ -36,21 +38,51 @@ inline void ReportName(ReportBatch &batch, const char *name, size_t nameLen)
     batch.nameLen = nameLen;
 }
 
-// Writes the decimal digits of number, below 10^8, as 8 bytes at `at` of
-// which the leading ones are the digits; returns the end of the digits.
-// Four digits a lane in two lanes, then two in four, then one in eight,
-// the most significant first in memory: no division, no loop, no branch.
-inline char *PutDecimalBelow1e8(char *at, uint64_t number)
+// The decimal digits of number, below 10^8, one a byte, the most
+// significant in the lowest byte (leading zeros as 0). Four digits a lane
+// in two lanes, then two in four, then one in eight: no division, no loop,
+// no branch.
+inline uint64_t DecimalLanes(uint64_t number)
 {
     uint64_t lanes = number / 10000 | (number % 10000) << 32;
     uint64_t high = (lanes * 10486 >> 20) & 0x0000007F0000007Full; // each lane / 100
     lanes = high | (lanes - high * 100) << 16;
     high = (lanes * 103 >> 10) & 0x000F000F000F000Full; // each lane / 10
-    lanes = high | (lanes - high * 10) << 8;
+    return high | (lanes - high * 10) << 8;
+}
+
+// Writes the decimal digits of number, below 10^8, as 8 bytes at `at` of
+// which the leading ones are the digits; returns the end of the digits.
+inline char *PutDecimalBelow1e8(char *at, uint64_t number)
+{
+    uint64_t lanes = DecimalLanes(number);
     const int zeros = lanes == 0 ? 7 : __builtin_ctzll(lanes) / 8; // leading zero digits
     lanes = (lanes + 0x3030303030303030ull) >> (8 * zeros);
     std::memcpy(at, &lanes, 8);
     return at + 8 - zeros;
+}
+
+// PutDecimalBelow1e8 for the line numbers of a batch's reports, which
+// mostly grow by less than 100 from one to the next: the last one's digits
+// plus the difference's, a byte a digit with each byte biased so that a
+// digit above 9 carries into the next.
+inline char *PutLineNumber(ReportBatch &batch, char *at, uint64_t number)
+{
+    const uint64_t step = number - batch.lastLine;
+    uint64_t digits = 0; // one a byte, the last one in the lowest byte
+    if (step < 100) {
+        const uint64_t tens = step * 205 >> 11; // step / 10
+        digits = batch.lastDigits + (tens << 8 | (step - tens * 10)) + 0xF6F6F6F6F6F6F6F6ull;
+        digits -= ((digits >> 7) & 0x0101010101010101ull) * 0xF6; // the bytes that did not carry
+    } else {
+        digits = __builtin_bswap64(DecimalLanes(number));
+    }
+    batch.lastLine = number;
+    batch.lastDigits = digits;
+    const int count = digits == 0 ? 1 : 8 - __builtin_clzll(digits) / 8;
+    const uint64_t text = __builtin_bswap64(digits + 0x3030303030303030ull) >> (8 * (8 - count));
+    std::memcpy(at, &text, 8);
+    return at + count;
 }
 
 // ReportLine for every line, its way out of line.
@@ -74,7 +106,7 @@ inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text,
     std::memcpy(at, batch.name, batch.nameLen);
     at += batch.nameLen;
     std::memcpy(at, " (", 2);
-    at = PutDecimalBelow1e8(at + 2, static_cast<uint64_t>(lineNumber));
+    at = PutLineNumber(batch, at + 2, static_cast<uint64_t>(lineNumber));
     std::memcpy(at, "): ", 3);
     std::memcpy(at + 3, text, len);
     if (folded != 0)
