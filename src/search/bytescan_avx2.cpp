@@ -118,11 +118,16 @@ namespace {
     return count;
 }
 
-[[gnu::target("avx2")]] void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ByteRanges &ranges,
-                                                unsigned char stopA, unsigned char stopB, ByteClassBits *bits)
+namespace {
+
+// ClassifyWindowAvx2 with the ranges' first `Ranges` ones (the others
+// repeat them).
+template <int Ranges>
+[[gnu::target("avx2")]] void classifyWindowWithRanges(const unsigned char *text, size_t len, const ByteRanges &ranges,
+                                                      unsigned char stopA, unsigned char stopB, ByteClassBits *bits)
 {
-    __m256i lo[3], span[3];
-    for (int r = 0; r < 3; ++r) {
+    __m256i lo[Ranges], span[Ranges];
+    for (int r = 0; r < Ranges; ++r) {
         lo[r] = _mm256_set1_epi8(static_cast<char>(ranges.lo[r]));
         span[r] = _mm256_set1_epi8(static_cast<char>(ranges.span[r]));
     }
@@ -139,7 +144,7 @@ namespace {
                 _mm256_or_si256(newlines, _mm256_or_si256(_mm256_cmpeq_epi8(block, zero),
                                                           _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\r'))));
             __m256i inside = zero;
-            for (int r = 0; r < 3; ++r)
+            for (int r = 0; r < Ranges; ++r)
                 inside = _mm256_or_si256(
                     inside, _mm256_cmpeq_epi8(_mm256_subs_epu8(_mm256_sub_epi8(block, lo[r]), span[r]), zero));
             const int shift = 32 * half;
@@ -155,6 +160,20 @@ namespace {
         return classes;
     };
     ClassifyWindowWith(text, len, bits, classify);
+}
+
+} // namespace
+
+void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ByteRanges &ranges, unsigned char stopA,
+                        unsigned char stopB, ByteClassBits *bits)
+{
+    const auto repeats = [&ranges](int r) { return ranges.lo[r] == ranges.lo[0] && ranges.span[r] == ranges.span[0]; };
+    if (repeats(1) && repeats(2))
+        classifyWindowWithRanges<1>(text, len, ranges, stopA, stopB, bits);
+    else if (repeats(2))
+        classifyWindowWithRanges<2>(text, len, ranges, stopA, stopB, bits);
+    else
+        classifyWindowWithRanges<3>(text, len, ranges, stopA, stopB, bits);
 }
 
 #endif
