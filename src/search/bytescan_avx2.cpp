@@ -121,11 +121,16 @@ namespace {
 namespace {
 
 // ClassifyWindowAvx2 with the ranges' first `Ranges` ones (the others
-// repeat them).
-template <int Ranges>
+// repeat them), and with one stop value or two.
+template <int Ranges, bool TwoStops>
 [[gnu::target("avx2")]] void classifyWindowWithRanges(const unsigned char *text, size_t len, const ByteRanges &ranges,
                                                       unsigned char stopA, unsigned char stopB, ByteClassBits *bits)
 {
+    // A line delimiter is a byte that the table, looked up by its low
+    // four bits, gives back: 0, 10 and 13 are there, the other entries
+    // are above 15, and a byte from 128 up looks up 0.
+    const __m256i delimiterTable = _mm256_setr_epi8(0, -1, -1, -1, -1, -1, -1, -1, -1, -1, 10, -1, -1, 13, -1, -1, 0,
+                                                    -1, -1, -1, -1, -1, -1, -1, -1, -1, 10, -1, -1, 13, -1, -1);
     __m256i lo[Ranges], span[Ranges];
     for (int r = 0; r < Ranges; ++r) {
         lo[r] = _mm256_set1_epi8(static_cast<char>(ranges.lo[r]));
@@ -140,9 +145,7 @@ template <int Ranges>
         for (int half = 0; half < 2; ++half) {
             const __m256i block = load32(chunk + 32 * half);
             const __m256i newlines = _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\n'));
-            const __m256i delimiters =
-                _mm256_or_si256(newlines, _mm256_or_si256(_mm256_cmpeq_epi8(block, zero),
-                                                          _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\r'))));
+            const __m256i delimiters = _mm256_cmpeq_epi8(_mm256_shuffle_epi8(delimiterTable, block), block);
             __m256i inside = zero;
             for (int r = 0; r < Ranges; ++r)
                 inside = _mm256_or_si256(
@@ -155,7 +158,7 @@ template <int Ranges>
             classes.delimiters |= mask(delimiters);
             classes.newlines |= mask(newlines);
             classes.inRanges |= mask(inside);
-            classes.stops |= mask(eitherOf(block, stopAs, stopBs));
+            classes.stops |= mask(TwoStops ? eitherOf(block, stopAs, stopBs) : _mm256_cmpeq_epi8(block, stopAs));
         }
         return classes;
     };
@@ -168,12 +171,13 @@ void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ByteRanges 
                         unsigned char stopB, ByteClassBits *bits)
 {
     const auto repeats = [&ranges](int r) { return ranges.lo[r] == ranges.lo[0] && ranges.span[r] == ranges.span[0]; };
-    if (repeats(1) && repeats(2))
-        classifyWindowWithRanges<1>(text, len, ranges, stopA, stopB, bits);
-    else if (repeats(2))
-        classifyWindowWithRanges<2>(text, len, ranges, stopA, stopB, bits);
-    else
-        classifyWindowWithRanges<3>(text, len, ranges, stopA, stopB, bits);
+    const int count = repeats(1) && repeats(2) ? 1 : repeats(2) ? 2 : 3;
+    using Classify =
+        void (*)(const unsigned char *, size_t, const ByteRanges &, unsigned char, unsigned char, ByteClassBits *);
+    constexpr Classify kForms[2][3] = {
+        {classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>, classifyWindowWithRanges<3, false>},
+        {classifyWindowWithRanges<1, true>, classifyWindowWithRanges<2, true>, classifyWindowWithRanges<3, true>}};
+    kForms[stopA != stopB][count - 1](text, len, ranges, stopA, stopB, bits);
 }
 
 #endif

@@ -16,13 +16,15 @@ class OutputSink;
 // is large enough to be written out without a copy on the way.
 inline constexpr size_t kReportBatchSize = 64 << 10;
 struct ReportBatch {
-    OutputSink *out;              // where the reports go; null: straight to standard output
-    size_t used;                  // bytes gathered; 0 to start
-    const char *name = nullptr;   // the path the reports show (ReportName)
-    size_t nameLen = 0;           // its length in bytes
-    uint64_t lastLine = 0;        // a line number ReportLine put (below 10^8)...
-    uint64_t lastDigits = 0;      // ...its decimal digits, one a byte, the last one in the lowest byte
-    char bytes[kReportBatchSize]; // the reports, one after the other
+    OutputSink *out;                // where the reports go; null: straight to standard output
+    size_t used;                    // bytes gathered; 0 to start
+    const char *name = nullptr;     // the path the reports show (ReportName)
+    size_t nameLen = 0;             // its length in bytes
+    char nameCopy[512];             // the path again, when shorter, with room to copy it in whole blocks
+    const char *shownEnd = nullptr; // the end of the bytes the reports show, which may be read up to
+    uint64_t lastLine = 0;          // a line number ReportLine put (below 10^8)...
+    uint64_t lastDigits = 0;        // ...its decimal digits, one a byte, the last one in the lowest byte
+    char bytes[kReportBatchSize];   // the reports, one after the other
 };
 
 // The match reports (the two below) are gathered in a batch and reach the
@@ -31,11 +33,30 @@ struct ReportBatch {
 void ReportFlush(ReportBatch &batch);
 
 // The path the match reports below show, nameLen bytes long, until the
-// next call: it is the same for all of a file's reports.
-inline void ReportName(ReportBatch &batch, const char *name, size_t nameLen)
+// next call: it is the same for all of a file's reports. The lines they
+// show lie in bytes that end at shownEnd.
+inline void ReportName(ReportBatch &batch, const char *name, size_t nameLen, const char *shownEnd)
 {
     batch.name = name;
     batch.nameLen = nameLen;
+    batch.shownEnd = shownEnd;
+    if (nameLen + 16 <= sizeof batch.nameCopy)
+        std::memcpy(batch.nameCopy, name, nameLen);
+}
+
+// Copies len bytes in 16-byte blocks: up to 15 bytes after from[len) are
+// read and after to[len) written, so both must be the caller's. Short
+// copies of a length that mostly repeats (a name) take no call and no
+// branch on the length's size.
+inline void CopyInBlocks(char *to, const char *from, size_t len)
+{
+#if defined(__SSE2__)
+    for (size_t i = 0; i < len; i += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(to + i),
+                         _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + i)));
+#else
+    std::memcpy(to, from, len);
+#endif
 }
 
 // The decimal digits of number, below 10^8, one a byte, the most
@@ -79,7 +100,7 @@ inline char *PutLineNumber(ReportBatch &batch, char *at, uint64_t number)
     }
     batch.lastLine = number;
     batch.lastDigits = digits;
-    const int count = digits == 0 ? 1 : 8 - __builtin_clzll(digits) / 8;
+    const int count = 8 - __builtin_clzll(digits | 1) / 8; // 0 shows as one digit
     const uint64_t text = __builtin_bswap64(digits + 0x3030303030303030ull) >> (8 * (8 - count));
     std::memcpy(at, &text, 8);
     return at + count;
@@ -95,7 +116,8 @@ void ReportLineAnyway(ReportBatch &batch, int64_t lineNumber, const char *text, 
 // the batch and is not folded, is put together inline.
 inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text, size_t len, size_t folded)
 {
-    // " (" number "): " "\n", the number's 8-byte store, the fold's last block
+    // " (" number "): " "\n", the number's 8-byte store, a copy's or the
+    // fold's last block
     constexpr size_t kAround = 32;
     if (static_cast<uint64_t>(lineNumber) >= 100000000 ||
         batch.nameLen + len + kAround > kReportBatchSize - batch.used) {
@@ -103,12 +125,18 @@ inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text,
         return;
     }
     char *at = batch.bytes + batch.used;
-    std::memcpy(at, batch.name, batch.nameLen);
+    if (batch.nameLen + 16 <= sizeof batch.nameCopy)
+        CopyInBlocks(at, batch.nameCopy, batch.nameLen);
+    else
+        std::memcpy(at, batch.name, batch.nameLen);
     at += batch.nameLen;
     std::memcpy(at, " (", 2);
     at = PutLineNumber(batch, at + 2, static_cast<uint64_t>(lineNumber));
     std::memcpy(at, "): ", 3);
-    std::memcpy(at + 3, text, len);
+    if (len + 16 <= static_cast<size_t>(batch.shownEnd - text))
+        CopyInBlocks(at + 3, text, len);
+    else
+        std::memcpy(at + 3, text, len);
     if (folded != 0)
         FoldCapitalsInBlocks(reinterpret_cast<unsigned char *>(at + 3), folded < len ? folded : len);
     at += 3 + len;
