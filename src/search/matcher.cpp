@@ -293,24 +293,30 @@ void WindowSearch::runStopStarClassified()
     bits = &classes;
     uint64_t firsts[kClassWords];
     FirstInEachLine(classes, len, firsts);
-    size_t word = 0, words = (len + 63) / 64, before = 0; // before: the last start reported
-    uint64_t pending = firsts[0];                         // the word's starts not reached yet
-    int64_t stopValue = -1;                               // the first stop value after the last start looked at
-    int64_t newlines = 0;                                 // newlines in [pos, stopValue + 1) when pos < stopValue
+    const size_t words = (len + 63) / 64;
+    int64_t newlinesBefore[kClassWords + 1]; // newlines in the words before each
+    newlinesBefore[0] = 0;
+    for (size_t word = 0; word < words; ++word)
+        newlinesBefore[word + 1] = newlinesBefore[word] + CountBits64Here(classes.newlines[word]);
+    const auto newlinesTo = [&](size_t at) { // newlines in [0, at)
+        return newlinesBefore[at / 64] +
+               (at % 64 != 0 ? CountBits64Here(classes.newlines[at / 64] & ~(~uint64_t{0} << (at % 64))) : 0);
+    };
+    size_t word = 0;              // the word of the next start
+    uint64_t pending = firsts[0]; // its starts not reached yet
+    int64_t stopValue = -1;       // the first stop value after the last start looked at
+    int64_t toStop = 0;           // newlines in [0, stopValue + 1)
     for (;;) {
         while (pending == 0 && ++word < words)
             pending = firsts[word];
-        const size_t start = pending != 0 && 64 * word + __builtin_ctzll(pending) < last
-                                 ? 64 * word + static_cast<size_t>(__builtin_ctzll(pending))
-                                 : last;
+        size_t start = pending != 0 ? 64 * word + static_cast<size_t>(__builtin_ctzll(pending)) : last;
+        start = start < last ? start : last;
         pending &= pending - 1;
         pos = static_cast<int64_t>(start);
-        if (stopValue > pos) {
-            newlines -= CountBitsIn(classes.newlines, before, start);
-        } else if (start < last) {
+        if (stopValue <= pos && start < last) {
             stopValue = stopAfter(pos + 1);
             if (stopValue < window.len)
-                newlines = CountBitsIn(classes.newlines, start, static_cast<size_t>(stopValue + 1));
+                toStop = newlinesTo(static_cast<size_t>(stopValue + 1));
         }
         if (start == last || stopValue >= window.len) {
             RunAttempt(pattern, state, window, 0, pos);
@@ -323,12 +329,11 @@ void WindowSearch::runStopStarClassified()
         if (in.name != nullptr)
             ReportLine(batch, *line + 1, in.print + lineStart, lineEnd - lineStart,
                        foldedFrom(static_cast<int64_t>(lineStart), state.printFolded));
-        *line += newlines;
+        *line += toStop - newlinesTo(start);
         if (lineEnd >= len) {
             stop = window.len;
             return;
         }
-        before = start;
     }
 }
 
