@@ -20,7 +20,7 @@ struct ReportBatch {
     size_t used;                    // bytes gathered; 0 to start
     const char *name = nullptr;     // the path the reports show (ReportName)
     size_t nameLen = 0;             // its length in bytes
-    char nameCopy[512];             // the path again, when shorter, with room to copy it in whole blocks
+    char nameCopy[512];             // the path and " (", when shorter, with room to copy them in whole blocks
     const char *shownEnd = nullptr; // the end of the bytes the reports show, which may be read up to
     uint64_t lastLine = 0;          // a line number ReportLine put (below 10^8)...
     uint64_t lastDigits = 0;        // ...its decimal digits, one a byte, the last one in the lowest byte
@@ -40,8 +40,10 @@ inline void ReportName(ReportBatch &batch, const char *name, size_t nameLen, con
     batch.name = name;
     batch.nameLen = nameLen;
     batch.shownEnd = shownEnd;
-    if (nameLen + 16 <= sizeof batch.nameCopy)
+    if (nameLen + 18 <= sizeof batch.nameCopy) {
         std::memcpy(batch.nameCopy, name, nameLen);
+        std::memcpy(batch.nameCopy + nameLen, " (", 2);
+    }
 }
 
 // Copies len bytes in 16-byte blocks: up to 15 bytes after from[len) are
@@ -100,10 +102,10 @@ inline char *PutLineNumber(ReportBatch &batch, char *at, uint64_t number)
     }
     batch.lastLine = number;
     batch.lastDigits = digits;
-    const int count = 8 - __builtin_clzll(digits | 1) / 8; // 0 shows as one digit
-    const uint64_t text = __builtin_bswap64(digits + 0x3030303030303030ull) >> (8 * (8 - count));
+    const int zeros = __builtin_clzll(digits | 1) & 56; // bits of the leading zero digits (0 shows as one digit)
+    const uint64_t text = __builtin_bswap64(digits + 0x3030303030303030ull) >> zeros;
     std::memcpy(at, &text, 8);
-    return at + count;
+    return at + 8 - zeros / 8;
 }
 
 // ReportLine for every line, its way out of line.
@@ -125,14 +127,14 @@ inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text,
         return;
     }
     char *at = batch.bytes + batch.used;
-    if (batch.nameLen + 16 <= sizeof batch.nameCopy)
-        CopyInBlocks(at, batch.nameCopy, batch.nameLen);
-    else
+    if (batch.nameLen + 18 <= sizeof batch.nameCopy) {
+        CopyInBlocks(at, batch.nameCopy, batch.nameLen + 2);
+    } else {
         std::memcpy(at, batch.name, batch.nameLen);
-    at += batch.nameLen;
-    std::memcpy(at, " (", 2);
-    at = PutLineNumber(batch, at + 2, static_cast<uint64_t>(lineNumber));
-    std::memcpy(at, "): ", 3);
+        std::memcpy(at + batch.nameLen, " (", 2);
+    }
+    at = PutLineNumber(batch, at + batch.nameLen + 2, static_cast<uint64_t>(lineNumber));
+    std::memcpy(at, "): ", 4); // its NUL is overwritten by the text or the line end
     if (len + 16 <= static_cast<size_t>(batch.shownEnd - text))
         CopyInBlocks(at + 3, text, len);
     else
