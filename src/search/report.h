@@ -32,6 +32,9 @@ struct ReportBatch {
 // hands what batch holds to the output and empties it.
 void ReportFlush(ReportBatch &batch);
 
+// What CopyInBlocks may read and write past the end of a copy.
+inline constexpr size_t kCopyOver = 31;
+
 // The path the match reports below show, nameLen bytes long, until the
 // next call: it is the same for all of a file's reports. The lines they
 // show lie in bytes that end at shownEnd.
@@ -40,22 +43,25 @@ inline void ReportName(ReportBatch &batch, const char *name, size_t nameLen, con
     batch.name = name;
     batch.nameLen = nameLen;
     batch.shownEnd = shownEnd;
-    if (nameLen + 18 <= sizeof batch.nameCopy) {
+    if (nameLen + 2 + kCopyOver <= sizeof batch.nameCopy) {
         std::memcpy(batch.nameCopy, name, nameLen);
         std::memcpy(batch.nameCopy + nameLen, " (", 2);
     }
 }
 
-// Copies len bytes in 16-byte blocks: up to 15 bytes after from[len) are
-// read and after to[len) written, so both must be the caller's. Short
+// Copies len bytes in 32-byte steps: up to kCopyOver bytes after from[len)
+// are read and after to[len) written, so both must be the caller's. Short
 // copies of a length that mostly repeats (a name) take no call and no
 // branch on the length's size.
 inline void CopyInBlocks(char *to, const char *from, size_t len)
 {
 #if defined(__SSE2__)
-    for (size_t i = 0; i < len; i += 16)
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(to + i),
-                         _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + i)));
+    for (size_t i = 0; i < len; i += 32) {
+        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + i));
+        const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + i + 16));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(to + i), low);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(to + i + 16), high);
+    }
 #else
     std::memcpy(to, from, len);
 #endif
@@ -118,16 +124,16 @@ void ReportLineAnyway(ReportBatch &batch, int64_t lineNumber, const char *text, 
 // the batch and is not folded, is put together inline.
 inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text, size_t len, size_t folded)
 {
-    // " (" number "): " "\n", the number's 8-byte store, a copy's or the
-    // fold's last block
-    constexpr size_t kAround = 32;
+    // " (" number "): " "\n", the number's 8-byte store, what a copy
+    // writes past its end
+    constexpr size_t kAround = 16 + kCopyOver;
     if (static_cast<uint64_t>(lineNumber) >= 100000000 ||
         batch.nameLen + len + kAround > kReportBatchSize - batch.used) {
         ReportLineAnyway(batch, lineNumber, text, len, folded);
         return;
     }
     char *at = batch.bytes + batch.used;
-    if (batch.nameLen + 18 <= sizeof batch.nameCopy) {
+    if (batch.nameLen + 2 + kCopyOver <= sizeof batch.nameCopy) {
         CopyInBlocks(at, batch.nameCopy, batch.nameLen + 2);
     } else {
         std::memcpy(at, batch.name, batch.nameLen);
@@ -135,7 +141,7 @@ inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text,
     }
     at = PutLineNumber(batch, at + batch.nameLen + 2, static_cast<uint64_t>(lineNumber));
     std::memcpy(at, "): ", 4); // its NUL is overwritten by the text or the line end
-    if (len + 16 <= static_cast<size_t>(batch.shownEnd - text))
+    if (len + kCopyOver <= static_cast<size_t>(batch.shownEnd - text))
         CopyInBlocks(at + 3, text, len);
     else
         std::memcpy(at + 3, text, len);
