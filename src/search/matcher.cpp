@@ -70,6 +70,10 @@ struct LineStep {
     LineGap gap;     // from the line's end up to the next start (pos)
 };
 
+// A window whose first newline comes within this many bytes is classified
+// for the stop-star line walk.
+constexpr int64_t kLineWithin = 512;
+
 // The next attempt's start and how it ended.
 struct Candidate {
     int64_t start;
@@ -241,7 +245,10 @@ void WindowSearch::runStopStar()
 void WindowSearch::runStopStarLines()
 {
     const int64_t len = window.len;
-    if (skipping && pattern.plan.startsInRanges && static_cast<size_t>(len) <= 64 * kClassWords) {
+    // Classifying the window pays where it holds many lines, as text
+    // files do: not in one long line.
+    if (skipping && pattern.plan.startsInRanges && static_cast<size_t>(len) <= 64 * kClassWords &&
+        std::memchr(window.text, '\n', static_cast<size_t>(len < kLineWithin ? len : kLineWithin)) != nullptr) {
         runStopStarClassified();
         return;
     }
