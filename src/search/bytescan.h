@@ -451,6 +451,12 @@ struct ByteClassBits {
     uint64_t stops[kClassWords];      // one of the two values given
 };
 
+// What ClassifyWindow marks besides the line ends.
+struct ClassesAsked {
+    ByteRanges ranges;          // the bytes of inRanges
+    unsigned char stopA, stopB; // the values of stops (equal when one)
+};
+
 // The four classes of the 64 bytes at text, as the words of ByteClassBits.
 struct ChunkClasses {
     uint64_t delimiters, newlines, inRanges, stops;
@@ -480,19 +486,19 @@ template <class Classify>
 }
 
 #if defined(FYNDLE_BYTESCAN_AVX2)
-void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ByteRanges &ranges, unsigned char stopA,
-                        unsigned char stopB, ByteClassBits *bits);
+void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits);
 #endif
 
 // Fills bits for text[0, len) (len at most 64 * kClassWords): the line
-// delimiters, the newlines, the bytes in the ranges and the bytes equal to
-// stopA or stopB.
-inline void ClassifyWindow(const unsigned char *text, size_t len, const ByteRanges &ranges, unsigned char stopA,
-                           unsigned char stopB, ByteClassBits *bits)
+// delimiters, the newlines, the bytes in the ranges asked for and the
+// bytes equal to one of the stop values asked for.
+inline void ClassifyWindow(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
 {
+    const ByteRanges &ranges = asked.ranges;
+    const unsigned char stopA = asked.stopA, stopB = asked.stopB;
 #if defined(FYNDLE_BYTESCAN_AVX2)
     if (g_fAvx2Scan)
-        return ClassifyWindowAvx2(text, len, ranges, stopA, stopB, bits);
+        return ClassifyWindowAvx2(text, len, asked, bits);
 #endif
     ClassifyWindowWith(text, len, bits, [&](const unsigned char *chunk) {
         ChunkClasses classes{0, 0, 0, 0};

@@ -123,9 +123,10 @@ namespace {
 // ClassifyWindowAvx2 with the ranges' first `Ranges` ones (the others
 // repeat them), and with one stop value or two.
 template <int Ranges, bool TwoStops>
-[[gnu::target("avx2")]] void classifyWindowWithRanges(const unsigned char *text, size_t len, const ByteRanges &ranges,
-                                                      unsigned char stopA, unsigned char stopB, ByteClassBits *bits)
+[[gnu::target("avx2")]] void classifyWindowWithRanges(const unsigned char *text, size_t len, const ClassesAsked &asked,
+                                                      ByteClassBits *bits)
 {
+    const ByteRanges &ranges = asked.ranges;
     // A line delimiter is a byte that the table, looked up by its low
     // four bits, gives back: 0, 10 and 13 are there, the other entries
     // are above 15, and a byte from 128 up looks up 0.
@@ -136,8 +137,8 @@ template <int Ranges, bool TwoStops>
         lo[r] = _mm256_set1_epi8(static_cast<char>(ranges.lo[r]));
         span[r] = _mm256_set1_epi8(static_cast<char>(ranges.span[r]));
     }
-    const __m256i stopAs = _mm256_set1_epi8(static_cast<char>(stopA)),
-                  stopBs = _mm256_set1_epi8(static_cast<char>(stopB));
+    const __m256i stopAs = _mm256_set1_epi8(static_cast<char>(asked.stopA)),
+                  stopBs = _mm256_set1_epi8(static_cast<char>(asked.stopB));
     const auto classify = [&](const unsigned char *chunk) __attribute__((target("avx2")))
     {
         const __m256i zero = _mm256_setzero_si256();
@@ -167,17 +168,16 @@ template <int Ranges, bool TwoStops>
 
 } // namespace
 
-void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ByteRanges &ranges, unsigned char stopA,
-                        unsigned char stopB, ByteClassBits *bits)
+void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
 {
+    const ByteRanges &ranges = asked.ranges;
     const auto repeats = [&ranges](int r) { return ranges.lo[r] == ranges.lo[0] && ranges.span[r] == ranges.span[0]; };
     const int count = repeats(1) && repeats(2) ? 1 : repeats(2) ? 2 : 3;
-    using Classify =
-        void (*)(const unsigned char *, size_t, const ByteRanges &, unsigned char, unsigned char, ByteClassBits *);
+    using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
     constexpr Classify kForms[2][3] = {
         {classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>, classifyWindowWithRanges<3, false>},
         {classifyWindowWithRanges<1, true>, classifyWindowWithRanges<2, true>, classifyWindowWithRanges<3, true>}};
-    kForms[stopA != stopB][count - 1](text, len, ranges, stopA, stopB, bits);
+    kForms[asked.stopA != asked.stopB][count - 1](text, len, asked, bits);
 }
 
 #endif

@@ -295,7 +295,8 @@ void WindowSearch::runStopStarClassified()
 {
     const auto len = static_cast<size_t>(window.len), last = len - 1;
     ByteClassBits classes;
-    ClassifyWindow(window.text, len, pattern.plan.startRanges, pattern.plan.runStopA[1], pattern.plan.runStopB[1],
+    ClassifyWindow(window.text, len,
+                   ClassesAsked{pattern.plan.startRanges, pattern.plan.runStopA[1], pattern.plan.runStopB[1]},
                    &classes);
     bits = &classes;
     uint64_t firsts[kClassWords];

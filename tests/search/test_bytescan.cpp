@@ -55,7 +55,7 @@ TEST(ByteScan, AgreesWithPlainLoops)
         ASSERT_EQ(FindLineDelimiterIn(window.data(), len, from), static_cast<size_t>(delimiter - span)) << round;
         // The classes as bits, and the walks over them.
         ByteClassBits bits;
-        ClassifyWindow(window.data(), len, ByteRanges{{'a', 'b', 'a'}, {0, 0, 0}}, 'b', '\r', &bits);
+        ClassifyWindow(window.data(), len, ClassesAsked{ByteRanges{{'a', 'b', 'a'}, {0, 0, 0}}, 'b', '\r'}, &bits);
         size_t past = 0, pastAll = 0, ranged = len, stopped = len;
         for (size_t i = 0; i < len; ++i) {
             past = i < to && IsLineDelimiter(span[i]) ? i + 1 : past;
