@@ -449,6 +449,9 @@ struct ByteClassBits {
     uint64_t newlines[kClassWords];   // newline
     uint64_t inRanges[kClassWords];   // in one of the ranges given
     uint64_t stops[kClassWords];      // one of the two values given
+    // Worked out from those on the way:
+    uint64_t firsts[kClassWords];            // the first byte in the ranges of each line (see below)
+    int64_t newlinesBefore[kClassWords + 1]; // newlines in the words before each
 };
 
 // What ClassifyWindow marks besides the line ends.
@@ -469,11 +472,25 @@ template <class Classify>
                                                       const Classify &classify)
 {
     size_t word = 0;
-    const auto put = [bits](size_t at, const ChunkClasses &classes, uint64_t keep) {
-        bits->delimiters[at] = classes.delimiters & keep;
+    // The first byte in the ranges of each line (lines end at each line
+    // delimiter; the first one begins at 0): subtracting each line's first
+    // bit from its ranges and delimiters bits borrows up to, and clears,
+    // the first of them in the line, its first byte in the ranges or its end.
+    uint64_t borrow = 0, carried = 1; // a borrow into the word; whether its bit 0 begins a line
+    bits->newlinesBefore[0] = 0;
+    const auto put = [bits, &borrow, &carried](size_t at, const ChunkClasses &classes, uint64_t keep) {
+        const uint64_t delimiters = classes.delimiters & keep, inRanges = classes.inRanges & keep;
+        bits->delimiters[at] = delimiters;
         bits->newlines[at] = classes.newlines & keep;
-        bits->inRanges[at] = classes.inRanges & keep;
+        bits->inRanges[at] = inRanges;
         bits->stops[at] = classes.stops & keep;
+        uint64_t left = 0;
+        const bool under = __builtin_sub_overflow(inRanges | delimiters, delimiters << 1 | carried, &left);
+        const bool underAgain = __builtin_sub_overflow(left, borrow, &left);
+        borrow = under || underAgain ? 1 : 0;
+        carried = delimiters >> 63;
+        bits->firsts[at] = inRanges & ~left;
+        bits->newlinesBefore[at + 1] = bits->newlinesBefore[at] + CountBits64(classes.newlines & keep);
     };
     for (; 64 * word + 64 <= len; ++word)
         put(word, classify(text + 64 * word), ~uint64_t{0});
@@ -529,27 +546,6 @@ inline void ClassifyWindow(const unsigned char *text, size_t len, const ClassesA
         }
         return classes;
     });
-}
-
-// The first byte in the ranges of each line of text[0, len) (lines end at
-// each line delimiter; the first one begins at 0), as bits in firsts
-// (kClassWords words). Subtracting each line's first bit from its ranges
-// and delimiters bits borrows up to, and clears, the first of them in the
-// line: the line's first byte in the ranges, or its end.
-inline void FirstInEachLine(const ByteClassBits &bits, size_t len, uint64_t *firsts)
-{
-    const size_t words = (len + 63) / 64;
-    uint64_t borrow = 0, carried = 1; // a borrow into the word; whether its bit 0 begins a line
-    for (size_t word = 0; word < words; ++word) {
-        const uint64_t delimiters = bits.delimiters[word], taken = bits.inRanges[word] | delimiters;
-        const uint64_t lineFirsts = delimiters << 1 | carried;
-        uint64_t left = 0;
-        const bool under = __builtin_sub_overflow(taken, lineFirsts, &left);
-        const bool underAgain = __builtin_sub_overflow(left, borrow, &left);
-        borrow = under || underAgain ? 1 : 0;
-        carried = delimiters >> 63;
-        firsts[word] = bits.inRanges[word] & ~left;
-    }
 }
 
 // The first position in [from, limit) whose bit is set in words, or limit

@@ -299,15 +299,10 @@ void WindowSearch::runStopStarClassified()
                    ClassesAsked{pattern.plan.startRanges, pattern.plan.runStopA[1], pattern.plan.runStopB[1]},
                    &classes);
     bits = &classes;
-    uint64_t firsts[kClassWords];
-    FirstInEachLine(classes, len, firsts);
+    const uint64_t *firsts = classes.firsts;
     const size_t words = (len + 63) / 64;
-    int64_t newlinesBefore[kClassWords + 1]; // newlines in the words before each
-    newlinesBefore[0] = 0;
-    for (size_t word = 0; word < words; ++word)
-        newlinesBefore[word + 1] = newlinesBefore[word] + CountBits64Here(classes.newlines[word]);
     const auto newlinesTo = [&](size_t at) { // newlines in [0, at)
-        return newlinesBefore[at / 64] +
+        return classes.newlinesBefore[at / 64] +
                (at % 64 != 0 ? CountBits64Here(classes.newlines[at / 64] & ~(~uint64_t{0} << (at % 64))) : 0);
     };
     size_t word = 0;              // the word of the next start

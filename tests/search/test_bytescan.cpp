@@ -72,13 +72,13 @@ TEST(ByteScan, AgreesWithPlainLoops)
         ASSERT_EQ(PastLastBit(bits.delimiters, len), pastAll) << round;
         ASSERT_EQ(CountBitsIn(bits.newlines, from, to), static_cast<int64_t>(inSpan)) << round;
         ASSERT_EQ(CountBitsIn(bits.newlines, 0, len), static_cast<int64_t>(lines)) << round;
-        uint64_t firsts[kClassWords];
-        FirstInEachLine(bits, len, firsts);
         for (size_t i = 0, lineHas = 0; i < len; ++i) {
             const bool ranges = span[i] == 'a' || span[i] == 'b';
-            ASSERT_EQ((firsts[i / 64] >> (i % 64)) & 1, ranges && !lineHas ? 1u : 0u) << round << ' ' << i;
+            ASSERT_EQ((bits.firsts[i / 64] >> (i % 64)) & 1, ranges && !lineHas ? 1u : 0u) << round << ' ' << i;
             lineHas = IsLineDelimiter(span[i]) ? 0 : lineHas || ranges;
         }
+        for (size_t word = 0; word <= (len + 63) / 64; ++word)
+            ASSERT_EQ(bits.newlinesBefore[word], std::count(span, span + std::min(len, 64 * word), '\n')) << round;
     }
     // Byte-wide counters must be summed before they wrap.
     EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
