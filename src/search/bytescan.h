@@ -592,18 +592,3 @@ inline int CountBits64Here(uint64_t mask)
 #endif
     return CountBits64(mask);
 }
-
-// The number of positions in [from, to) whose bit is set in words.
-inline int64_t CountBitsIn(const uint64_t *words, size_t from, size_t to)
-{
-    if (from >= to)
-        return 0;
-    const size_t first = from / 64, last = (to - 1) / 64;
-    const uint64_t head = ~uint64_t{0} << (from % 64), tail = ~uint64_t{0} >> (63 - (to - 1) % 64);
-    if (first == last)
-        return CountBits64Here(words[first] & head & tail);
-    int64_t count = CountBits64Here(words[first] & head) + CountBits64Here(words[last] & tail);
-    for (size_t word = first + 1; word < last; ++word)
-        count += CountBits64Here(words[word]);
-    return count;
-}
