@@ -247,14 +247,23 @@ void WindowSearch::runStopStarLines()
     const int64_t len = window.len;
     // Classifying the window pays where it holds many lines, as text
     // files do: not in one long line.
-    if (skipping && pattern.plan.startsInRanges && static_cast<size_t>(len) <= 64 * kClassWords &&
-        std::memchr(window.text, '\n', static_cast<size_t>(len < kLineWithin ? len : kLineWithin)) != nullptr) {
+    const bool classifiable =
+        !state.plain && pattern.plan.startsInRanges && static_cast<size_t>(len) <= 64 * kClassWords &&
+        std::memchr(window.text, '\n', static_cast<size_t>(len < kLineWithin ? len : kLineWithin)) != nullptr;
+    if (classifiable && skipping) {
         runStopStarClassified();
         return;
     }
     int64_t stopValue = -1; // the first stop value after the last start looked at
     int64_t newlines = 0;   // newlines in [pos, stopValue + 1) when pos < stopValue
     LineGap gap = walkToStart();
+    // So is a window that repeats most of the last one when a stop follows
+    // its first start: it reports the lines up to the stop, and the window
+    // after it consumes at least the bytes from there to this one's end.
+    if (classifiable && pos < len - 1 && (stopValue = stopAfter(pos + 1)) < len) {
+        runStopStarClassified();
+        return;
+    }
     for (;;) {
         if (stopValue > pos) {
             newlines -= gap.newlines;
