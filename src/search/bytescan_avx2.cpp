@@ -121,8 +121,10 @@ namespace {
 namespace {
 
 // ClassifyWindowAvx2 with the ranges' first `Ranges` ones (the others
-// repeat them), and with one stop value or two.
-template <int Ranges, bool TwoStops>
+// repeat them), and with one stop value or two. Folded: the one range is
+// of small letters and stands for them in both cases, each byte tested
+// with the case bit set.
+template <int Ranges, bool TwoStops, bool Folded = false>
 [[gnu::target("avx2")]] void classifyWindowWithRanges(const unsigned char *text, size_t len, const ClassesAsked &asked,
                                                       ByteClassBits *bits)
 {
@@ -147,10 +149,11 @@ template <int Ranges, bool TwoStops>
             const __m256i block = load32(chunk + 32 * half);
             const __m256i newlines = _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\n'));
             const __m256i delimiters = _mm256_cmpeq_epi8(_mm256_shuffle_epi8(delimiterTable, block), block);
+            const __m256i tested = Folded ? _mm256_or_si256(block, _mm256_set1_epi8(0x20)) : block;
             __m256i inside = zero;
             for (int r = 0; r < Ranges; ++r)
                 inside = _mm256_or_si256(
-                    inside, _mm256_cmpeq_epi8(_mm256_subs_epu8(_mm256_sub_epi8(block, lo[r]), span[r]), zero));
+                    inside, _mm256_cmpeq_epi8(_mm256_subs_epu8(_mm256_sub_epi8(tested, lo[r]), span[r]), zero));
             const int shift = 32 * half;
             const auto mask = [shift](__m256i hits) __attribute__((target("avx2")))
             {
@@ -173,6 +176,17 @@ void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAske
     const ByteRanges &ranges = asked.ranges;
     const auto repeats = [&ranges](int r) { return ranges.lo[r] == ranges.lo[0] && ranges.span[r] == ranges.span[0]; };
     const int count = repeats(1) && repeats(2) ? 1 : repeats(2) ? 2 : 3;
+    // Two ranges of the same letters, small and capital, are one.
+    const int small = ranges.lo[0] > ranges.lo[1] ? 0 : 1;
+    if (count == 2 && ranges.lo[1 - small] == (ranges.lo[small] ^ 0x20) && ranges.span[0] == ranges.span[1] &&
+        ranges.lo[small] >= 'a' && ranges.lo[small] + ranges.span[small] <= 'z') {
+        const ClassesAsked folded{ByteRanges{{ranges.lo[small], ranges.lo[small], ranges.lo[small]},
+                                             {ranges.span[small], ranges.span[small], ranges.span[small]}},
+                                  asked.stopA, asked.stopB};
+        (asked.stopA != asked.stopB ? classifyWindowWithRanges<1, true, true>
+                                    : classifyWindowWithRanges<1, false, true>)(text, len, folded, bits);
+        return;
+    }
     using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
     constexpr Classify kForms[2][3] = {
         {classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>, classifyWindowWithRanges<3, false>},

@@ -75,6 +75,17 @@ TEST(ByteScan, AgreesWithPlainLoops)
             ASSERT_EQ((bits.firsts[i / 64] >> (i % 64)) & 1, ranges && !lineHas ? 1u : 0u) << round << ' ' << i;
             lineHas = IsLineDelimiter(span[i]) ? 0 : lineHas || ranges;
         }
+        // Letters in both cases, as a case-blind search asks for them.
+        std::vector<unsigned char> capitals(window);
+        for (unsigned char &byte : capitals)
+            byte = byte == 'b' && random() % 2 ? 'B' : byte;
+        ByteClassBits bothCases;
+        ClassifyWindow(capitals.data(), len, ClassesAsked{ByteRanges{{'a', 'A', 'a'}, {1, 1, 1}}, 'b', '\r'},
+                       &bothCases);
+        for (size_t i = 0; i < len; ++i)
+            ASSERT_EQ((bothCases.inRanges[i / 64] >> (i % 64)) & 1,
+                      (capitals[i] | 0x20) == 'a' || (capitals[i] | 0x20) == 'b')
+                << round << ' ' << i;
         for (size_t word = 0; word <= (len + 63) / 64; ++word)
             ASSERT_EQ(bits.newlinesBefore[word], std::count(span, span + std::min(len, 64 * word), '\n')) << round;
     }
