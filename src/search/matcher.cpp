@@ -335,8 +335,15 @@ void WindowSearch::runStopStarClassified()
             stopAt(pos);
             return;
         }
-        const size_t lineStart = PastLastBit(classes.delimiters, start);
-        const size_t lineEnd = NextBit(classes.delimiters, start + 1, len);
+        // The line's ends, mostly in the start's own word.
+        const size_t word64 = start & ~size_t{63};
+        const uint64_t around = classes.delimiters[start / 64];
+        const uint64_t before = around & ((uint64_t{1} << (start % 64)) - 1),
+                       after = around & (~uint64_t{1} << (start % 64));
+        const size_t lineStart = before != 0 ? word64 + 64 - static_cast<size_t>(__builtin_clzll(before))
+                                             : PastLastBit(classes.delimiters, word64);
+        const size_t lineEnd = after != 0 ? word64 + static_cast<size_t>(__builtin_ctzll(after))
+                                          : NextBit(classes.delimiters, word64 + 64, len);
         ++reports;
         if (in.name != nullptr)
             ReportLine(batch, *line + 1, in.print + lineStart, lineEnd - lineStart,
