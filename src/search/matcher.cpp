@@ -373,7 +373,7 @@ LineGap WindowSearch::walkToStart()
         if (const unsigned delimiters = LineDelimiterMask(text + pos) & before) {
             gap.lineStart = pos + 32 - __builtin_clz(delimiters);
             const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + pos));
-            gap.newlines += CountBits16(
+            gap.newlines += CountBits64Here(
                 static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n')))) & before);
         }
         if (starts != 0 || limit != 0xFFFFu) {
