@@ -1,9 +1,11 @@
 // Bulk byte primitives for the matcher and the line counter: find the first
-// or last of two byte values, the first of up to three or outside up to three ranges or the first of a pair at two offsets, find a
-// line's ends, count newlines. SSE2 (part of every x86-64) where the
-// compiler has it, plain loops elsewhere; the three hottest also in AVX2
-// (bytescan_avx2.cpp), taken for spans of kAvx2From bytes or more where
-// the processor has it. All forms give the same answers.
+// or last of two byte values, the first of up to three or outside up to
+// three ranges or the first of a pair at two offsets, find a line's ends,
+// count newlines; classify a window's bytes into sets of bits and walk
+// those. SSE2 (part of every x86-64) where the compiler has it, plain loops
+// elsewhere; the hottest also in AVX2 (bytescan_avx2.cpp), taken for spans
+// of kAvx2From bytes or more (a whole window, for the classes) where the
+// processor has it. All forms give the same answers.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +18,10 @@
 
 #if defined(__x86_64__) && defined(__GNUC__)
 #define FYNDLE_BYTESCAN_AVX2 1
-// Set before main runs: the processor has AVX2.
+// Set before main runs: the processor has AVX2; it has the popcount
+// instruction.
 extern const bool g_fAvx2Scan;
+extern const bool g_fPopcount;
 // Shorter spans stay with the inline forms, which need no call.
 constexpr size_t kAvx2From = 64;
 size_t FindEitherByteAvx2(const unsigned char *text, size_t len, unsigned char a, unsigned char b);
@@ -239,6 +243,27 @@ inline void FoldCapitals(unsigned char *text, size_t len)
             text[i] = static_cast<unsigned char>(text[i] - 'A' + 'a');
 }
 
+// FoldCapitals in whole 16-byte blocks, the last one masked: the up to 15
+// bytes after text[len) are read and written back unchanged, so they must
+// be the caller's.
+inline void FoldCapitalsInBlocks(unsigned char *text, size_t len)
+{
+#if defined(__SSE2__)
+    const __m128i belowA = _mm_set1_epi8('A' - 1), aboveZ = _mm_set1_epi8('Z' + 1), caseBit = _mm_set1_epi8(0x20);
+    const __m128i lanes = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    for (size_t i = 0; i < len; i += 16) {
+        auto *at = reinterpret_cast<__m128i *>(text + i);
+        const __m128i block = _mm_loadu_si128(at);
+        const __m128i inSpan = _mm_cmplt_epi8(lanes, _mm_set1_epi8(static_cast<char>(len - i < 16 ? len - i : 16)));
+        const __m128i capital =
+            _mm_and_si128(inSpan, _mm_and_si128(_mm_cmpgt_epi8(block, belowA), _mm_cmplt_epi8(block, aboveZ)));
+        _mm_storeu_si128(at, _mm_or_si128(block, _mm_and_si128(capital, caseBit)));
+    }
+#else
+    FoldCapitals(text, len);
+#endif
+}
+
 // A line ends at a NUL, a newline or a carriage return.
 inline bool IsLineDelimiter(unsigned char byte)
 {
@@ -402,4 +427,168 @@ inline size_t FindLineDelimiterIn(const unsigned char *window, size_t windowLen,
     }
 #endif
     return from + FindLineDelimiter(window + from, windowLen - from);
+}
+
+// Number of bits set in a 64-bit mask, without the popcount instruction.
+constexpr int CountBits64(uint64_t mask)
+{
+    mask = mask - ((mask >> 1) & 0x5555555555555555ull);
+    mask = (mask & 0x3333333333333333ull) + ((mask >> 2) & 0x3333333333333333ull);
+    mask = (mask + (mask >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+    return static_cast<int>((mask * 0x0101010101010101ull) >> 56);
+}
+
+// A window's bytes by class, bit i % 64 of word i / 64 for byte i, the
+// bits past the window's end clear. A walk over a window's lines that
+// looks for each line's end and the next start one after the other waits
+// on every step; with the classes worked out in one pass beforehand, a
+// step is a few operations on words.
+inline constexpr size_t kClassWords = 80; // windows of up to 5120 bytes
+struct ByteClassBits {
+    uint64_t delimiters[kClassWords]; // NUL, newline or carriage return
+    uint64_t newlines[kClassWords];   // newline
+    uint64_t inRanges[kClassWords];   // in one of the ranges given
+    uint64_t stops[kClassWords];      // one of the two values given
+    // Worked out from those on the way:
+    uint64_t firsts[kClassWords];            // the first byte in the ranges of each line (see below)
+    int64_t newlinesBefore[kClassWords + 1]; // newlines in the words before each
+};
+
+// What ClassifyWindow marks besides the line ends.
+struct ClassesAsked {
+    ByteRanges ranges;          // the bytes of inRanges
+    unsigned char stopA, stopB; // the values of stops (equal when one)
+};
+
+// The four classes of the 64 bytes at text, as the words of ByteClassBits.
+struct ChunkClasses {
+    uint64_t delimiters, newlines, inRanges, stops;
+};
+
+// Fills bits for text[0, len) (len at most 64 * kClassWords) with
+// classify(at), which gives the classes of the 64 bytes at `at`.
+template <class Classify>
+[[gnu::always_inline]] inline void ClassifyWindowWith(const unsigned char *text, size_t len, ByteClassBits *bits,
+                                                      const Classify &classify)
+{
+    size_t word = 0;
+    // The first byte in the ranges of each line (lines end at each line
+    // delimiter; the first one begins at 0): subtracting each line's first
+    // bit from its ranges and delimiters bits borrows up to, and clears,
+    // the first of them in the line, its first byte in the ranges or its end.
+    uint64_t borrow = 0, carried = 1; // a borrow into the word; whether its bit 0 begins a line
+    bits->newlinesBefore[0] = 0;
+    const auto put = [bits, &borrow, &carried](size_t at, const ChunkClasses &classes, uint64_t keep) {
+        const uint64_t delimiters = classes.delimiters & keep, inRanges = classes.inRanges & keep;
+        bits->delimiters[at] = delimiters;
+        bits->newlines[at] = classes.newlines & keep;
+        bits->inRanges[at] = inRanges;
+        bits->stops[at] = classes.stops & keep;
+        uint64_t left = 0;
+        const bool under = __builtin_sub_overflow(inRanges | delimiters, delimiters << 1 | carried, &left);
+        const bool underAgain = __builtin_sub_overflow(left, borrow, &left);
+        borrow = under || underAgain ? 1 : 0;
+        carried = delimiters >> 63;
+        bits->firsts[at] = inRanges & ~left;
+        bits->newlinesBefore[at + 1] = bits->newlinesBefore[at] + CountBits64(classes.newlines & keep);
+    };
+    for (; 64 * word + 64 <= len; ++word)
+        put(word, classify(text + 64 * word), ~uint64_t{0});
+    if (64 * word < len) {
+        // The last bytes, in a block of zeros.
+        alignas(64) unsigned char tail[64] = {};
+        std::memcpy(tail, text + 64 * word, len - 64 * word);
+        put(word, classify(tail), (uint64_t{1} << (len - 64 * word)) - 1);
+    }
+}
+
+#if defined(FYNDLE_BYTESCAN_AVX2)
+void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits);
+#endif
+
+// Fills bits for text[0, len) (len at most 64 * kClassWords): the line
+// delimiters, the newlines, the bytes in the ranges asked for and the
+// bytes equal to one of the stop values asked for.
+inline void ClassifyWindow(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
+{
+    const ByteRanges &ranges = asked.ranges;
+    const unsigned char stopA = asked.stopA, stopB = asked.stopB;
+#if defined(FYNDLE_BYTESCAN_AVX2)
+    if (g_fAvx2Scan)
+        return ClassifyWindowAvx2(text, len, asked, bits);
+#endif
+    ClassifyWindowWith(text, len, bits, [&](const unsigned char *chunk) {
+        ChunkClasses classes{0, 0, 0, 0};
+        for (int block = 0; block < 4; ++block) {
+            const int shift = 16 * block;
+#if defined(__SSE2__)
+            const unsigned char *at = chunk + shift;
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+            const auto equal = [bytes](unsigned char value) {
+                return static_cast<unsigned>(
+                    _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(static_cast<char>(value)))));
+            };
+            classes.delimiters |= uint64_t{LineDelimiterMask(at)} << shift;
+            classes.newlines |= uint64_t{equal('\n')} << shift;
+            classes.inRanges |= uint64_t{InRangesMask(at, ranges)} << shift;
+            classes.stops |= uint64_t{equal(stopA) | equal(stopB)} << shift;
+#else
+            for (int i = shift; i < shift + 16; ++i) {
+                bool inside = false;
+                for (int r = 0; r < 3; ++r)
+                    inside = inside || static_cast<unsigned char>(chunk[i] - ranges.lo[r]) <= ranges.span[r];
+                classes.delimiters |= uint64_t{IsLineDelimiter(chunk[i])} << i;
+                classes.newlines |= uint64_t{chunk[i] == '\n'} << i;
+                classes.inRanges |= uint64_t{inside} << i;
+                classes.stops |= uint64_t{chunk[i] == stopA || chunk[i] == stopB} << i;
+            }
+#endif
+        }
+        return classes;
+    });
+}
+
+// The first position in [from, limit) whose bit is set in words, or limit
+// (limit at most 64 * kClassWords).
+inline size_t NextBit(const uint64_t *words, size_t from, size_t limit)
+{
+    if (from >= limit)
+        return limit;
+    size_t word = from / 64;
+    uint64_t bits = words[word] & (~uint64_t{0} << (from % 64));
+    while (bits == 0) {
+        if (++word >= (limit + 63) / 64)
+            return limit;
+        bits = words[word];
+    }
+    const size_t at = 64 * word + static_cast<size_t>(__builtin_ctzll(bits));
+    return at < limit ? at : limit;
+}
+
+// One past the last position below `to` whose bit is set in words, or 0
+// when there is none.
+inline size_t PastLastBit(const uint64_t *words, size_t to)
+{
+    while (to > 0) {
+        const size_t word = (to - 1) / 64;
+        if (const uint64_t bits = words[word] & (~uint64_t{0} >> (63 - (to - 1) % 64)))
+            return 64 * word + 64 - static_cast<size_t>(__builtin_clzll(bits));
+        to = 64 * word;
+    }
+    return 0;
+}
+
+// CountBits64 by the processor's own instruction where it has one: one
+// instruction instead of a chain of twelve, and a branch always taken the
+// same way.
+inline int CountBits64Here(uint64_t mask)
+{
+#if defined(FYNDLE_BYTESCAN_AVX2)
+    if (g_fPopcount) {
+        uint64_t count = 0;
+        asm("popcnt %1, %0" : "=r"(count) : "r"(mask) : "cc");
+        return static_cast<int>(count);
+    }
+#endif
+    return CountBits64(mask);
 }

@@ -11,6 +11,7 @@
 #include <immintrin.h>
 
 const bool g_fAvx2Scan = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
+const bool g_fPopcount = (__builtin_cpu_init(), __builtin_cpu_supports("popcnt"));
 
 namespace {
 
@@ -24,6 +25,11 @@ namespace {
     const __m256i block = load32(at);
     return static_cast<unsigned>(
         _mm256_movemask_epi8(_mm256_or_si256(_mm256_cmpeq_epi8(block, a), _mm256_cmpeq_epi8(block, b))));
+}
+
+[[gnu::target("avx2")]] inline __m256i eitherOf(__m256i block, __m256i a, __m256i b)
+{
+    return _mm256_or_si256(_mm256_cmpeq_epi8(block, a), _mm256_cmpeq_epi8(block, b));
 }
 
 } // namespace
@@ -110,6 +116,82 @@ namespace {
         count += __builtin_popcount(mask >> (32 - (len - i)));
     }
     return count;
+}
+
+namespace {
+
+// ClassifyWindowAvx2 with the ranges' first `Ranges` ones (the others
+// repeat them), and with one stop value or two. Folded: the one range is
+// of small letters and stands for them in both cases, each byte tested
+// with the case bit set.
+template <int Ranges, bool TwoStops, bool Folded = false>
+[[gnu::target("avx2")]] void classifyWindowWithRanges(const unsigned char *text, size_t len, const ClassesAsked &asked,
+                                                      ByteClassBits *bits)
+{
+    const ByteRanges &ranges = asked.ranges;
+    // A line delimiter is a byte that the table, looked up by its low
+    // four bits, gives back: 0, 10 and 13 are there, the other entries
+    // are above 15, and a byte from 128 up looks up 0.
+    const __m256i delimiterTable = _mm256_setr_epi8(0, -1, -1, -1, -1, -1, -1, -1, -1, -1, 10, -1, -1, 13, -1, -1, 0,
+                                                    -1, -1, -1, -1, -1, -1, -1, -1, -1, 10, -1, -1, 13, -1, -1);
+    __m256i lo[Ranges], span[Ranges];
+    for (int r = 0; r < Ranges; ++r) {
+        lo[r] = _mm256_set1_epi8(static_cast<char>(ranges.lo[r]));
+        span[r] = _mm256_set1_epi8(static_cast<char>(ranges.span[r]));
+    }
+    const __m256i stopAs = _mm256_set1_epi8(static_cast<char>(asked.stopA)),
+                  stopBs = _mm256_set1_epi8(static_cast<char>(asked.stopB));
+    const auto classify = [&](const unsigned char *chunk) __attribute__((target("avx2")))
+    {
+        const __m256i zero = _mm256_setzero_si256();
+        ChunkClasses classes{0, 0, 0, 0};
+        for (int half = 0; half < 2; ++half) {
+            const __m256i block = load32(chunk + 32 * half);
+            const __m256i newlines = _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\n'));
+            const __m256i delimiters = _mm256_cmpeq_epi8(_mm256_shuffle_epi8(delimiterTable, block), block);
+            const __m256i tested = Folded ? _mm256_or_si256(block, _mm256_set1_epi8(0x20)) : block;
+            __m256i inside = zero;
+            for (int r = 0; r < Ranges; ++r)
+                inside = _mm256_or_si256(
+                    inside, _mm256_cmpeq_epi8(_mm256_subs_epu8(_mm256_sub_epi8(tested, lo[r]), span[r]), zero));
+            const int shift = 32 * half;
+            const auto mask = [shift](__m256i hits) __attribute__((target("avx2")))
+            {
+                return uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(hits))} << shift;
+            };
+            classes.delimiters |= mask(delimiters);
+            classes.newlines |= mask(newlines);
+            classes.inRanges |= mask(inside);
+            classes.stops |= mask(TwoStops ? eitherOf(block, stopAs, stopBs) : _mm256_cmpeq_epi8(block, stopAs));
+        }
+        return classes;
+    };
+    ClassifyWindowWith(text, len, bits, classify);
+}
+
+} // namespace
+
+void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
+{
+    const ByteRanges &ranges = asked.ranges;
+    const auto repeats = [&ranges](int r) { return ranges.lo[r] == ranges.lo[0] && ranges.span[r] == ranges.span[0]; };
+    const int count = repeats(1) && repeats(2) ? 1 : repeats(2) ? 2 : 3;
+    // Two ranges of the same letters, small and capital, are one.
+    const int small = ranges.lo[0] > ranges.lo[1] ? 0 : 1;
+    if (count == 2 && ranges.lo[1 - small] == (ranges.lo[small] ^ 0x20) && ranges.span[0] == ranges.span[1] &&
+        ranges.lo[small] >= 'a' && ranges.lo[small] + ranges.span[small] <= 'z') {
+        const ClassesAsked folded{ByteRanges{{ranges.lo[small], ranges.lo[small], ranges.lo[small]},
+                                             {ranges.span[small], ranges.span[small], ranges.span[small]}},
+                                  asked.stopA, asked.stopB};
+        (asked.stopA != asked.stopB ? classifyWindowWithRanges<1, true, true>
+                                    : classifyWindowWithRanges<1, false, true>)(text, len, folded, bits);
+        return;
+    }
+    using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
+    constexpr Classify kForms[2][3] = {
+        {classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>, classifyWindowWithRanges<3, false>},
+        {classifyWindowWithRanges<1, true>, classifyWindowWithRanges<2, true>, classifyWindowWithRanges<3, true>}};
+    kForms[asked.stopA != asked.stopB][count - 1](text, len, asked, bits);
 }
 
 #endif

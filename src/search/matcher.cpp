@@ -16,7 +16,9 @@
 // of one-byte elements, a star and a tail of singles by its head or its
 // tail, whichever is rarer; any head of two or more one-byte elements by
 // its two rarest; without a first byte, the leading elements up to the
-// first one-byte element skip the bytes none of them takes; a pattern
+// first one-byte element skip the bytes none of them takes (and, when that
+// element is the last, the starts before the run that reaches its next
+// value, a match's only possible end); a pattern
 // whose first element can never get past its second only looks for where
 // an attempt first runs off the window (one that can never match for any
 // reason is not searched at all by the scanner). A pattern of a one-byte
@@ -24,7 +26,9 @@
 // takes them (a "stop star") makes no attempts at all but for the one that
 // runs off the window: every start before the next stop value matches up
 // to it, so each stop is looked for once and the lines before it are
-// reported in one walk.
+// reported in one walk (in a window searched from its start, over its
+// bytes classified beforehand into sets of bits: each step of the walk
+// is then a few operations on words, not a scan that waits on the last).
 // Those scans go over the window from its start, so they are not used in a
 // window that mostly repeats the last one (as windows that move on by one
 // byte do): there the carried path decides the starts at once. Only the
@@ -34,7 +38,6 @@
 
 #include <cctype>
 #include <cstring>
-#include <string>
 
 #include "bytescan.h"
 #include "matcher_skip.h"
@@ -47,17 +50,29 @@ bool isWordByte(unsigned char byte)
     return byte == '_' || std::isalnum(byte);
 }
 
-// print[from, from + count) as it is printed: the bytes before `folded` in
-// lower case (in scratch, when there are any to fold).
-const char *shown(const char *print, int64_t from, int64_t count, int64_t folded, std::string &scratch)
+// How many of the bytes from `from` on are printed folded: those before
+// `folded`.
+size_t foldedFrom(int64_t from, int64_t folded)
 {
-    if (from >= folded)
-        return print + from;
-    scratch.assign(print + from, static_cast<size_t>(count));
-    FoldCapitals(reinterpret_cast<unsigned char *>(scratch.data()),
-                 static_cast<size_t>(folded - from < count ? folded - from : count));
-    return scratch.data();
+    return from < folded ? static_cast<size_t>(folded - from) : 0;
 }
+
+// What a walk from one start of runStopStarLines to the next passed.
+struct LineGap {
+    int64_t lineStart = -1; // one past the last line delimiter passed, or -1: none
+    int64_t newlines = 0;   // newlines passed
+};
+
+// One step of that walk from a start: the end of its line, then the gap
+// to the next start.
+struct LineStep {
+    int64_t lineEnd; // the first line delimiter after the start, or the window's length
+    LineGap gap;     // from the line's end up to the next start (pos)
+};
+
+// A window whose first newline comes within this many bytes is classified
+// for the stop-star line walk.
+constexpr int64_t kLineWithin = 512;
 
 // The next attempt's start and how it ended.
 struct Candidate {
@@ -81,23 +96,26 @@ struct WindowSearch {
     bool starTail = false;    // look for a star-tail pattern by its head or tail
     bool skipHeads = false;   // pass over starts whose head fails
     bool skipStarts = false;  // pass over starts whose attempt fails at its first byte
+    bool endScan = false;     // pass over starts that stop short of the next end value
     bool newlineFree = false; // no match holds a newline
     bool stopStar = false;    // a match ends at the first stop value after its start
     StarScan star{};          // the star-tail finders' place
 
-    size_t nameLen = 0;
-    std::string scratch{}; // folded bytes to print
     int reports = 0;
-    int64_t pos = 0;     // where the next attempt (or first-byte scan) begins
-    int64_t counted = 0; // with a first byte: newlines before this are in *line
-    int64_t stop = 0;    // bytes consumed when the search of the window ends
-    bool ranOut = false; // the search stopped at an attempt that ran off the window
+    int64_t pos = 0;                     // where the next attempt (or first-byte scan) begins
+    int64_t counted = 0;                 // with a first byte: newlines before this are in *line
+    int64_t stop = 0;                    // bytes consumed when the search of the window ends
+    bool ranOut = false;                 // the search stopped at an attempt that ran off the window
+    const ByteClassBits *bits = nullptr; // the window's bytes by class, when worked out (runStopStarLines)
 
     void begin();
     bool neverMatches();
     void run();
     void runStopStar();
     void runStopStarLines();
+    void runStopStarClassified();
+    LineGap walkToStart();
+    LineStep nextLine();
     int64_t stopAfter(int64_t from);
     bool nextCandidate(Candidate *candidate);
     bool nextAtFirstByte(Candidate *candidate);
@@ -134,6 +152,7 @@ void WindowSearch::begin()
     literal = skipping && plan.literal;
     starTail = skipping && plan.starTail;
     skipStarts = shortcuts && plan.skipStarts;
+    endScan = skipping && plan.endScan;
     newlineFree = shortcuts && plan.newlineFree;
     stopStar = shortcuts && plan.stopStar;
     // Starts whose head of one-byte elements fails before the window's last
@@ -143,7 +162,8 @@ void WindowSearch::begin()
     star = StarScan{0, 0, StarRun{0, -1}, -1, 0, 0};
     if (starTail)
         star.undecided = plan.headFirst ? len : StarTailUndecided(pattern, window.text, len, 0);
-    nameLen = in.name != nullptr ? std::strlen(in.name) : 0;
+    if (in.name != nullptr)
+        ReportName(batch, in.name, std::strlen(in.name), in.print + in.len);
 }
 
 // A pattern no attempt can match: the search stops at the first attempt
@@ -224,65 +244,33 @@ void WindowSearch::runStopStar()
 // matches up to the same stop no longer hold.
 void WindowSearch::runStopStarLines()
 {
-    const unsigned char *text = window.text;
     const int64_t len = window.len;
-    const unsigned char *byteClass = pattern.plan.byteClass;
-#if defined(__SSE2__)
-    const SearchPlan &plan = pattern.plan;
-    const bool vector = plan.startsInRanges;
-    __m128i rangeLo[3], rangeSpan[3];
-    for (int r = 0; r < 3; ++r) {
-        rangeLo[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.lo[r]));
-        rangeSpan[r] = _mm_set1_epi8(static_cast<char>(plan.startRanges.span[r]));
+    // Classifying the window pays where it holds many lines, as text
+    // files do: not in one long line.
+    const bool classifiable =
+        !state.plain && pattern.plan.startsInRanges && static_cast<size_t>(len) <= 64 * kClassWords &&
+        std::memchr(window.text, '\n', static_cast<size_t>(len < kLineWithin ? len : kLineWithin)) != nullptr;
+    if (classifiable && skipping) {
+        runStopStarClassified();
+        return;
     }
-    const __m128i newlineByte = _mm_set1_epi8('\n'), returnByte = _mm_set1_epi8('\r');
-#endif
     int64_t stopValue = -1; // the first stop value after the last start looked at
     int64_t newlines = 0;   // newlines in [pos, stopValue + 1) when pos < stopValue
+    LineGap gap = walkToStart();
+    // So is a window that repeats most of the last one when a stop follows
+    // its first start: it reports the lines up to the stop, and the window
+    // after it consumes at least the bytes from there to this one's end.
+    if (classifiable && pos < len - 1 && (stopValue = stopAfter(pos + 1)) < len) {
+        runStopStarClassified();
+        return;
+    }
     for (;;) {
-        if (pos >= len) {
-            stop = len;
-            return;
-        }
-        int64_t afterDelimiter = -1; // one past the last delimiter passed
-        int64_t passed = 0;          // newlines passed
-#if defined(__SSE2__)
-        // The gap is mostly a line's end and the next one's indent: 16
-        // bytes at a time, with the tests built once.
-        while (vector && pos + 16 <= len) {
-            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + pos));
-            __m128i taken = _mm_setzero_si128();
-            for (int r = 0; r < 3; ++r)
-                taken = _mm_or_si128(taken, _mm_cmpeq_epi8(_mm_subs_epu8(_mm_sub_epi8(block, rangeLo[r]), rangeSpan[r]),
-                                                           _mm_setzero_si128()));
-            const __m128i newline = _mm_cmpeq_epi8(block, newlineByte);
-            const __m128i delimiter = _mm_or_si128(
-                newline, _mm_or_si128(_mm_cmpeq_epi8(block, _mm_setzero_si128()), _mm_cmpeq_epi8(block, returnByte)));
-            const unsigned limit = len - 1 - pos >= 16 ? 0xFFFFu : (1u << (len - 1 - pos)) - 1;
-            const unsigned starts = static_cast<unsigned>(_mm_movemask_epi8(taken)) & limit;
-            const unsigned before = starts != 0 ? (starts & (0u - starts)) - 1 : limit;
-            if (const unsigned delimiters = static_cast<unsigned>(_mm_movemask_epi8(delimiter)) & before) {
-                afterDelimiter = pos + 32 - __builtin_clz(delimiters);
-                passed += CountBits16(static_cast<unsigned>(_mm_movemask_epi8(newline)) & before);
-            }
-            if (starts != 0 || limit != 0xFFFFu) {
-                pos += starts != 0 ? __builtin_ctz(starts) : len - 1 - pos;
-                break;
-            }
-            pos += 16;
-        }
-#endif
-        for (unsigned char kind = 0; pos < len - 1 && (kind = byteClass[text[pos]]) != kClassStart; ++pos)
-            if (kind != 0) {
-                afterDelimiter = pos + 1;
-                passed += kind == kClassNewline;
-            }
         if (stopValue > pos) {
-            newlines -= passed;
+            newlines -= gap.newlines;
         } else if (pos < len - 1) {
             stopValue = stopAfter(pos + 1);
             if (stopValue < len)
-                newlines = CountNewlinesIn(text, static_cast<size_t>(len), static_cast<size_t>(pos),
+                newlines = CountNewlinesIn(window.text, static_cast<size_t>(len), static_cast<size_t>(pos),
                                            static_cast<size_t>(stopValue + 1));
         }
         if (pos == len - 1 || stopValue >= len) {
@@ -290,26 +278,134 @@ void WindowSearch::runStopStarLines()
             stopAt(pos);
             return;
         }
-        const int64_t lineAtStart = *line;
-        *line += newlines;
-        ++reports;
-        const int64_t lineStart = afterDelimiter >= 0 ? afterDelimiter
-                                  : pos == 0 || IsLineDelimiter(text[pos - 1])
+        const int64_t lineStart = gap.lineStart >= 0 ? gap.lineStart
+                                  : pos == 0 || IsLineDelimiter(window.text[pos - 1])
                                       ? pos
-                                      : static_cast<int64_t>(FindLineStart(text, static_cast<size_t>(pos)));
-        const auto lineEnd =
-            static_cast<int64_t>(FindLineDelimiterIn(text, static_cast<size_t>(len), static_cast<size_t>(pos + 1)));
+                                      : static_cast<int64_t>(FindLineStart(window.text, static_cast<size_t>(pos)));
+        const LineStep step = nextLine();
+        ++reports;
         if (in.name != nullptr)
-            ReportLine(batch, in.name, nameLen, lineAtStart + 1,
-                       shown(in.print, lineStart, lineEnd - lineStart, state.printFolded, scratch),
-                       static_cast<size_t>(lineEnd - lineStart));
-        pos = counted = lineEnd;
+            ReportLine(batch, *line + 1, in.print + lineStart, static_cast<size_t>(step.lineEnd - lineStart),
+                       foldedFrom(lineStart, state.printFolded));
+        *line += newlines;
+        if (step.lineEnd >= len) {
+            stop = len;
+            return;
+        }
+        gap = step.gap;
     }
+}
+
+// runStopStarLines over the window's bytes classified beforehand into
+// sets of bits. The lines it reports are those that hold a start, each
+// from its first start on: with those starts marked at once, each report
+// works on words around its own start, not on where the last one ended.
+void WindowSearch::runStopStarClassified()
+{
+    const auto len = static_cast<size_t>(window.len), last = len - 1;
+    ByteClassBits classes;
+    ClassifyWindow(window.text, len,
+                   ClassesAsked{pattern.plan.startRanges, pattern.plan.runStopA[1], pattern.plan.runStopB[1]},
+                   &classes);
+    bits = &classes;
+    const uint64_t *firsts = classes.firsts;
+    const size_t words = (len + 63) / 64;
+    const auto newlinesTo = [&](size_t at) { // newlines in [0, at)
+        return classes.newlinesBefore[at / 64] +
+               (at % 64 != 0 ? CountBits64Here(classes.newlines[at / 64] & ~(~uint64_t{0} << (at % 64))) : 0);
+    };
+    size_t word = 0;              // the word of the next start
+    uint64_t pending = firsts[0]; // its starts not reached yet
+    int64_t stopValue = -1;       // the first stop value after the last start looked at
+    int64_t toStop = 0;           // newlines in [0, stopValue + 1)
+    for (;;) {
+        while (pending == 0 && ++word < words)
+            pending = firsts[word];
+        size_t start = pending != 0 ? 64 * word + static_cast<size_t>(__builtin_ctzll(pending)) : last;
+        start = start < last ? start : last;
+        pending &= pending - 1;
+        pos = static_cast<int64_t>(start);
+        if (stopValue <= pos && start < last) {
+            stopValue = stopAfter(pos + 1);
+            if (stopValue < window.len)
+                toStop = newlinesTo(static_cast<size_t>(stopValue + 1));
+        }
+        if (start == last || stopValue >= window.len) {
+            RunAttempt(pattern, state, window, 0, pos);
+            stopAt(pos);
+            return;
+        }
+        // The line's ends, mostly in the start's own word.
+        const size_t word64 = start & ~size_t{63};
+        const uint64_t around = classes.delimiters[start / 64];
+        const uint64_t before = around & ((uint64_t{1} << (start % 64)) - 1),
+                       after = around & (~uint64_t{1} << (start % 64));
+        const size_t lineStart = before != 0 ? word64 + 64 - static_cast<size_t>(__builtin_clzll(before))
+                                             : PastLastBit(classes.delimiters, word64);
+        const size_t lineEnd = after != 0 ? word64 + static_cast<size_t>(__builtin_ctzll(after))
+                                          : NextBit(classes.delimiters, word64 + 64, len);
+        ++reports;
+        if (in.name != nullptr)
+            ReportLine(batch, *line + 1, in.print + lineStart, lineEnd - lineStart,
+                       foldedFrom(static_cast<int64_t>(lineStart), state.printFolded));
+        *line += toStop - newlinesTo(start);
+        if (lineEnd >= len) {
+            stop = window.len;
+            return;
+        }
+    }
+}
+
+// From pos, the bytes up to the next start (or up to the window's last
+// byte, where the attempt runs off): pos moves there.
+LineGap WindowSearch::walkToStart()
+{
+    const unsigned char *text = window.text;
+    const int64_t len = window.len;
+    LineGap gap;
+#if defined(__SSE2__)
+    // The gap is mostly a line's end and the next one's indent: 16 bytes
+    // at a time.
+    while (pattern.plan.startsInRanges && pos + 16 <= len) {
+        const unsigned limit = len - 1 - pos >= 16 ? 0xFFFFu : (1u << (len - 1 - pos)) - 1;
+        const unsigned starts = InRangesMask(text + pos, pattern.plan.startRanges) & limit;
+        const unsigned before = starts != 0 ? (starts & (0u - starts)) - 1 : limit;
+        if (const unsigned delimiters = LineDelimiterMask(text + pos) & before) {
+            gap.lineStart = pos + 32 - __builtin_clz(delimiters);
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + pos));
+            gap.newlines += CountBits64Here(
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n')))) & before);
+        }
+        if (starts != 0 || limit != 0xFFFFu) {
+            pos += starts != 0 ? __builtin_ctz(starts) : len - 1 - pos;
+            return gap;
+        }
+        pos += 16;
+    }
+#endif
+    const unsigned char *byteClass = pattern.plan.byteClass;
+    for (unsigned char kind = 0; pos < len - 1 && (kind = byteClass[text[pos]]) != kClassStart; ++pos)
+        if (kind != 0) {
+            gap.lineStart = pos + 1;
+            gap.newlines += kind == kClassNewline;
+        }
+    return gap;
+}
+
+// From a start at pos (below the window's last byte): the end of its line
+// and, unless that is the window's end, the walk on to the next start.
+LineStep WindowSearch::nextLine()
+{
+    pos = static_cast<int64_t>(
+        FindLineDelimiterIn(window.text, static_cast<size_t>(window.len), static_cast<size_t>(pos + 1)));
+    const int64_t lineEnd = pos;
+    return {lineEnd, lineEnd < window.len ? walkToStart() : LineGap{}};
 }
 
 // The first stop value of the star at or after window index from, or the
 // window's length; bytes known to hold none are not looked at again.
-int64_t WindowSearch::stopAfter(int64_t from)
+// Inlined: a frequent pattern looks for hundreds of thousands of stops.
+__attribute__((always_inline)) inline int64_t WindowSearch::stopAfter(int64_t from)
 {
     const SearchPlan &plan = pattern.plan;
     const int64_t len = window.len;
@@ -317,8 +413,9 @@ int64_t WindowSearch::stopAfter(int64_t from)
     const int64_t freeTo = state.stopFreeTo - window.base;
     int64_t at = freeFrom <= from && from < freeTo ? (freeTo < len ? freeTo : len) : from;
     const int64_t scanned = at;
-    at += static_cast<int64_t>(
-        FindEitherByte(window.text + at, static_cast<size_t>(len - at), plan.runStopA[1], plan.runStopB[1]));
+    at = bits != nullptr ? static_cast<int64_t>(NextBit(bits->stops, static_cast<size_t>(at), static_cast<size_t>(len)))
+                         : at + static_cast<int64_t>(FindEitherByte(window.text + at, static_cast<size_t>(len - at),
+                                                                    plan.runStopA[1], plan.runStopB[1]));
     state.steps += at - scanned;
     if (at >= len) {
         if (freeFrom <= from && from <= freeTo) {
@@ -382,6 +479,11 @@ bool WindowSearch::nextAtStart(Candidate *candidate)
     // Attempts at bytes no leading element takes fail at once; only one at
     // the window's last byte would run off, so that one is made.
     if (skipStarts && pos < len - 1) {
+        if (endScan) {
+            int64_t walked = 0;
+            pos = PassStartsBeforeEnd(pattern, window.text, len, pos, &walked);
+            state.steps += walked;
+        }
         pos = NextStart(pattern, window.text, pos, len - 1);
         // Starts whose leading runs end at a byte the one-byte element
         // after them refuses fail there: no attempt is made for them.
@@ -450,8 +552,8 @@ __attribute__((always_inline)) inline void WindowSearch::report(int64_t start, i
     const int64_t folded = state.printFolded;
     if (g_fBinary) {
         if (in.name != nullptr)
-            ReportMatch(batch, in.name, nameLen, offset + start, shown(in.print, start, end - start, folded, scratch),
-                        static_cast<size_t>(end - start));
+            ReportMatch(batch, offset + start, in.print + start, static_cast<size_t>(end - start),
+                        foldedFrom(start, folded));
         pos = counted = end;
         return;
     }
@@ -462,9 +564,8 @@ __attribute__((always_inline)) inline void WindowSearch::report(int64_t start, i
     // No delimiter lies in [lineStart, start + 1) but at start itself.
     const auto lineEnd = static_cast<int64_t>(FindLineDelimiterIn(text, ulen, static_cast<size_t>(start + 1)));
     if (in.name != nullptr)
-        ReportLine(batch, in.name, nameLen, lineAtStart + 1,
-                   shown(in.print, lineStart, lineEnd - lineStart, folded, scratch),
-                   static_cast<size_t>(lineEnd - lineStart));
+        ReportLine(batch, lineAtStart + 1, in.print + lineStart, static_cast<size_t>(lineEnd - lineStart),
+                   foldedFrom(lineStart, folded));
     // One report per line: go on at the delimiter that ends it. Newlines
     // that the match took beyond that point are counted once more.
     pos = counted = lineEnd;

@@ -351,7 +351,7 @@ bool passLetterRuns(const CompiledPattern &pattern, const StuckRun &run, const W
     if (pattern.plan.startTakenInRanges)
         for (; at + 16 <= to - from + 1; at += 16)
             if (const unsigned mask = InRangesMask(text + at, pattern.plan.startTaken)) {
-                taken += CountBits16(mask);
+                taken += CountBits64Here(mask);
                 lastTaken = at + 31 - __builtin_clz(mask);
                 takenToLast = taken;
             }

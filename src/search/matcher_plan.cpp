@@ -6,7 +6,8 @@
 // of an all-single pattern, or of a star-tail pattern's head or tail (by a
 // fixed table of byte frequencies in source text and prose; the side whose
 // hits are rarer is the one looked for); the bytes that the leading
-// elements up to the first one-byte element accept; the bytes that end a
+// elements up to the first one-byte element accept (and that element's
+// values, when it is the last); the bytes that end a
 // starred element's runs; and whether the pattern can match at all. A
 // star-tail pattern is a head, one star, and a tail of singles and
 // optionals (so '$' may end it). Invariant: the plan only names elements
@@ -342,6 +343,11 @@ void planStarts(const CompiledPattern &pattern, SearchPlan &plan)
     plan.startScan =
         chooseBytes(plan.startAccepts, 0, &plan.startChoice) || chooseBytes(plan.startAccepts, 0x20, &plan.startChoice);
     plan.startTakenInRanges = chooseRanges(plan.startAccepts, &plan.startTaken);
+    unsigned char ends[3] = {0, 0, 0};
+    const int endValues = single == pattern.count - 1 ? acceptedValues(pattern, single, ends) : 0;
+    plan.endScan = endValues >= 1 && endValues <= 2;
+    plan.endA = ends[0];
+    plan.endB = ends[endValues >= 1 && endValues <= 2 ? endValues - 1 : 0];
 }
 
 } // namespace

@@ -66,6 +66,12 @@ struct SearchPlan {
     ByteRanges startTaken;   // ...these
     int startSingle;         // the first element that takes exactly one byte (0: element 0 itself)
     bool leadAccepts[256];   // one of the elements before it accepts the byte
+    // And that one-byte element is the last and takes one or two values:
+    // every match ends with one of them, right where the leading elements
+    // stop, so a scan for those values (the rare end of `[ ]*$`) decides
+    // the starts before them.
+    bool endScan;
+    unsigned char endA, endB; // the values (equal when one)
     // No match holds a newline: no element accepts one, and the last
     // element takes the byte a match ends with (a star or an optional one
     // ends it with the byte it refused).

@@ -329,3 +329,23 @@ int64_t PassFailingStart(const CompiledPattern &pattern, const unsigned char *te
         return -1;
     return past;
 }
+
+int64_t PassStartsBeforeEnd(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t pos,
+                            int64_t *walked)
+{
+    const SearchPlan &plan = pattern.plan;
+    int64_t end =
+        pos + static_cast<int64_t>(FindEitherByte(text + pos, static_cast<size_t>(len - pos), plan.endA, plan.endB));
+    // A one-byte element that refuses the window's last byte runs off it:
+    // the starts that reach it are the ordinary search's.
+    if (end > len - 1)
+        end = len - 1;
+    // No leading element takes the byte before the run of bytes they take
+    // that reaches the end: an attempt from a start before it stops there
+    // at the latest, at a byte the last element refuses.
+    int64_t from = end;
+    while (from > pos && plan.leadAccepts[text[from - 1]])
+        --from;
+    *walked = end - from;
+    return from;
+}

@@ -73,3 +73,10 @@ int64_t NextStart(const CompiledPattern &pattern, const unsigned char *text, int
 // the next start that may not fail the same way (every start up to the end
 // of element 0's run fails there too); else -1 (the attempt must be made).
 int64_t PassFailingStart(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t start);
+
+// For a pattern with an end scan (plan.endScan): the first start at or
+// after pos that may not fail. Every start before it stops short of the
+// next end value, where the last element refuses the byte, and fails
+// without running off the window. *walked: the bytes walked back over.
+int64_t PassStartsBeforeEnd(const CompiledPattern &pattern, const unsigned char *text, int64_t len, int64_t pos,
+                            int64_t *walked);

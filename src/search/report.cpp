@@ -13,6 +13,7 @@
 #include <cstring>
 #include <string>
 
+#include "bytescan.h"
 #include "output.h"
 
 namespace {
@@ -59,30 +60,41 @@ void writeBatch(ReportBatch &batch, const char *bytes, size_t len)
         fwrite(bytes, 1, len, stdout);
 }
 
-// Adds name " (" number "): " text "\n" to the batch, the number put by
-// putNumber(at) (which returns where it ends); a report longer than the
-// whole batch goes out in pieces instead.
-template <typename PutNumber>
-void putReport(ReportBatch &batch, const char *name, size_t nameLen, PutNumber putNumber, const char *text, size_t len)
+// The line number as text at `at`; returns where it ends.
+char *putLineNumber(char *at, int64_t number)
 {
-    const size_t need = nameLen + kNumberMax + len + 6;
+    if (static_cast<uint64_t>(number) < 100000000)
+        return PutDecimalBelow1e8(at, static_cast<uint64_t>(number));
+    return std::to_chars(at, at + kNumberMax, number).ptr;
+}
+
+// Adds name " (" number "): " text "\n" to the batch, the number put by
+// putNumber(at) (which returns where it ends and may write up to
+// kNumberMax bytes there) and the first `folded` bytes of text in lower
+// case; a report longer than the whole batch goes out in pieces instead.
+template <typename PutNumber>
+void putReport(ReportBatch &batch, PutNumber putNumber, const char *text, size_t len, size_t folded)
+{
+    const size_t need = batch.nameLen + kNumberMax + len + 6;
     if (need > kReportBatchSize - batch.used) {
         ReportFlush(batch);
         if (need > kReportBatchSize) {
             char number[kNumberMax];
             const char *numberEnd = putNumber(number);
-            writeBatch(batch, name, nameLen);
+            std::string shown(text, len);
+            FoldCapitals(reinterpret_cast<unsigned char *>(shown.data()), folded < len ? folded : len);
+            writeBatch(batch, batch.name, batch.nameLen);
             writeBatch(batch, " (", 2);
             writeBatch(batch, number, static_cast<size_t>(numberEnd - number));
             writeBatch(batch, "): ", 3);
-            writeBatch(batch, text, len);
+            writeBatch(batch, shown.data(), len);
             writeBatch(batch, "\n", 1);
             return;
         }
     }
     char *at = batch.bytes + batch.used;
-    std::memcpy(at, name, nameLen);
-    at += nameLen;
+    std::memcpy(at, batch.name, batch.nameLen);
+    at += batch.nameLen;
     *at++ = ' ';
     *at++ = '(';
     at = putNumber(at);
@@ -90,6 +102,8 @@ void putReport(ReportBatch &batch, const char *name, size_t nameLen, PutNumber p
     *at++ = ':';
     *at++ = ' ';
     std::memcpy(at, text, len);
+    if (folded != 0)
+        FoldCapitals(reinterpret_cast<unsigned char *>(at), folded < len ? folded : len);
     at += len;
     *at++ = '\n';
     batch.used = static_cast<size_t>(at - batch.bytes);
@@ -105,20 +119,19 @@ void ReportFlush(ReportBatch &batch)
     batch.used = 0;
 }
 
-void ReportLine(ReportBatch &batch, const char *name, size_t nameLen, int64_t lineNumber, const char *text, size_t len)
+void ReportLineAnyway(ReportBatch &batch, int64_t lineNumber, const char *text, size_t len, size_t folded)
 {
     putReport(
-        batch, name, nameLen, [lineNumber](char *at) { return std::to_chars(at, at + kNumberMax, lineNumber).ptr; },
-        text, len);
+        batch, [lineNumber](char *at) { return putLineNumber(at, lineNumber); }, text, len, folded);
 }
 
-void ReportMatch(ReportBatch &batch, const char *name, size_t nameLen, int64_t offset, const char *bytes, size_t len)
+void ReportMatch(ReportBatch &batch, int64_t offset, const char *bytes, size_t len, size_t folded)
 {
     // Written as "%.*s" writes: up to the first NUL.
     if (const void *nul = std::memchr(bytes, 0, len))
         len = static_cast<size_t>(static_cast<const char *>(nul) - bytes);
     putReport(
-        batch, name, nameLen,
+        batch,
         [offset](char *at) {
             if (offset == 0) {
                 *at = '0';
@@ -128,7 +141,7 @@ void ReportMatch(ReportBatch &batch, const char *name, size_t nameLen, int64_t o
             at[1] = 'x';
             return std::to_chars(at + 2, at + kNumberMax, static_cast<uint64_t>(offset), 16).ptr;
         },
-        bytes, len);
+        bytes, len, folded);
 }
 
 void ReportBanner(OutputSink &out, const char *program, const char *version, const char *notice)

@@ -53,25 +53,62 @@ TEST(ByteScan, AgreesWithPlainLoops)
             std::find_if(span + from, span + len, [](unsigned char b) { return b == '\n' || b == '\r' || b == 0; });
         ASSERT_EQ(CountNewlinesIn(window.data(), len, from, to), static_cast<int64_t>(inSpan)) << round;
         ASSERT_EQ(FindLineDelimiterIn(window.data(), len, from), static_cast<size_t>(delimiter - span)) << round;
+        // The classes as bits, and the walks over them.
+        ByteClassBits bits;
+        ClassifyWindow(window.data(), len, ClassesAsked{ByteRanges{{'a', 'b', 'a'}, {0, 0, 0}}, 'b', '\r'}, &bits);
+        size_t past = 0, pastAll = 0, ranged = len, stopped = len;
+        for (size_t i = 0; i < len; ++i) {
+            past = i < to && IsLineDelimiter(span[i]) ? i + 1 : past;
+            pastAll = IsLineDelimiter(span[i]) ? i + 1 : pastAll;
+        }
+        for (size_t i = len; i-- > 0;) {
+            ranged = i >= from && (span[i] == 'a' || span[i] == 'b') ? i : ranged;
+            stopped = span[i] == 'b' || span[i] == '\r' ? i : stopped;
+        }
+        ASSERT_EQ(NextBit(bits.inRanges, from, len), ranged) << round;
+        ASSERT_EQ(NextBit(bits.delimiters, from, len), static_cast<size_t>(delimiter - span)) << round;
+        ASSERT_EQ(NextBit(bits.stops, 0, len), stopped) << round;
+        ASSERT_EQ(PastLastBit(bits.delimiters, to), past) << round;
+        ASSERT_EQ(PastLastBit(bits.delimiters, len), pastAll) << round;
+        for (size_t i = 0, lineHas = 0; i < len; ++i) {
+            const bool ranges = span[i] == 'a' || span[i] == 'b';
+            ASSERT_EQ((bits.firsts[i / 64] >> (i % 64)) & 1, ranges && !lineHas ? 1u : 0u) << round << ' ' << i;
+            lineHas = IsLineDelimiter(span[i]) ? 0 : lineHas || ranges;
+        }
+        // Letters in both cases, as a case-blind search asks for them.
+        std::vector<unsigned char> capitals(window);
+        for (unsigned char &byte : capitals)
+            byte = byte == 'b' && random() % 2 ? 'B' : byte;
+        ByteClassBits bothCases;
+        ClassifyWindow(capitals.data(), len, ClassesAsked{ByteRanges{{'a', 'A', 'a'}, {1, 1, 1}}, 'b', '\r'},
+                       &bothCases);
+        for (size_t i = 0; i < len; ++i)
+            ASSERT_EQ((bothCases.inRanges[i / 64] >> (i % 64)) & 1,
+                      (capitals[i] | 0x20) == 'a' || (capitals[i] | 0x20) == 'b')
+                << round << ' ' << i;
+        for (size_t word = 0; word <= (len + 63) / 64; ++word)
+            ASSERT_EQ(bits.newlinesBefore[word], std::count(span, span + std::min(len, 64 * word), '\n')) << round;
     }
     // Byte-wide counters must be summed before they wrap.
     EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
 }
 
+// Both forms; the one in blocks may rewrite 15 bytes after the span.
 TEST(ByteScan, FoldCapitalsChangesOnlyAToZInTheSpan)
 {
-    for (const size_t at : {0, 1, 17})
-        for (const size_t len : {0, 5, 16, 31, 300}) {
-            std::vector<unsigned char> text(320);
-            for (size_t i = 0; i < text.size(); ++i)
-                text[i] = static_cast<unsigned char>(i * 7); // every byte value
-            const std::vector<unsigned char> before = text;
-            FoldCapitals(text.data() + at, len);
-            for (size_t i = 0; i < text.size(); ++i) {
-                const bool folds = i >= at && i < at + len && before[i] >= 'A' && before[i] <= 'Z';
-                ASSERT_EQ(text[i], folds ? before[i] + 32 : before[i]) << at << ' ' << len << ' ' << i;
+    for (const bool inBlocks : {false, true})
+        for (const size_t at : {0, 1, 17})
+            for (const size_t len : {0, 5, 16, 31, 300}) {
+                std::vector<unsigned char> text(336);
+                for (size_t i = 0; i < text.size(); ++i)
+                    text[i] = static_cast<unsigned char>(i * 7); // every byte value
+                const std::vector<unsigned char> before = text;
+                (inBlocks ? FoldCapitalsInBlocks : FoldCapitals)(text.data() + at, len);
+                for (size_t i = 0; i < text.size(); ++i) {
+                    const bool folds = i >= at && i < at + len && before[i] >= 'A' && before[i] <= 'Z';
+                    ASSERT_EQ(text[i], folds ? before[i] + 32 : before[i]) << at << ' ' << len << ' ' << i;
+                }
             }
-        }
 }
 
 } // namespace

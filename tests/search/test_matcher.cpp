@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "fyndle.h"
 #include "matcher.h"
 #include "pattern.h"
+#include "report.h"
 
 namespace {
 
@@ -85,6 +87,20 @@ TEST(Matcher, ReportsCountsAndHowFarItGets)
     int64_t offset = 7, line = 3;
     EXPECT_EQ(iGrepText(s_pattern, "f", "", 0, &offset, &line, "", 0), 0);
     EXPECT_TRUE(offset == 7 && line == 3);
+}
+
+// Line numbers are put from the last one's digits when they grow by less
+// than 100: every carry, and every way back to a full conversion.
+TEST(Matcher, LineNumbersReadAsTheyCount)
+{
+    const auto batch = std::make_unique<ReportBatch>(); // its line and digits at 0
+    std::mt19937 rng(3);
+    for (uint64_t number = 0, round = 0; round < 200000; ++round) {
+        number = round % 5000 == 0 ? rng() % 100000000 : (number + rng() % (round % 7 ? 12 : 150)) % 100000000;
+        char text[16];
+        const char *end = PutLineNumber(*batch, text, number);
+        ASSERT_EQ(std::string(text, static_cast<size_t>(end - text)), std::to_string(number));
+    }
 }
 
 // Byte 255 lies beyond the compiler's table length: a pattern prepared
