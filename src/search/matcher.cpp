@@ -124,6 +124,8 @@ struct WindowSearch {
     void stopAt(int64_t start);
     void report(int64_t start, int64_t end);
     int64_t newlinesInMatch(int64_t from, int64_t to);
+    void countLater(int64_t from, int64_t to);
+    void countPassed();
     void finish();
 
     // The last match's newlines: a match over several lines is met again
@@ -244,6 +246,7 @@ void WindowSearch::runStopStar()
 // matches up to the same stop no longer hold.
 void WindowSearch::runStopStarLines()
 {
+    countPassed();
     const int64_t len = window.len;
     // Classifying the window pays where it holds many lines, as text
     // files do: not in one long line.
@@ -462,7 +465,7 @@ bool WindowSearch::nextAtFirstByte(Candidate *candidate)
     const int64_t start = pos + static_cast<int64_t>(FindEitherByte(window.text + pos, ulen - static_cast<size_t>(pos),
                                                                     pattern.first, pattern.firstOther));
     if (start >= window.len) {
-        *line += CountNewlinesIn(window.text, ulen, static_cast<size_t>(counted), ulen);
+        countLater(counted, window.len);
         stop = window.len;
         return false;
     }
@@ -536,6 +539,7 @@ void WindowSearch::stopAt(int64_t start)
 // Inlined into both searches: a call per report shows in frequent patterns.
 __attribute__((always_inline)) inline void WindowSearch::report(int64_t start, int64_t end)
 {
+    countPassed();
     const unsigned char *text = window.text;
     const auto ulen = static_cast<size_t>(window.len);
     const int64_t from = pattern.first != 0 ? counted : start;
@@ -582,6 +586,32 @@ int64_t WindowSearch::newlinesInMatch(int64_t from, int64_t to)
     lastFrom = from;
     lastTo = to;
     return lastNewlines;
+}
+
+// Newlines of window[from, to) that the scan passed: counted now, or,
+// where the caller keeps the bytes, once a line number is needed.
+void WindowSearch::countLater(int64_t from, int64_t to)
+{
+    if (!state.lazyLines) {
+        *line += CountNewlinesIn(window.text, static_cast<size_t>(window.len), static_cast<size_t>(from),
+                                 static_cast<size_t>(to));
+        return;
+    }
+    if (state.uncountedTo != window.base + from)
+        countPassed();
+    if (state.uncountedFrom == state.uncountedTo)
+        state.uncountedFrom = window.base + from;
+    state.uncountedTo = window.base + to;
+}
+
+// Brings *line up to date before it is read.
+void WindowSearch::countPassed()
+{
+    if (state.uncountedFrom == state.uncountedTo)
+        return;
+    *line += CountNewlines(window.text + (state.uncountedFrom - window.base),
+                           static_cast<size_t>(state.uncountedTo - state.uncountedFrom));
+    state.uncountedFrom = state.uncountedTo = 0;
 }
 
 // What the next window needs to know about this one.

@@ -79,6 +79,12 @@ struct MatchState {
     // A stop-star pattern: file positions [stopFreeFrom, stopFreeTo) were
     // found to hold none of the star's stop values.
     int64_t stopFreeFrom, stopFreeTo;
+
+    // The newlines a first-byte scan passed are counted when a line number
+    // is next needed, not as it passes them: most files of a rare pattern
+    // need none.
+    bool lazyLines;                     // set by the caller: the file's bytes stay where they are from this window on
+    int64_t uncountedFrom, uncountedTo; // file positions whose newlines *line lacks (none when equal)
 };
 
 // How an attempt ended. On success `end` is one past the last byte

@@ -273,6 +273,10 @@ int64_t searchFile(FileSearcher &searcher, int fd, int64_t size, const char *pat
 
         // The matcher prints these leading bytes folded, when it prints them.
         state.printFolded = folded < searched ? folded : searched;
+        // Once the file is all read, its bytes stay where they are: the
+        // matcher may leave the newlines it passes uncounted until it needs
+        // a line number.
+        state.lazyLines = reader.atEnd && !reader.perWindow;
 
         const int64_t before = offset;
         total += SearchWindow(pattern, state, MatchWindow{name, window, window, searched, windowStart, g_fMatchWord},
