@@ -43,7 +43,6 @@ for arg in "$@"; do
     --no-big) big=0 ;;
     --micro) micro=1 ;;
     --shapes) shapes_only=1 ;;
-    --threads) only_threads=1 ;;
     -h|--help) sed -n '2,25p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "unknown argument: $arg (see --help)"; exit 2 ;;
   esac
@@ -305,19 +304,40 @@ fi # not --threads only
 if [ "$shapes_only" = 0 ]; then
 # fyndle on every CPU against rg as it starts (its own threads), warm and,
 # where the page cache can be dropped (root), cold; and fyndle pinned to one
-# CPU. Targets on the literals: fyndle at most 0.8 times rg warm (and at
+# CPU. The runs of these rows are taken in rounds (see thread_group). Targets on the literals: fyndle at most 0.8 times rg warm (and at
 # least 1.6 times faster than itself on one CPU), at most 0.6 times rg cold.
-thread_group() {  # name rg-factor hyperfine-options...
-  local name=$1 factor=$2; shift 2
-  local rgt="rg --no-ignore"
-  hyperfine -i "$@" --runs "$runs" --style basic --output "$results/hyperfine-output-$name.txt" \
-    --export-csv "$results/times-$name.csv" \
-    -n "rare literal~fyndle" "$fyndle -s pthread_mutex $tree" -n "rare literal~rg" "$rgt -n -i -F pthread_mutex $tree" \
-    -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree" \
-    -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree" \
-    -n "frequent literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s struct $tree" \
-    -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree" \
-    >"$results/hyperfine-$name.log" 2>&1 || true
+thread_group() {  # name rg-factor warm|cold
+  local name=$1 factor=$2 mode=$3
+  local rgt="rg --no-ignore" options=(-N)
+  [ "$mode" = cold ] && options=(--prepare 'sync; echo 3 > /proc/sys/vm/drop_caches')
+  local commands=(
+    -n "rare literal~fyndle" "$fyndle -s pthread_mutex $tree" -n "rare literal~rg" "$rgt -n -i -F pthread_mutex $tree"
+    -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree"
+    -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree"
+    -n "frequent literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s struct $tree"
+    -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree")
+  # The commands take turns, one run each a round, so that the machine's
+  # speed drifting during the group (this one's page cache comes and goes)
+  # moves them all alike; each row is the median of its rounds.
+  : >"$results/hyperfine-$name.log"
+  [ "$mode" = warm ] && hyperfine -i -N --warmup 2 --runs 1 --style basic --output "$results/hyperfine-output-$name.txt" \
+    "${commands[@]}" >>"$results/hyperfine-$name.log" 2>&1
+  for ((round = 1; round <= runs; round++)); do
+    hyperfine -i "${options[@]}" --runs 1 --style basic --output "$results/hyperfine-output-$name.txt" \
+      --export-csv "$results/times-$name-$round.csv" "${commands[@]}" >>"$results/hyperfine-$name.log" 2>&1 || true
+  done
+  awk -F, 'FNR == 1 { next }
+    { if (!($1 in seen)) { seen[$1] = 1; order[++n] = $1 } t[$1, ++k[$1]] = $4 }
+    END {
+      print "command,mean,stddev,median"
+      for (i = 1; i <= n; i++) {
+        c = order[i]; m = k[c]
+        for (a = 1; a <= m; a++) v[a] = t[c, a]
+        for (a = 2; a <= m; a++) for (b = a; b > 1 && v[b - 1] > v[b]; b--) { x = v[b]; v[b] = v[b - 1]; v[b - 1] = x }
+        median = m % 2 ? v[(m + 1) / 2] : (v[m / 2] + v[m / 2 + 1]) / 2
+        printf "%s,,,%.9f\n", c, median
+      }
+    }' "$results/times-$name-"[0-9]*.csv >"$results/times-$name.csv"
   awk -F, -v factor="$factor" -v warm="$([ "$name" = threads-warm ] && echo 1 || echo 0)" 'FNR == 1 { next }
     { split($1, key, "~"); m[$1] = $4 * 1000; row[++n] = $1 }
     END {
@@ -337,11 +357,11 @@ thread_group() {  # name rg-factor hyperfine-options...
 
 echo
 echo "threads, warm cache (load $(cut -d' ' -f1 /proc/loadavg)):"
-thread_group threads-warm 0.8 -N --warmup 2
+thread_group threads-warm 0.8 warm
 echo
 if [ "$(id -u)" = 0 ] && [ -w /proc/sys/vm/drop_caches ]; then
   echo "threads, cold cache, page cache, dentries and inodes dropped before every run (load $(cut -d' ' -f1 /proc/loadavg)):"
-  thread_group threads-cold 0.6 --prepare 'sync; echo 3 > /proc/sys/vm/drop_caches'
+  thread_group threads-cold 0.6 cold
 else
   echo "threads, cold cache: skipped (dropping the page cache needs root and /proc/sys/vm/drop_caches)"
 fi
