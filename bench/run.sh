@@ -18,8 +18,13 @@
 #   FYNDLE_BENCH_WAIT      ...for at most this many seconds (default: 1.0, 600)
 #   TMPDIR                 where the 1 GiB file is made (default: /tmp)
 #
-# Every command writes its output to a file (never to /dev/null, which some
-# tools detect and use to stop early). Results go to <build>/bench-results:
+# The first table's and the thread rows' commands write their output to a
+# file (not to /dev/null, which some tools detect and use to stop early);
+# the pattern shapes' goes to /dev/null, where rg was checked to do its
+# whole search, as when their targets were set (one shape prints 214 MB,
+# and writing that into a file costs more than reading the tree). The
+# thread rows and the shapes take their commands in rounds (in_rounds).
+# Results go to <build>/bench-results:
 # table.txt (the table printed at the end), times.csv and times.json
 # (hyperfine's exports), memory.txt, and out/ with one output file per
 # command from a first, untimed pass.
@@ -230,6 +235,35 @@ fi
 
 fi # not --shapes or --threads only
 
+# Times commands (hyperfine's -n label command pairs) in rounds: each
+# round runs every command once, in turn, so that the machine's speed
+# drifting during a group (its page cache is trimmed and refilled as it
+# goes) moves them all alike. Writes times-NAME.csv with each command's
+# median over the rounds, in hyperfine's columns; the log goes to
+# hyperfine-NAME.log. OUTPUT is a file for the commands' output, or null.
+in_rounds() {  # name warm-up-runs prepare-command-or-empty output pairs...
+  local name=$1 warmup=$2 prepare=$3 output=$4; shift 4
+  local options=(-N --output "$output")
+  [ -n "$prepare" ] && options=(--prepare "$prepare" --output "$output")
+  : >"$results/hyperfine-$name.log"
+  [ "$warmup" -gt 0 ] && hyperfine -i "${options[@]}" --warmup "$warmup" --runs 1 --style basic \
+    "$@" >>"$results/hyperfine-$name.log" 2>&1
+  for ((round = 1; round <= runs; round++)); do
+    hyperfine -i "${options[@]}" --runs 1 --style basic --export-csv "$results/times-$name-round-$round.csv" "$@" >>"$results/hyperfine-$name.log" 2>&1 || true
+  done
+  awk -F, 'FNR == 1 { next }
+    { if (!($1 in seen)) { seen[$1] = 1; order[++n] = $1 } t[$1, ++k[$1]] = $4 }
+    END {
+      print "command,mean,stddev,median"
+      for (i = 1; i <= n; i++) {
+        c = order[i]; m = k[c]
+        for (a = 1; a <= m; a++) v[a] = t[c, a]
+        for (a = 2; a <= m; a++) for (b = a; b > 1 && v[b - 1] > v[b]; b--) { x = v[b]; v[b] = v[b - 1]; v[b - 1] = x }
+        printf "%s,,,%.9f\n", c, m % 2 ? v[(m + 1) / 2] : (v[m / 2] + v[m / 2 + 1]) / 2
+      }
+    }' "$results/times-$name-round-"*.csv >"$results/times-$name.csv"
+}
+
 if [ "$only_threads" = 0 ]; then
 # --- pattern shapes on one core ---------------------------------------------
 # Over the tree: each -r shape of fyndle beside rg -j1 -i on the same regex,
@@ -241,8 +275,7 @@ shape_group() {  # name factor base-label base-command (label command)...
   local name=$1 factor=$2; shift 2
   local args=() labels=()
   while [ $# -gt 0 ]; do args+=(-n "$1" "$2"); labels+=("$1"); shift 2; done
-  hyperfine -N -i --warmup 1 --runs "$runs" --style basic --export-csv "$results/times-$name.csv" \
-    "${args[@]}" >"$results/hyperfine-$name.log" 2>&1 || true
+  in_rounds "$name" 1 "" null "${args[@]}"
   awk -F, -v factor="$factor" 'FNR == 1 { next }
     { if ($1 ~ /^"/) { $1 = substr($1, 2, length($1) - 2); gsub(/""/, "\"", $1) }
       m[++n] = $4 * 1000; label[n] = $1 }
@@ -268,8 +301,7 @@ args=(-n "256 KiB reads" "$floor256k $tree")
 for shape in "${shapes[@]}"; do
   args+=(-n "$shape|fyndle" "$one $fyndle -s -r '$shape' $tree" -n "$shape|rg" "$one rg -j1 --no-ignore -n -i -e '$shape' $tree")
 done
-hyperfine -N -i --warmup 1 --runs "$runs" --style basic --export-csv "$results/times-shapes.csv" \
-  "${args[@]}" >"$results/hyperfine-shapes.log" 2>&1 || true
+in_rounds shapes 1 "" null "${args[@]}"
 # Labels hold shapes: a CSV field in quotes when a shape has one.
 awk -F, 'FNR == 1 { next }
   { if ($1 ~ /^"/) { $1 = substr($1, 2, length($1) - 2); gsub(/""/, "\"", $1) }
@@ -308,36 +340,17 @@ if [ "$shapes_only" = 0 ]; then
 # least 1.6 times faster than itself on one CPU), at most 0.6 times rg cold.
 thread_group() {  # name rg-factor warm|cold
   local name=$1 factor=$2 mode=$3
-  local rgt="rg --no-ignore" options=(-N)
-  [ "$mode" = cold ] && options=(--prepare 'sync; echo 3 > /proc/sys/vm/drop_caches')
+  local rgt="rg --no-ignore"
   local commands=(
     -n "rare literal~fyndle" "$fyndle -s pthread_mutex $tree" -n "rare literal~rg" "$rgt -n -i -F pthread_mutex $tree"
     -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree"
     -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree"
     -n "frequent literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s struct $tree"
     -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree")
-  # The commands take turns, one run each a round, so that the machine's
-  # speed drifting during the group (this one's page cache comes and goes)
-  # moves them all alike; each row is the median of its rounds.
-  : >"$results/hyperfine-$name.log"
-  [ "$mode" = warm ] && hyperfine -i -N --warmup 2 --runs 1 --style basic --output "$results/hyperfine-output-$name.txt" \
-    "${commands[@]}" >>"$results/hyperfine-$name.log" 2>&1
-  for ((round = 1; round <= runs; round++)); do
-    hyperfine -i "${options[@]}" --runs 1 --style basic --output "$results/hyperfine-output-$name.txt" \
-      --export-csv "$results/times-$name-$round.csv" "${commands[@]}" >>"$results/hyperfine-$name.log" 2>&1 || true
-  done
-  awk -F, 'FNR == 1 { next }
-    { if (!($1 in seen)) { seen[$1] = 1; order[++n] = $1 } t[$1, ++k[$1]] = $4 }
-    END {
-      print "command,mean,stddev,median"
-      for (i = 1; i <= n; i++) {
-        c = order[i]; m = k[c]
-        for (a = 1; a <= m; a++) v[a] = t[c, a]
-        for (a = 2; a <= m; a++) for (b = a; b > 1 && v[b - 1] > v[b]; b--) { x = v[b]; v[b] = v[b - 1]; v[b - 1] = x }
-        median = m % 2 ? v[(m + 1) / 2] : (v[m / 2] + v[m / 2 + 1]) / 2
-        printf "%s,,,%.9f\n", c, median
-      }
-    }' "$results/times-$name-"[0-9]*.csv >"$results/times-$name.csv"
+  local prepare=""
+  [ "$mode" = cold ] && prepare='sync; echo 3 > /proc/sys/vm/drop_caches'
+  in_rounds "$name" "$([ "$mode" = warm ] && echo 2 || echo 0)" "$prepare" "$results/hyperfine-output-$name.txt" \
+    "${commands[@]}"
   awk -F, -v factor="$factor" -v warm="$([ "$name" = threads-warm ] && echo 1 || echo 0)" 'FNR == 1 { next }
     { split($1, key, "~"); m[$1] = $4 * 1000; row[++n] = $1 }
     END {
