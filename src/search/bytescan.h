@@ -30,6 +30,24 @@ size_t FindBytePairAvx2(const unsigned char *text, size_t count, size_t offsetA,
 int64_t CountNewlinesAvx2(const unsigned char *text, size_t len);
 #endif
 
+// Position of the first byte equal to a in [text, text + len), or len,
+// for a byte that is usually near (the next line's end): the first 64
+// bytes are looked at inline, a block at a time, before the library scan.
+inline size_t FindNearByte(const unsigned char *text, size_t len, unsigned char a)
+{
+    size_t at = 0;
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+    for (; at + 16 <= len && at < 64; at += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + at));
+        if (const int mask = _mm_movemask_epi8(_mm_cmpeq_epi8(block, va)))
+            return at + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+    }
+#endif
+    const void *hit = std::memchr(text + at, a, len - at);
+    return hit ? static_cast<size_t>(static_cast<const unsigned char *>(hit) - text) : len;
+}
+
 // Position of the first byte equal to a or b in [text, text + len), or len.
 inline size_t FindEitherByte(const unsigned char *text, size_t len, unsigned char a, unsigned char b)
 {

@@ -146,12 +146,14 @@ struct CutFinder {
     int64_t heldEnd() const { return reader.bufferStart + reader.bufferUsed; }
 
     // The first newline at or after file position from, or the held end.
+    // Lines are short: the first blocks are looked at without a call.
     int64_t newlineFrom(int64_t from) const
     {
         const int64_t heldEnd = this->heldEnd();
-        const char *held = reader.buffer + (from - reader.bufferStart);
-        const void *found = from < heldEnd ? memchr(held, '\n', static_cast<size_t>(heldEnd - from)) : nullptr;
-        return found != nullptr ? from + (static_cast<const char *>(found) - held) : heldEnd;
+        if (from >= heldEnd)
+            return heldEnd;
+        const auto *held = reinterpret_cast<const unsigned char *>(reader.buffer + (from - reader.bufferStart));
+        return from + static_cast<int64_t>(FindNearByte(held, static_cast<size_t>(heldEnd - from), '\n'));
     }
 
     // One past the searched part of the full window at file position start.

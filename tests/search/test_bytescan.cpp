@@ -23,10 +23,12 @@ TEST(ByteScan, AgreesWithPlainLoops)
             byte = kBytes[random() % spread < 5 ? random() % 5 : 5];
         const size_t at = random() % 40, len = random() % 300, offset = random() % 20;
         const unsigned char *span = text.data() + at;
-        size_t either = len, three = len, folded = len, outside = len, pair = len, lines = 0;
+        size_t either = len, near = len, three = len, folded = len, outside = len, pair = len, lines = 0;
         for (size_t i = len; i-- > 0;) {
             if (span[i] == 'a' || span[i] == '\n')
                 either = i;
+            if (span[i] == '\n')
+                near = i;
             if (span[i] == 'b' || span[i] == '\r' || span[i] == 0)
                 three = i;
             if (span[i] == 'b' || span[i] == 'c' || span[i] == '\n' || span[i] == '*') // '\n' | 0x20 is '*'
@@ -38,6 +40,7 @@ TEST(ByteScan, AgreesWithPlainLoops)
             lines += span[i] == '\n';
         }
         ASSERT_EQ(FindEitherByte(span, len, 'a', '\n'), either) << round;
+        ASSERT_EQ(FindNearByte(span, len, '\n'), near) << round;
         ASSERT_EQ(FindAnyOf(span, len, ByteChoice{0, '\r', 0, 'b'}), three) << round;
         ASSERT_EQ(FindAnyOf(span, len, ByteChoice{0x20, 'b', 'c', '*'}), folded) << round;
         ASSERT_EQ(FindOutsideRanges(span, len, ByteRanges{{'a', 0, 'a'}, {2, 0, 2}}), outside) << round;
