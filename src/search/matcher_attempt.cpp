@@ -169,8 +169,7 @@ bool Attempt::takeRun()
     // stop values up to the window's end (it looked for the stop and ran
     // off): it reaches the end, and is not looked through again.
     const bool stopFree = !state.plain && element == 1 && pattern.plan.runStops[1] > 0 &&
-                          state.stopFreeFrom <= window.base + pos + 1 &&
-                          state.stopFreeTo >= window.base + window.len;
+                          state.stopFreeFrom <= window.base + pos + 1 && state.stopFreeTo >= window.base + window.len;
     const int64_t run = stopFree ? window.len : RunEnd(pattern, element, window.text, pos + 1, window.len);
     steps += run - pos - 1;
     if (run >= window.len)
