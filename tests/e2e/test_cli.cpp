@@ -54,6 +54,7 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
               1)},
         {{"-w", p31, "@"}, cut, searching(p31) + summary(0, 0, 1)},
         {{"-v", "abc"}, {}, "Searching for \"abc\" from \"(null)\" in files \"(null)\"\n\"(null)\" not found\n"},
+        {{"abc"}, {}, "Searching for \"abc\"\n\"(null)\" not found\n"},
         {{"-v", "-f", "key", "@", "a.c,b.c d.c"},
          four,
          "Searching for \"key\" from \"@\" in files \"a.c;b.c;d.c\"\nTrying: @: 0 files found\n" + summary(0, 0, 0)},
@@ -71,6 +72,8 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
         // A first 'z' is looked for as 'Z' too; a first element of three values.
         {{"-r", "zip*", "@"}, {{"a.txt", "a ZIP\n"}}, hits("zip*", "@/a.txt (1): a ZIP\n", 1)},
         {{"-r", "[1-3]$", "@"}, {{"a.txt", "v3\nv4\n"}}, hits("[1-3]$", "@/a.txt (1): v3\n", 1)},
+        // A set cut short after a '-': no range, the byte before it and the '-' are items.
+        {{"-r", "x[a-", "@"}, {{"a.txt", "xa\nx-\nxb\n"}}, hits("x[a-", "@/a.txt (1): xa\n@/a.txt (2): x-\n", 2)},
         {{"-f", "k", "@", "a?.txt,b?.txt"},
          {{"a1.txt", "k\n"}, {"b2.txt", "k\n"}, {"c3.txt", "k\n"}},
          hits("k", "@/a1.txt : 1 occurrence.\n@/b2.txt : 1 occurrence.\n", 2, 2, 2)},
