@@ -84,7 +84,7 @@ done
   echo "kernel:  $(uname -r)"
   echo "tools:   $(hyperfine --version), $(rg --version | head -1), $(grep --version | head -1)"
   echo "tree:    $tree ($("$floor5k" "$tree"))"
-  echo "runs:    $runs timed runs after 2 warm-up runs per command (warm cache)"
+  echo "runs:    $runs timed runs a command (warm cache): the first table after 2 warm-up runs, each command's runs together; the shape and thread rows in $runs rounds of one run a command, after one warm-up round"
   echo "load before: $(cut -d' ' -f1-3 /proc/loadavg) (1, 5, 15 minutes)"
 } | tee "$results/conditions.txt"
 
