@@ -521,20 +521,28 @@ template <class Classify>
 }
 
 #if defined(FYNDLE_BYTESCAN_AVX2)
+// The vector forms of ClassifyWindow, and the form of their inner step
+// that fits what is asked: how many ranges differ (1 to 3), one stop value
+// or two, and whether the ranges are one range of small letters in both
+// cases, as which *asked is rewritten.
+struct ClassifyForm {
+    int ranges;    // distinct ranges, 1 to 3
+    bool twoStops; // the stop values differ
+    bool folded;   // one range of small letters, each byte tested with the case bit set
+};
+ClassifyForm ChooseClassifyForm(ClassesAsked *asked);
+extern const bool g_fAvx512Classify; // set before main runs: the processor has AVX-512BW
 void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits);
+void ClassifyWindowAvx512(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits);
 #endif
 
-// Fills bits for text[0, len) (len at most 64 * kClassWords): the line
-// delimiters, the newlines, the bytes in the ranges asked for and the
-// bytes equal to one of the stop values asked for.
-inline void ClassifyWindow(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
+// ClassifyWindow in SSE2 blocks, or plain loops: the form for processors
+// without the wider ones.
+inline void ClassifyWindowPortable(const unsigned char *text, size_t len, const ClassesAsked &asked,
+                                   ByteClassBits *bits)
 {
     const ByteRanges &ranges = asked.ranges;
     const unsigned char stopA = asked.stopA, stopB = asked.stopB;
-#if defined(FYNDLE_BYTESCAN_AVX2)
-    if (g_fAvx2Scan)
-        return ClassifyWindowAvx2(text, len, asked, bits);
-#endif
     ClassifyWindowWith(text, len, bits, [&](const unsigned char *chunk) {
         ChunkClasses classes{0, 0, 0, 0};
         for (int block = 0; block < 4; ++block) {
@@ -564,6 +572,20 @@ inline void ClassifyWindow(const unsigned char *text, size_t len, const ClassesA
         }
         return classes;
     });
+}
+
+// Fills bits for text[0, len) (len at most 64 * kClassWords): the line
+// delimiters, the newlines, the bytes in the ranges asked for and the
+// bytes equal to one of the stop values asked for.
+inline void ClassifyWindow(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
+{
+#if defined(FYNDLE_BYTESCAN_AVX2)
+    if (g_fAvx512Classify)
+        return ClassifyWindowAvx512(text, len, asked, bits);
+    if (g_fAvx2Scan)
+        return ClassifyWindowAvx2(text, len, asked, bits);
+#endif
+    ClassifyWindowPortable(text, len, asked, bits);
 }
 
 // The first position in [from, limit) whose bit is set in words, or limit

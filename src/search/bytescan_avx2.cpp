@@ -171,27 +171,34 @@ template <int Ranges, bool TwoStops, bool Folded = false>
 
 } // namespace
 
-void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
+ClassifyForm ChooseClassifyForm(ClassesAsked *asked)
 {
-    const ByteRanges &ranges = asked.ranges;
+    const ByteRanges &ranges = asked->ranges;
     const auto repeats = [&ranges](int r) { return ranges.lo[r] == ranges.lo[0] && ranges.span[r] == ranges.span[0]; };
     const int count = repeats(1) && repeats(2) ? 1 : repeats(2) ? 2 : 3;
+    const bool twoStops = asked->stopA != asked->stopB;
     // Two ranges of the same letters, small and capital, are one.
     const int small = ranges.lo[0] > ranges.lo[1] ? 0 : 1;
     if (count == 2 && ranges.lo[1 - small] == (ranges.lo[small] ^ 0x20) && ranges.span[0] == ranges.span[1] &&
         ranges.lo[small] >= 'a' && ranges.lo[small] + ranges.span[small] <= 'z') {
-        const ClassesAsked folded{ByteRanges{{ranges.lo[small], ranges.lo[small], ranges.lo[small]},
-                                             {ranges.span[small], ranges.span[small], ranges.span[small]}},
-                                  asked.stopA, asked.stopB};
-        (asked.stopA != asked.stopB ? classifyWindowWithRanges<1, true, true>
-                                    : classifyWindowWithRanges<1, false, true>)(text, len, folded, bits);
-        return;
+        const unsigned char lo = ranges.lo[small], span = ranges.span[small];
+        asked->ranges = ByteRanges{{lo, lo, lo}, {span, span, span}};
+        return {1, twoStops, true};
     }
+    return {count, twoStops, false};
+}
+
+void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAsked &asked, ByteClassBits *bits)
+{
+    ClassesAsked chosen = asked;
+    const ClassifyForm form = ChooseClassifyForm(&chosen);
     using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
-    constexpr Classify kForms[2][3] = {
-        {classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>, classifyWindowWithRanges<3, false>},
-        {classifyWindowWithRanges<1, true>, classifyWindowWithRanges<2, true>, classifyWindowWithRanges<3, true>}};
-    kForms[asked.stopA != asked.stopB][count - 1](text, len, asked, bits);
+    constexpr Classify kForms[2][4] = {
+        {classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>, classifyWindowWithRanges<3, false>,
+         classifyWindowWithRanges<1, false, true>},
+        {classifyWindowWithRanges<1, true>, classifyWindowWithRanges<2, true>, classifyWindowWithRanges<3, true>,
+         classifyWindowWithRanges<1, true, true>}};
+    kForms[form.twoStops][form.folded ? 3 : form.ranges - 1](text, len, chosen, bits);
 }
 
 #endif

@@ -11,6 +11,22 @@
 
 namespace {
 
+using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
+
+// ClassifyWindow's forms that this processor can run: each must give the
+// same bits.
+std::vector<Classify> classifyForms()
+{
+    std::vector<Classify> forms{ClassifyWindowPortable};
+#if defined(FYNDLE_BYTESCAN_AVX2)
+    if (g_fAvx2Scan)
+        forms.push_back(ClassifyWindowAvx2);
+    if (g_fAvx512Classify)
+        forms.push_back(ClassifyWindowAvx512);
+#endif
+    return forms;
+}
+
 TEST(ByteScan, AgreesWithPlainLoops)
 {
     std::mt19937 random(7);
@@ -56,41 +72,47 @@ TEST(ByteScan, AgreesWithPlainLoops)
             std::find_if(span + from, span + len, [](unsigned char b) { return b == '\n' || b == '\r' || b == 0; });
         ASSERT_EQ(CountNewlinesIn(window.data(), len, from, to), static_cast<int64_t>(inSpan)) << round;
         ASSERT_EQ(FindLineDelimiterIn(window.data(), len, from), static_cast<size_t>(delimiter - span)) << round;
-        // The classes as bits, and the walks over them.
-        ByteClassBits bits;
-        ClassifyWindow(window.data(), len, ClassesAsked{ByteRanges{{'a', 'b', 'a'}, {0, 0, 0}}, 'b', '\r'}, &bits);
-        size_t past = 0, pastAll = 0, ranged = len, stopped = len;
-        for (size_t i = 0; i < len; ++i) {
-            past = i < to && IsLineDelimiter(span[i]) ? i + 1 : past;
-            pastAll = IsLineDelimiter(span[i]) ? i + 1 : pastAll;
+        // The classes as bits, and the walks over them, from every form
+        // this processor can run.
+        for (const Classify classify : classifyForms()) {
+            ByteClassBits bits;
+            classify(window.data(), len, ClassesAsked{ByteRanges{{'a', 'b', 'a'}, {0, 0, 0}}, 'b', '\r'}, &bits);
+            size_t past = 0, pastAll = 0, ranged = len, stopped = len;
+            for (size_t i = 0; i < len; ++i) {
+                past = i < to && IsLineDelimiter(span[i]) ? i + 1 : past;
+                pastAll = IsLineDelimiter(span[i]) ? i + 1 : pastAll;
+            }
+            for (size_t i = len; i-- > 0;) {
+                ranged = i >= from && (span[i] == 'a' || span[i] == 'b') ? i : ranged;
+                stopped = span[i] == 'b' || span[i] == '\r' ? i : stopped;
+            }
+            ASSERT_EQ(NextBit(bits.inRanges, from, len), ranged) << round;
+            ASSERT_EQ(NextBit(bits.delimiters, from, len), static_cast<size_t>(delimiter - span)) << round;
+            ASSERT_EQ(NextBit(bits.stops, 0, len), stopped) << round;
+            ASSERT_EQ(PastLastBit(bits.delimiters, to), past) << round;
+            ASSERT_EQ(PastLastBit(bits.delimiters, len), pastAll) << round;
+            for (size_t i = 0, lineHas = 0; i < len; ++i) {
+                const bool ranges = span[i] == 'a' || span[i] == 'b';
+                ASSERT_EQ((bits.firsts[i / 64] >> (i % 64)) & 1, ranges && !lineHas ? 1u : 0u) << round << ' ' << i;
+                lineHas = IsLineDelimiter(span[i]) ? 0 : lineHas || ranges;
+            }
+            for (size_t word = 0; word <= (len + 63) / 64; ++word)
+                ASSERT_EQ(bits.newlinesBefore[word], std::count(span, span + std::min(len, 64 * word), '\n')) << round;
+            // Letters in both cases, as a case-blind search asks for them,
+            // and one stop value.
+            std::vector<unsigned char> capitals(window);
+            for (unsigned char &byte : capitals)
+                byte = byte == 'b' && random() % 2 ? 'B' : byte;
+            ByteClassBits bothCases;
+            classify(capitals.data(), len, ClassesAsked{ByteRanges{{'a', 'A', 'a'}, {1, 1, 1}}, '\r', '\r'},
+                     &bothCases);
+            for (size_t i = 0; i < len; ++i) {
+                ASSERT_EQ((bothCases.inRanges[i / 64] >> (i % 64)) & 1,
+                          (capitals[i] | 0x20) == 'a' || (capitals[i] | 0x20) == 'b')
+                    << round << ' ' << i;
+                ASSERT_EQ((bothCases.stops[i / 64] >> (i % 64)) & 1, capitals[i] == '\r') << round << ' ' << i;
+            }
         }
-        for (size_t i = len; i-- > 0;) {
-            ranged = i >= from && (span[i] == 'a' || span[i] == 'b') ? i : ranged;
-            stopped = span[i] == 'b' || span[i] == '\r' ? i : stopped;
-        }
-        ASSERT_EQ(NextBit(bits.inRanges, from, len), ranged) << round;
-        ASSERT_EQ(NextBit(bits.delimiters, from, len), static_cast<size_t>(delimiter - span)) << round;
-        ASSERT_EQ(NextBit(bits.stops, 0, len), stopped) << round;
-        ASSERT_EQ(PastLastBit(bits.delimiters, to), past) << round;
-        ASSERT_EQ(PastLastBit(bits.delimiters, len), pastAll) << round;
-        for (size_t i = 0, lineHas = 0; i < len; ++i) {
-            const bool ranges = span[i] == 'a' || span[i] == 'b';
-            ASSERT_EQ((bits.firsts[i / 64] >> (i % 64)) & 1, ranges && !lineHas ? 1u : 0u) << round << ' ' << i;
-            lineHas = IsLineDelimiter(span[i]) ? 0 : lineHas || ranges;
-        }
-        // Letters in both cases, as a case-blind search asks for them.
-        std::vector<unsigned char> capitals(window);
-        for (unsigned char &byte : capitals)
-            byte = byte == 'b' && random() % 2 ? 'B' : byte;
-        ByteClassBits bothCases;
-        ClassifyWindow(capitals.data(), len, ClassesAsked{ByteRanges{{'a', 'A', 'a'}, {1, 1, 1}}, 'b', '\r'},
-                       &bothCases);
-        for (size_t i = 0; i < len; ++i)
-            ASSERT_EQ((bothCases.inRanges[i / 64] >> (i % 64)) & 1,
-                      (capitals[i] | 0x20) == 'a' || (capitals[i] | 0x20) == 'b')
-                << round << ' ' << i;
-        for (size_t word = 0; word <= (len + 63) / 64; ++word)
-            ASSERT_EQ(bits.newlinesBefore[word], std::count(span, span + std::min(len, 64 * word), '\n')) << round;
     }
     // Byte-wide counters must be summed before they wrap.
     EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
