@@ -69,6 +69,24 @@ inline void CopyInBlocks(char *to, const char *from, size_t len)
 #endif
 }
 
+// Copies 64 bytes, all of which must be the caller's at both ends: most
+// names and lines are shorter, and one fixed copy of them takes no loop.
+inline void Copy64(char *to, const char *from)
+{
+#if defined(__SSE2__)
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + 16));
+    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + 32));
+    const __m128i d = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + 48));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(to), a);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(to + 16), b);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(to + 32), c);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(to + 48), d);
+#else
+    std::memcpy(to, from, 64);
+#endif
+}
+
 // The decimal digits of number, below 10^8, one a byte, the most
 // significant in the lowest byte (leading zeros as 0). Four digits a lane
 // in two lanes, then two in four, then one in eight: no division, no loop,
@@ -126,16 +144,18 @@ void ReportLineAnyway(ReportBatch &batch, int64_t lineNumber, const char *text, 
 // the batch and is not folded, is put together inline.
 inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text, size_t len, size_t folded)
 {
-    // " (" number "): " "\n", the number's 8-byte store, what a copy
-    // writes past its end
-    constexpr size_t kAround = 16 + kCopyOver;
+    // " (" number "): " "\n", the number's 8-byte store, and what a copy
+    // writes past its end (all of a 64-byte copy of a shorter line)
+    constexpr size_t kAround = 16 + 64;
     if (static_cast<uint64_t>(lineNumber) >= 100000000 ||
         batch.nameLen + len + kAround > kReportBatchSize - batch.used) {
         ReportLineAnyway(batch, lineNumber, text, len, folded);
         return;
     }
     char *at = batch.bytes + batch.used;
-    if (batch.nameLen + 2 + kCopyOver <= sizeof batch.nameCopy) {
+    if (batch.nameLen + 2 <= 64) {
+        Copy64(at, batch.nameCopy);
+    } else if (batch.nameLen + 2 + kCopyOver <= sizeof batch.nameCopy) {
         CopyInBlocks(at, batch.nameCopy, batch.nameLen + 2);
     } else {
         std::memcpy(at, batch.name, batch.nameLen);
@@ -144,7 +164,10 @@ inline void ReportLine(ReportBatch &batch, int64_t lineNumber, const char *text,
     at = PutLineNumber(batch, at + batch.nameLen + 2, static_cast<uint64_t>(lineNumber));
     std::memcpy(at, "): ", 4); // its NUL is overwritten by the text or the line end
     // A long line goes faster through the C library's copy.
-    if (len <= kBlockCopyMost && len + kCopyOver <= static_cast<size_t>(batch.shownEnd - text))
+    const auto readable = static_cast<size_t>(batch.shownEnd - text);
+    if (len <= 64 && 64 <= readable)
+        Copy64(at + 3, text);
+    else if (len <= kBlockCopyMost && len + kCopyOver <= readable)
         CopyInBlocks(at + 3, text, len);
     else
         std::memcpy(at + 3, text, len);
