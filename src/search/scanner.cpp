@@ -157,12 +157,16 @@ struct CutFinder {
     }
 
     // One past the searched part of the full window at file position start.
+    // The last newline before the window's end is looked for from there
+    // backwards: a pass over stuck windows may jump over many lines.
     int64_t windowEnd(int64_t start)
     {
         const int64_t to = start + kWindowSize;
-        while (next < to && next < heldEnd()) {
-            last = next;
-            next = newlineFrom(next + 1);
+        const int64_t end = to < heldEnd() ? to : heldEnd();
+        if (next < end) { // next is a newline: the search finds one
+            const char *from = reader.buffer + (next - reader.bufferStart);
+            last = next + (static_cast<const char *>(memrchr(from, '\n', static_cast<size_t>(end - next))) - from);
+            next = newlineFrom(last + 1);
         }
         return last >= start + kCutFrom ? last + 1 : to;
     }
