@@ -323,10 +323,17 @@ TEST(ScannerModel, WindowEdges)
     for (int i = 0; i < 912; ++i)
         tenLines += "xxxxxxxxx\n";
     const std::string lateLines = tenLines + std::string(1117, 'x') + "zebX\n" + tenLines + "zebra\n";
+    // Lines of first bytes only: each window passed over one at a time
+    // starts at a byte element 0 takes, consumes nothing and moves on by one.
+    std::string firstBytes;
+    for (int i = 0; i < 4; ++i)
+        firstBytes += std::string(2000, 'a') + "\n";
+    firstBytes += "q\n";
     const struct {
         const char *options, *pattern;
         const std::string &content;
     } cases[] = {
+        {"r", "[ab][^q]*q", firstBytes},
         {"", "zebra", lateLines},
         {"b", "zebra", lateLines},
         {"", "abd", carried},
