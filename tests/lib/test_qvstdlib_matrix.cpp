@@ -6,6 +6,8 @@
 
 #include <bit>
 #include <cstring>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -101,24 +103,46 @@ TEST(MatrixFill, NaNIdentityZeroAndElements)
 
 TEST(Vector, ConversionsCopiesAndDeliberateLeaks)
 {
+    // A row, a column and a block, in by rows and out by columns (the
+    // transpose) and back; a missing side or a count below 1 changes nothing.
     const double flat[6] = {1, 2, 3, 4, 5, 6};
-    double out[6] = {}, **m = MatAllocBlock(2, 3);
-    MatCopyVecr(m, flat, 2, 3);
-    VeccCopyMat(out, m, 2, 3); // the transpose, row by row
-    EXPECT_EQ(std::vector<double>(out, out + 6), (std::vector<double>{1, 4, 2, 5, 3, 6}));
-    MatCopyVecc(m, flat, 2, 3);
-    VecrCopyMat(out, m, 2, 3);
-    MatCopyVecr(m, nullptr, 2, 3), MatCopyVecr(m, flat, 2, -1), MatCopyVecc(m, flat, 0, 3), VecrCopyMat(out, m, -1, 3);
-    MatCopyVecr(nullptr, flat, 2, 3), VeccCopyMat(out, nullptr, 2, 3), VecrCopyMat(nullptr, m, 2, 3);
-    EXPECT_EQ(std::vector<double>(out, out + 6), (std::vector<double>{1, 3, 5, 2, 4, 6}));
-    MatFreeBlock(m);
+    for (const auto &[r, c] : {std::pair{1, 3}, std::pair{3, 1}, std::pair{2, 3}}) {
+        SCOPED_TRACE(std::to_string(r) + " x " + std::to_string(c));
+        std::vector<double> transposed;
+        for (int j = 0; j < c; j++)
+            for (int i = 0; i < r; i++)
+                transposed.push_back(flat[i * c + j]);
+        double **m = MatZero(MatAllocBlock(r, c), r, c), rows[6] = {}, columns[6] = {};
+        MatCopyVecr(m, flat, r, c);
+        VeccCopyMat(columns, m, r, c);
+        EXPECT_EQ(std::vector<double>(columns, columns + r * c), transposed);
+        MatZero(m, r, c);
+        MatCopyVecc(m, columns, r, c);
+        VecrCopyMat(rows, m, r, c);
+        EXPECT_EQ(std::vector<double>(rows, rows + r * c), std::vector<double>(flat, flat + r * c));
+        for (const auto &[rr, cc] : {std::pair{r, -1}, std::pair{-1, c}, std::pair{0, c}}) {
+            MatCopyVecr(m, columns, rr, cc), MatCopyVecc(m, rows, rr, cc);
+            VecrCopyMat(columns, m, rr, cc), VeccCopyMat(rows, m, rr, cc);
+        }
+        MatCopyVecr(m, nullptr, r, c), MatCopyVecc(m, nullptr, r, c), MatCopyVecr(nullptr, flat, r, c);
+        MatCopyVecc(nullptr, flat, r, c), VecrCopyMat(nullptr, m, r, c), VeccCopyMat(nullptr, m, r, c);
+        VecrCopyMat(rows, nullptr, r, c), VeccCopyMat(columns, nullptr, r, c);
+        EXPECT_EQ(std::vector<double>(rows, rows + r * c), std::vector<double>(flat, flat + r * c));
+        EXPECT_EQ(std::vector<double>(columns, columns + r * c), transposed);
+        double again[6] = {};
+        VecrCopyMat(again, m, r, c);
+        EXPECT_EQ(std::vector<double>(again, again + r * c), std::vector<double>(flat, flat + r * c));
+        MatFreeBlock(m);
+    }
     const double src[3] = {1.5, -0.0, 3.5};
     double *v = VecAllocBlock(3), *copy = VecDupBlock(VecCopy(v, src, 3), 3);
     EXPECT_EQ(memcmp(copy, src, sizeof src), 0); // -0.0 kept bit for bit
     v[0] = 7;
     EXPECT_TRUE(!VecCopy(v, src, 0) && VecCopy(v, src, -1) == v && v[0] == 7.0);
     EXPECT_TRUE(!VecCopy(nullptr, src, 2) && !VecAllocBlock(-1) && !VecDupBlock(src, -1));
-    VecFreeBlock(copy), VecFreeBlock(v), VecFreeBlock(nullptr), VecFreeBlock(VecAllocBlock(0));
+    double *none = VecAllocBlock(0); // a block of no values, as the allocator gives one
+    EXPECT_NE(none, nullptr);
+    VecFreeBlock(copy), VecFreeBlock(v), VecFreeBlock(nullptr), VecFreeBlock(none);
     [[maybe_unused]] KeptLeak kept;            // both allocate before they look at the source
     EXPECT_EQ(MatDup(nullptr, 3, 3), nullptr); // the fresh block cannot be reached
     EXPECT_EQ(VecDupBlock(src, 0), nullptr);   // the zero-size block is not given back

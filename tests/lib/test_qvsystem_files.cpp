@@ -31,6 +31,9 @@ TEST(QvSystemPaths, CleanUpTrims)
     EXPECT_STREQ(FixPathSeparator(accented), L"d/f\u00e9");
     EXPECT_STREQ(FixPathSeparator(negative), L"a"); // signed: a blank
     EXPECT_TRUE(!FixPathSeparatorA(nullptr) && !FixPathSeparator(nullptr));
+    char blanks[] = "  \t "; // a path of blanks inside a longer text: the trim stops at the path's start
+    EXPECT_STREQ(FixPathSeparatorA(blanks + 1), "");
+    EXPECT_EQ(blanks[0], ' ');
 }
 
 class QvSystemFiles : public SampleFolder {};
@@ -98,6 +101,7 @@ TEST_F(QvSystemFiles, CopyAndStreamQueries)
     EXPECT_EQ(read("copy"), big);
     EXPECT_EQ(IFileCopyA(at("to").c_str(), at("missing").c_str()), ENOENT);
     EXPECT_EQ(IFileCopyA(at("sub").c_str(), at("to").c_str()), EISDIR);
+    EXPECT_EQ(IFileCopyA("/dev/full", at("from").c_str()), ENOSPC); // a write that fails ends the copy
     EXPECT_EQ(IFileCopy(wideAt(L"x").c_str(), nullptr), EINVAL);
     EXPECT_EQ(read("to"), copied);
 

@@ -73,6 +73,10 @@ TEST_F(QvSystemList, ListByMask)
         EXPECT_EQ(sorted(FileListByMaskAt(dirFd, L"*.*", &count, 1), &count),
                   dirFd < 0 ? Names{} : Names({L"a.b.txt", L"x.txt"}));
     }
+    for (const wchar_t *mask : {static_cast<const wchar_t *>(nullptr), L""}) {
+        int count = 7;
+        EXPECT_TRUE(FileListByMaskAt(fd, mask, &count, 1) == nullptr && count == 0);
+    }
     using Raw = std::vector<std::string>;
     const Raw allFolders{"sub", "sub.d", "\xff\xfe"};
     const struct {

@@ -10,6 +10,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -84,6 +85,8 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
     const double earliest = static_cast<double>(time(nullptr)), now = TimeGetDbl(),
                  latest = static_cast<double>(time(nullptr));
     EXPECT_TRUE(now >= earliest && now < latest + 2.0) << earliest << " " << now << " " << latest;
+    const double later = (usleep(3000), TimeGetDbl()); // it tells fractions of a second apart
+    EXPECT_TRUE(later - now >= 0.002 && later - now < 0.5) << now << " " << later;
     EXPECT_EQ(std::string(SClockSpanA(span, sizeof span, ClockGetDblHsec() - 100 * 360000.0)).substr(0, 4), "100:");
 }
 
