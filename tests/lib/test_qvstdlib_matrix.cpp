@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <string>
@@ -104,22 +105,25 @@ TEST(MatrixFill, NaNIdentityZeroAndElements)
 TEST(Vector, ConversionsCopiesAndDeliberateLeaks)
 {
     // A row, a column and a block, in by rows and out by columns (the
-    // transpose) and back; a missing side or a count below 1 changes nothing.
+    // transpose) and back; a missing side or a count below 1 changes
+    // nothing, and nothing is written past the r x c values.
     const double flat[6] = {1, 2, 3, 4, 5, 6};
     for (const auto &[r, c] : {std::pair{1, 3}, std::pair{3, 1}, std::pair{2, 3}}) {
         SCOPED_TRACE(std::to_string(r) + " x " + std::to_string(c));
-        std::vector<double> transposed;
+        std::vector<double> straight(flat, flat + r * c), transposed;
         for (int j = 0; j < c; j++)
             for (int i = 0; i < r; i++)
                 transposed.push_back(flat[i * c + j]);
-        double **m = MatZero(MatAllocBlock(r, c), r, c), rows[6] = {}, columns[6] = {};
+        straight.resize(8, 9.0), transposed.resize(8, 9.0);
+        double **m = MatZero(MatAllocBlock(r, c), r, c), rows[8], columns[8], again[8];
+        std::fill_n(rows, 8, 9.0), std::fill_n(columns, 8, 9.0), std::fill_n(again, 8, 9.0);
         MatCopyVecr(m, flat, r, c);
         VeccCopyMat(columns, m, r, c);
-        EXPECT_EQ(std::vector<double>(columns, columns + r * c), transposed);
+        EXPECT_EQ(std::vector<double>(columns, columns + 8), transposed);
         MatZero(m, r, c);
         MatCopyVecc(m, columns, r, c);
         VecrCopyMat(rows, m, r, c);
-        EXPECT_EQ(std::vector<double>(rows, rows + r * c), std::vector<double>(flat, flat + r * c));
+        EXPECT_EQ(std::vector<double>(rows, rows + 8), straight);
         for (const auto &[rr, cc] : {std::pair{r, -1}, std::pair{-1, c}, std::pair{0, c}}) {
             MatCopyVecr(m, columns, rr, cc), MatCopyVecc(m, rows, rr, cc);
             VecrCopyMat(columns, m, rr, cc), VeccCopyMat(rows, m, rr, cc);
@@ -127,11 +131,10 @@ TEST(Vector, ConversionsCopiesAndDeliberateLeaks)
         MatCopyVecr(m, nullptr, r, c), MatCopyVecc(m, nullptr, r, c), MatCopyVecr(nullptr, flat, r, c);
         MatCopyVecc(nullptr, flat, r, c), VecrCopyMat(nullptr, m, r, c), VeccCopyMat(nullptr, m, r, c);
         VecrCopyMat(rows, nullptr, r, c), VeccCopyMat(columns, nullptr, r, c);
-        EXPECT_EQ(std::vector<double>(rows, rows + r * c), std::vector<double>(flat, flat + r * c));
-        EXPECT_EQ(std::vector<double>(columns, columns + r * c), transposed);
-        double again[6] = {};
         VecrCopyMat(again, m, r, c);
-        EXPECT_EQ(std::vector<double>(again, again + r * c), std::vector<double>(flat, flat + r * c));
+        EXPECT_EQ(std::vector<double>(rows, rows + 8), straight);
+        EXPECT_EQ(std::vector<double>(columns, columns + 8), transposed);
+        EXPECT_EQ(std::vector<double>(again, again + 8), straight);
         MatFreeBlock(m);
     }
     const double src[3] = {1.5, -0.0, 3.5};

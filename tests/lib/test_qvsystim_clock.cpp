@@ -62,6 +62,7 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
     EXPECT_EQ(std::string(date) + " " + clock, expected);
     EXPECT_EQ(std::wstring(wideDate) + L" " + wideClock, std::wstring(expected, expected + strlen(expected)));
     EXPECT_TRUE(strlen(SDateA(date, 3)) == 2 && STimeA(clock, 0) == clock && !SDateA(nullptr, 10));
+    EXPECT_EQ(SDateA(date, 1)[0], '\0'); // room for the terminator alone
 
     const struct {
         double hundredths;
