@@ -95,6 +95,9 @@ TEST(MatrixFill, NaNIdentityZeroAndElements)
     EXPECT_EQ(bitsOf(MatI(m, 3), 3, 4), (std::vector<uint64_t>{one, 0, 0, nan, 0, one, 0, nan, 0, 0, one, nan}));
     m[0][0] = -0.0;
     EXPECT_EQ(bitsOf(MatZero(m, 3, 4), 3, 4), std::vector<uint64_t>(12, 0));
+    MatNaN(m, 1, 4), MatNaN(m + 1, 2, 1); // a row, a column
+    EXPECT_EQ(bitsOf(m, 3, 4), (std::vector<uint64_t>{nan, nan, nan, nan, nan, 0, 0, 0, nan, 0, 0, 0}));
+    MatZero(m, 3, 4);
     EXPECT_EQ(MatSetAt(m, 1, 1, 5.0), m[1]);
     MatI(m, 0), MatZero(m, 0, 4), MatZero(m, 3, 0), MatNaN(m, 3, -1), MatNaN(m, -1, 4);
     EXPECT_EQ(MatGetAt(m, 1, 1), 5.0);
@@ -143,6 +146,9 @@ TEST(Vector, ConversionsCopiesAndDeliberateLeaks)
     v[0] = 7;
     EXPECT_TRUE(!VecCopy(v, src, 0) && VecCopy(v, src, -1) == v && v[0] == 7.0);
     EXPECT_TRUE(!VecCopy(nullptr, src, 2) && !VecAllocBlock(-1) && !VecDupBlock(src, -1));
+    double overlap[5] = {1, 2, 3, 4, 9}; // copied forward a value at a time, as a plain loop would
+    EXPECT_EQ(VecCopy(overlap + 1, overlap, 3), overlap + 1);
+    EXPECT_EQ(std::vector<double>(overlap, overlap + 5), (std::vector<double>{1, 1, 1, 1, 9}));
     double *none = VecAllocBlock(0); // a block of no values, as the allocator gives one
     EXPECT_NE(none, nullptr);
     VecFreeBlock(copy), VecFreeBlock(v), VecFreeBlock(nullptr), VecFreeBlock(none);

@@ -48,6 +48,7 @@ TEST(Text, TrimDelAndEndsWithAgreeOnNarrowAndWide)
         {"report.TXT", ".txt", 1, 0},        {nullptr, "a", 1, 0},           {"", "", 1, 0},
         {"report.TXT", ".txt", 0, 1},        {"abc", nullptr, 1, 0},         {"abc", "c", 1, 1},
         {"report.TXT", "xreport.TXT", 0, 0}, {"report.TXT", "RT.txt", 0, 1}, {"report.TXT", ".tXz", 0, 0},
+        {"report.TXT", "REPORT.txt", 0, 1}, // the whole text
     };
     for (const auto &c : ends) {
         const std::wstring text = c.text ? widen(c.text) : L"", suffix = c.suffix ? widen(c.suffix) : L"";
