@@ -66,6 +66,10 @@ TEST(SplitBlock, LayoutRefusalsAndRelease)
     m[2][3] = 7.0;
     EXPECT_TRUE(!empty[-1] && !empty[0] && !empty[1] && !empty[2]);
     MatFreeBlock0(m), MatFreeBlock0(empty); // empty: only the pointer array exists
+    double **row = MatAllocBlock0(1, 2); // one row is a matrix too
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(row[0], row[-1]);
+    MatFreeBlock0(row);
     EXPECT_TRUE(!MatAllocBlock0(0, 4) && !MatAllocBlock0(-2, 4) && !MatAllocBlock0(65536, 65536) &&
                 !MatAllocBlock0(INT32_MAX, INT32_MAX));
 }
