@@ -48,6 +48,7 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
         {12, 10, 0, 0, 1.0, "1"},
         {12, 10, 0, 0, 2147483647.0, "2147483647"},
         {12, 1, 0, 0, 100.5, "100."}, // all three digits of a power of ten, though only one is asked for
+        {8, 10, 0, 0, 1.5, "1.5"},    // the narrowest width that prints
         {12, 10, 0, 0, below(2147483647.0), "2147483647."},
         {12, 10, 0, 0, above(2147483647.0), "2.14748e+9"},
         {12, 10, 0, 9, below(1e100), "1.00000e+100"},

@@ -57,6 +57,7 @@ TEST(Dbl2DateStrA, EveryFlagCombination)
         // The day numbers an int holds, and one past each end.
         {1, 0, 0, 0, 2147483647.0, "5874898-06-03 Tue"},  {1, 0, 0, 0, 2147483648.0, "."},
         {0, 0, 0, 0, -2147483648.0, "-5884203-03-16"},   {0, 0, 0, 0, -2147483649.0, "."},
+        {1, 0, 0, 0, kDay + 1, "2000-01-02 Sun"},         {1, 0, 0, 0, -2147483648.0, "-5884203-03-16 ???"},
     };
     for (const auto &c : cases) {
         char buf[64] = "@";

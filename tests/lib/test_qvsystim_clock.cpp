@@ -62,7 +62,8 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
     EXPECT_EQ(std::string(date) + " " + clock, expected);
     EXPECT_EQ(std::wstring(wideDate) + L" " + wideClock, std::wstring(expected, expected + strlen(expected)));
     EXPECT_TRUE(strlen(SDateA(date, 3)) == 2 && STimeA(clock, 0) == clock && !SDateA(nullptr, 10));
-    EXPECT_EQ(SDateA(date, 1)[0], '\0'); // room for the terminator alone
+    EXPECT_TRUE(SDateA(date, 1)[0] == '\0' && STimeA(clock, 1)[0] == '\0'); // room for the terminator alone
+    EXPECT_TRUE(!STimeA(nullptr, 10) && !STime(nullptr, 10));
 
     const struct {
         double hundredths;
