@@ -89,6 +89,17 @@ TEST(MatrixCopy, BitExactCopiesDupsAndIgnoredArguments)
     EXPECT_EQ(bitsOf(copy, 2, 3), bitsOf(src, 2, 3));
     EXPECT_TRUE(!noColumns[3] && !MatDup(src, 0, 3) && !MatDup(src, 65536, 65536));
     MatFreeBlock(copy), MatFreeBlock(noColumns), MatFreeBlock(src), MatFreeBlock0(dst);
+    for (const auto &[r, c] : {std::pair{1, 3}, std::pair{3, 1}}) { // a row, a column
+        SCOPED_TRACE(std::to_string(r) + " x " + std::to_string(c));
+        const double flat[3] = {1, 2, 3};
+        double **one = MatAllocBlock(r, c), **split = MatAllocBlock0(r, c);
+        MatCopyVecr(one, flat, r, c);
+        double **dup = MatDup(one, r, c);
+        EXPECT_EQ(bitsOf(MatCpy(MatZero(split, r, c), one, r, c), r, c), bitsOf(one, r, c));
+        EXPECT_EQ(bitsOf(dup, r, c), bitsOf(one, r, c));
+        EXPECT_EQ(bitsOf(MatZero(dup, r, c), r, c), std::vector<uint64_t>(3, 0));
+        MatFreeBlock(one), MatFreeBlock(dup), MatFreeBlock0(split);
+    }
 }
 
 TEST(MatrixFill, NaNIdentityZeroAndElements)
