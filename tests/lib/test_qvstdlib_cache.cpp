@@ -74,6 +74,11 @@ TEST_F(MatCacheTest, MissHitFirstFitLimitAndReport)
     MatFreeBlock(big), CMatFree(atLimit), MatCacheFlush(nullptr); // the flush keeps the counters
     EXPECT_TRUE(!CMatAllocBlock(0, 5) && !CMatAllocBlock(65536, 65536) && !CMatAllocBlock(-3, 2)); // -3: a miss
     EXPECT_EQ(report(nullptr), "\nCache report: size 4 limit 4096 hits 5 misses 3 flushes 0\n");
+    double **two = CMatAllocBlock(2, 3);
+    CMatFree(two);
+    double **one = CMatAllocBlock(1, 3); // the same block, its one row laid out anew
+    EXPECT_TRUE(one == two && one[0] == reinterpret_cast<double *>(one + 1));
+    CMatFree(one);
 }
 
 TEST_F(MatCacheTest, OffSizesFailedInitAndExit)
