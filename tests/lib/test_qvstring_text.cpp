@@ -227,6 +227,7 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
         // Empty pattern: rep takes the place of the first (last) byte of each line; the size is an upper bound.
         {"a\nb", "> ", "", -1, 1, 2, 2, 7, 2, "> \n> "},
         {"a\nb\nc", "> ", "", 1, 1, 2, 1, 7, 1, "> \nb\nc"},
+        {"a\nb", "> ", "", 5, 1, 2, 2, 7, 2, "> \n> "}, // a budget above the lines
         {"ab\r\ncd", "!", "", -1, 1, 1, 2, 8, 2, "ab!\nc!"},
         {"ab\n", "#", "", -1, 1, 2, 2, 5, 1, "#b\n"},
         {"", "ab", "", -1, 1, 1, 1, 2, 0, "~"},
