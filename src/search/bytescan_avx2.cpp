@@ -193,11 +193,10 @@ void ClassifyWindowAvx2(const unsigned char *text, size_t len, const ClassesAske
     ClassesAsked chosen = asked;
     const ClassifyForm form = ChooseClassifyForm(&chosen);
     using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
-    constexpr Classify kForms[2][4] = {
-        {classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>, classifyWindowWithRanges<3, false>,
-         classifyWindowWithRanges<1, false, true>},
-        {classifyWindowWithRanges<1, true>, classifyWindowWithRanges<2, true>, classifyWindowWithRanges<3, true>,
-         classifyWindowWithRanges<1, true, true>}};
+    constexpr Classify kForms[2][4] = {{classifyWindowWithRanges<1, false>, classifyWindowWithRanges<2, false>,
+                                        classifyWindowWithRanges<3, false>, classifyWindowWithRanges<1, false, true>},
+                                       {classifyWindowWithRanges<1, true>, classifyWindowWithRanges<2, true>,
+                                        classifyWindowWithRanges<3, true>, classifyWindowWithRanges<1, true, true>}};
     kForms[form.twoStops][form.folded ? 3 : form.ranges - 1](text, len, chosen, bits);
 }
 

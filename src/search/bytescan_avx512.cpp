@@ -6,34 +6,40 @@
 
 #if defined(FYNDLE_BYTESCAN_AVX2)
 
+#include <array>
 #include <immintrin.h>
 
 const bool g_fAvx512Classify = (__builtin_cpu_init(), __builtin_cpu_supports("avx512bw"));
 
 namespace {
 
+// The 16-byte delimiter table of the 32-byte form, once for each lane.
+constexpr std::array<unsigned char, 64> delimiterLanes()
+{
+    std::array<unsigned char, 64> table{};
+    for (size_t i = 0; i < table.size(); ++i)
+        table[i] = i % 16 == 0 ? 0 : i % 16 == 10 ? 10 : i % 16 == 13 ? 13 : 255;
+    return table;
+}
+alignas(64) constexpr std::array<unsigned char, 64> kDelimiters = delimiterLanes();
+
 // classifyWindowWithRanges of the 32-byte form, 64 bytes a step.
 template <int Ranges, bool TwoStops, bool Folded = false>
-[[gnu::target("avx512bw")]] void classifyInBlocksOf64(const unsigned char *text, size_t len,
-                                                     const ClassesAsked &asked, ByteClassBits *bits)
+[[gnu::target("avx512bw")]] void classifyInBlocksOf64(const unsigned char *text, size_t len, const ClassesAsked &asked,
+                                                      ByteClassBits *bits)
 {
     const ByteRanges &ranges = asked.ranges;
     // A line delimiter is a byte that the table, looked up by its low four
     // bits in each 16-byte lane, gives back (as in the 32-byte form).
-    alignas(64) static constexpr unsigned char kDelimiters[64] = {
-        0, 255, 255, 255, 255, 255, 255, 255, 255, 255, 10, 255, 255, 13, 255, 255,
-        0, 255, 255, 255, 255, 255, 255, 255, 255, 255, 10, 255, 255, 13, 255, 255,
-        0, 255, 255, 255, 255, 255, 255, 255, 255, 255, 10, 255, 255, 13, 255, 255,
-        0, 255, 255, 255, 255, 255, 255, 255, 255, 255, 10, 255, 255, 13, 255, 255};
-    const __m512i delimiterTable = _mm512_load_si512(kDelimiters);
+    const __m512i delimiterTable = _mm512_load_si512(kDelimiters.data());
     __m512i lo[Ranges], span[Ranges];
     for (int r = 0; r < Ranges; ++r) {
         lo[r] = _mm512_set1_epi8(static_cast<char>(ranges.lo[r]));
         span[r] = _mm512_set1_epi8(static_cast<char>(ranges.span[r]));
     }
     const __m512i stopAs = _mm512_set1_epi8(static_cast<char>(asked.stopA)),
-                  stopBs = _mm512_set1_epi8(static_cast<char>(asked.stopB)),
-                  newline = _mm512_set1_epi8('\n'), caseBit = _mm512_set1_epi8(0x20);
+                  stopBs = _mm512_set1_epi8(static_cast<char>(asked.stopB)), newline = _mm512_set1_epi8('\n'),
+                  caseBit = _mm512_set1_epi8(0x20);
     const auto classify = [&](const unsigned char *chunk) __attribute__((target("avx512bw")))
     {
         const __m512i block = _mm512_loadu_si512(chunk);
@@ -57,11 +63,10 @@ void ClassifyWindowAvx512(const unsigned char *text, size_t len, const ClassesAs
     ClassesAsked chosen = asked;
     const ClassifyForm form = ChooseClassifyForm(&chosen);
     using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
-    constexpr Classify kForms[2][4] = {
-        {classifyInBlocksOf64<1, false>, classifyInBlocksOf64<2, false>, classifyInBlocksOf64<3, false>,
-         classifyInBlocksOf64<1, false, true>},
-        {classifyInBlocksOf64<1, true>, classifyInBlocksOf64<2, true>, classifyInBlocksOf64<3, true>,
-         classifyInBlocksOf64<1, true, true>}};
+    constexpr Classify kForms[2][4] = {{classifyInBlocksOf64<1, false>, classifyInBlocksOf64<2, false>,
+                                        classifyInBlocksOf64<3, false>, classifyInBlocksOf64<1, false, true>},
+                                       {classifyInBlocksOf64<1, true>, classifyInBlocksOf64<2, true>,
+                                        classifyInBlocksOf64<3, true>, classifyInBlocksOf64<1, true, true>}};
     kForms[form.twoStops][form.folded ? 3 : form.ranges - 1](text, len, chosen, bits);
 }
 

@@ -66,7 +66,7 @@ TEST(SplitBlock, LayoutRefusalsAndRelease)
     m[2][3] = 7.0;
     EXPECT_TRUE(!empty[-1] && !empty[0] && !empty[1] && !empty[2]);
     MatFreeBlock0(m), MatFreeBlock0(empty); // empty: only the pointer array exists
-    double **row = MatAllocBlock0(1, 2); // one row is a matrix too
+    double **row = MatAllocBlock0(1, 2);    // one row is a matrix too
     ASSERT_NE(row, nullptr);
     EXPECT_EQ(row[0], row[-1]);
     MatFreeBlock0(row);

@@ -93,7 +93,7 @@ TEST(Copy, BomNullsLimitsAndZeroSizes)
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBFx"), L"x");
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBBxy"), L"y");                    // no BOM
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBB\xBF\xEF\xBB\xBF"), L"\uFEFF"); // only one skipped
-    EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBC\x81"), L"\uFF01"); // a mark in part only, at either end
+    EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xEF\xBC\x81"), L"\uFF01");             // a mark in part only, at either end
     EXPECT_STREQ(A2T_cpy(wbuf, 8, "\xE3\xBB\xBF"), L"\u3EFF");
     wbuf[0] = L'#';
     EXPECT_TRUE(A2T_cpy(wbuf, 0, "abcd") == wbuf && A2T_cpy(wbuf, 0, nullptr) == wbuf && wbuf[0] == L'#');

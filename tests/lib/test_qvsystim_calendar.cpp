@@ -120,7 +120,7 @@ TEST(QvSystimCalendar, NthWeekdayOfMonthAndIsoWeek)
         {2024, 5, 2, -1, dayOf({2024, 5, 27})},
         {2024, 5, 7, -1, dayOf({2024, 5, 25})}, // the next month begins on that weekday
         {2024, 5, 2, 0, 0},
-        {2024, 5, 2, 6, 0},                       // n from -5 to 5
+        {2024, 5, 2, 6, 0}, // n from -5 to 5
         {2024, 5, 2, -6, 0},
         {2024, 5, 4, 1, dayOf({2024, 5, 1})},     // the month begins on a Wednesday: the 1st is the first
         {2024, 5, 4, -5, dayOf({2024, 5, 1})},    // the 1st itself
