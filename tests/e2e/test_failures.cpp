@@ -88,7 +88,8 @@ TEST(Failures, OpenFileLimitLowestAndOneBelow)
 // output pipe is left unread meanwhile, so the run waits at its first file.
 TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
 {
-    TempTree tree, outside;
+    // Thousands of files made and made again: in memory where there is room.
+    TempTree tree("/dev/shm"), outside;
     outside.file("secret.txt", "needle from outside\n");
     std::string first;
     for (int i = 0; i < 40000; ++i)
@@ -96,11 +97,13 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
     constexpr int kFiles = 4000;
     for (int i = 0; i < kFiles; ++i)
         tree.file(std::string("f").append(std::to_string(i)), "needle\n");
-    const std::vector<std::string> names = listed(tree.root());
-    ASSERT_EQ(names.size(), static_cast<size_t>(kFiles));
-    tree.file(names[0], first);
     for (const bool countLines : {false, true}) {
         for (const bool oneCpu : {true, false}) {
+            // Listed anew each round: where a folder lists its newest
+            // entries first, the files made again last round come first.
+            const std::vector<std::string> names = listed(tree.root());
+            ASSERT_EQ(names.size(), static_cast<size_t>(kFiles));
+            tree.file(names[0], first);
             std::string want;
             g_whileStalled = [&] {
                 // Past what the threads may have opened ahead while the
@@ -128,6 +131,7 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
                 EXPECT_NE(r.out.find(want), std::string::npos) << oneCpu;
                 EXPECT_NE(r.out.find(summary(40000 + 2999, 3000, kFiles)), std::string::npos) << oneCpu;
             }
+            tree.file(names[0], "needle\n");
             for (size_t i = 3000; i < names.size(); ++i) {
                 std::remove(tree.path(names[i]).c_str()); // the link, not what it names
                 tree.file(names[i], "needle\n");
