@@ -31,7 +31,7 @@ constexpr double kHsecPerDay = 8640000.0;
 // the value the hardware conversion yields for them.
 int truncToInt(double value)
 {
-    if (!(value > -9223372036854775808.0 && value < 9223372036854775808.0))
+    if (!(value >= -9223372036854775808.0 && value < 9223372036854775808.0))
         return INT32_MIN;
     return wrap32(static_cast<int64_t>(value));
 }
