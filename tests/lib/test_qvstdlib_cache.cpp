@@ -137,7 +137,8 @@ TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
 
 TEST_F(MatCacheTest, LockerHandsOutSecondRecord)
 {
-    MatCache other{}, empty{};
+    MatCache other{}, empty{}, none{};
+    start(0, 0, &none); // initialised while caching is off: no slots
     start(2, 4096), MatCacheInit(&other), SetMatCacheLocker(testLocker);
     double **shared = CMatAllocBlock(3, 3); // null from the locker: the process-wide record
     CMatFree(shared);
@@ -149,7 +150,11 @@ TEST_F(MatCacheTest, LockerHandsOutSecondRecord)
     EXPECT_TRUE(g_cLocks == 6 && g_cUnlocks == 6);
     EXPECT_EQ(report(&other), "\nCache report: size 2 limit 4096 hits 1 misses 1 flushes 0\n");
     EXPECT_EQ(report(nullptr), "\nCache report: size 2 limit 4096 hits 0 misses 1 flushes 0\n");
-    MatCacheExit(&other), g_pRecord = &empty; // never initialised: no slots
-    CMatFree(CMatAllocBlock(2, 2));           // a miss, then nowhere to keep it: evicted and released
-    EXPECT_TRUE(empty.cMisses == 1 && empty.cFlushes == 1 && g_cLocks == g_cUnlocks);
+    MatCacheExit(&other);
+    for (MatCache *record : {&empty, &none}) { // never initialised, or with no slots
+        g_pRecord = record;
+        CMatFree(CMatAllocBlock(2, 2)); // a miss, then nowhere to keep it: evicted and released, nothing stamped
+        EXPECT_TRUE(record->cMisses == 1 && record->cFlushes == 1 && record->iClock == 0 && g_cLocks == g_cUnlocks);
+    }
+    MatCacheExit(&none);
 }

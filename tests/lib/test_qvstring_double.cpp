@@ -80,6 +80,7 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
         {20, 15, 0, 0, 4294967296.0, ".", 1}, {20, 15, 0, 0, 4294967296.0, "4294.", 5},
         {20, 15, 0, 0, 123456.7, "123.", 4},  {20, 15, 0, 0, -1.23456789e-100, "-1.2345", 8},
         {7, 6, 0, 0, 1.5, "####", 2},         {20, 15, 0, 0, -1.23456789e-100, "-1.23456789e-1", 15},
+        {20, 15, 0, 0, 0.2000001, "0.20", 5}, // a zero the cut leaves stays
     };
     for (const auto *cases : {&bands, &others, &cut})
         for (const Case &c : *cases) {
@@ -101,6 +102,8 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
     }
     EXPECT_STREQ(StrPrintDouble(exact, 30, INT32_MAX, INT32_MAX, 1, 1, 1.5), "1.5");
     EXPECT_STREQ(StrPrintDouble(exact, 30, INT32_MAX, INT32_MAX, 0, 0, 1e300), "10000000000000000525047602552.");
+    char nine[9]; // mode 2 drops the '0' of a text that fills the buffer: nothing past it is read
+    EXPECT_STREQ(StrPrintDouble(nine, sizeof nine, 8, 6, 2, 0, 0.123456789), ".123457");
     EXPECT_EQ(StrPrintDouble(nullptr, 10, 10, 6, 0, 0, 1.0), nullptr);
 }
 

@@ -19,6 +19,7 @@ TEST(Utf8Decode, PolicyForEveryKindOfInput)
         {"\xC3\x28", L"", 1},     {"\xE0\x80\x80", L"", 1},     {"\xF8\x87\xBF\xBF\xBF", L"", 1},
         {"\xC0\xAF", L"", 1},     {"\xF0\x8F\xBF\xBF", L"", 1}, {"\xF9\x80\x80\x80\x80", L"\x80\x80\x80\x80", 1},
         {"\xC3\xA9", L"\xE9", 0}, {"a\xE2\x82", L"a", 1},       {"", L"", 0},
+        {"\xBF", L"\xBF", 0},
     };
     for (const auto &c : cases) {
         wchar_t buf[16], copy[16];

@@ -48,7 +48,13 @@ TEST_F(QvSystemFiles, OpenForWritingCreatesMissingFolders)
     for (const char *mode : {"a", "r+", static_cast<const char *>(nullptr), ""})
         EXPECT_EQ(FileOpenA(at("none/x.txt").c_str(), mode), nullptr) << (mode ? mode : "(null)");
     EXPECT_EQ(FileOpen(wideAt(L"none/x.txt").c_str(), L"a"), nullptr);
-    EXPECT_FALSE(exists("none"));
+    EXPECT_EQ(FileOpenA(at("d:/x.txt").c_str(), "w"), nullptr); // a part ending in ':' is a drive: never made
+    const std::filesystem::path cwd = std::filesystem::current_path();
+    std::filesystem::current_path(root_);
+    EXPECT_EQ(FileOpenA("n/", "w"), nullptr); // a folder, not a file, though "n" is made on the way
+    std::filesystem::current_path(cwd);
+    EXPECT_TRUE(exists("n"));
+    EXPECT_FALSE(exists("none") || exists("d:"));
     EXPECT_EQ(FileOpenA(at("abc/sub/x.txt").c_str(), "w"), nullptr); // a file in the way
     EXPECT_TRUE(!FileOpenA(nullptr, "w") && !FileOpen(nullptr, L"w"));
 }
@@ -115,6 +121,7 @@ TEST_F(QvSystemFiles, CopyAndStreamQueries)
     close(fileno(file)); // the stream outlives its descriptor
     EXPECT_EQ(LFileLength(file) + LFileTime1970(file) + LFileLength(nullptr), -3);
     fclose(file);
+    EXPECT_EQ(LFileLength(stdin), fstat(0, &status) == 0 ? status.st_size : -1); // descriptor 0 too
 }
 
 } // namespace

@@ -68,7 +68,10 @@ TEST(QvSystimCalendar, DayNumbersDatesAndTimesOfDay)
         {0.5 + 0.4 / 8640000, {12, 0, 0, 0}},
         {0.5 + 0.5 / 8640000, {12, 0, 0, 1}}, // half a hundredth rounds up
         {GetJulianTime(23, 59, 59, 99), {23, 59, 59, 99}},
-        {GetJulianTime(-1, -1, -1, -1), {-1, -1, -1, -1}}, // remainders keep the sign
+        {GetJulianTime(-1, -1, -1, -1), {-1, -1, -1, -1}},       // remainders keep the sign
+        {std::ldexp(1.0, 63) / 8640000, {-5965, -13, -56, -48}}, // 2^63 hundredths: beyond 64 bits, INT_MIN
+        {1e300, {-5965, -13, -56, -48}},
+        {std::ldexp(-1.0, 63) / 8640000, {0, 0, 0, 0}}, // -2^63 fits: its low 32 bits are 0
     };
     std::vector<int> got(4);
     for (const auto &c : times) {

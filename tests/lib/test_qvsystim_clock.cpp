@@ -90,6 +90,13 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
     const double later = (usleep(3000), TimeGetDbl()); // it tells fractions of a second apart
     EXPECT_TRUE(later - now >= 0.002 && later - now < 0.5) << now << " " << later;
     EXPECT_EQ(std::string(SClockSpanA(span, sizeof span, ClockGetDblHsec() - 100 * 360000.0)).substr(0, 4), "100:");
+    const auto monotonic = [] {
+        timespec reading;
+        clock_gettime(CLOCK_MONOTONIC, &reading);
+        return (reading.tv_nsec * 1e-9 + reading.tv_sec) * 100.0;
+    };
+    const double before = monotonic(), hsec = ClockGetDblHsec(), after = monotonic();
+    EXPECT_TRUE(before <= hsec && hsec <= after) << before << " " << hsec << " " << after;
 }
 
 } // namespace
