@@ -42,14 +42,18 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
         {12, 10, 0, 9, below(1e-4), "0.000100000"},
         {12, 10, 2, 0, below(1e-4), "0.0001"},
         {12, 10, 2, 9, 1e-4, ".000100000"},
+        {12, 10, 0, 20, 1e-4, "0.000100000"}, // no exponent from 1e-4 on: the zeros after the point cost digits
         {12, 10, 0, 9, below(1.0), "1.00000000"},
+        {12, 10, 0, 9, 0.1, "0.100000000"}, // ten times 0.1 is exactly 1.0: one zero to skip, not two
         {12, 10, 0, 0, below(1.0), "1."},
         {12, 10, 2, 0, below(1.0), "1"},
         {12, 10, 0, 0, 1.0, "1"},
+        {8, 10, 0, 9, 1.0, "1.0"}, // 1 itself is in the band of the integers
         {12, 10, 0, 0, 2147483647.0, "2147483647"},
         {12, 1, 0, 0, 100.5, "100."}, // all three digits of a power of ten, though only one is asked for
         {8, 10, 0, 0, 1.5, "1.5"},    // the narrowest width that prints
         {12, 10, 0, 0, below(2147483647.0), "2147483647."},
+        {12, 10, 0, 9, 2147483647.0, "2147483647."}, // INT_MAX keeps all its digits with decimals kept too
         {12, 10, 0, 0, above(2147483647.0), "2.14748e+9"},
         {12, 10, 0, 9, below(1e100), "1.00000e+100"},
         {12, 10, 0, 9, 1e100, "1.0000e+100"},

@@ -262,6 +262,7 @@ TEST(StrCpyRep, EverySizeFollowsTheCapacityRules)
         std::vector<size_t> ends, starts;
     } cases[] = {{"aXbXc", "YY", "X", -1, 1, 0, "aYYbYYc", {3, 6}, {0, 3}},
                  {"aXbXc", "", "X", -1, 1, 0, "abc", {1, 2}, {0, 1}},
+                 {"aXXb", "", "X", -1, 1, 0, "ab", {1, 1}, {0, 1}}, // an empty one fits a size used up
                  {"aX\nX", "ZZ", "X", -1, 1, 2, "aX\nZZ", {5}, {2}},
                  {"a\nb", "> ", "", -1, 1, 2, "> \n> ", {2, 5}, {0, 2}},
                  {"aXbXc", "YY", "X", 0, 1, 0, "aXbXc", {}, {}}};
