@@ -12,8 +12,8 @@ struct RunResult {
     std::string out, err;
 };
 
-// Runs fyndle with args, standard input closed, killed after timeoutSeconds.
-// These settings change how:
+// Runs fyndle with args, standard input on /dev/null, killed after
+// timeoutSeconds. These settings change how:
 inline std::string g_binary = FYNDLE_BINARY; // the binary it runs
 inline int g_runAsUser = -1;                 // when not negative, as this user and group
 inline bool g_runOnOneCpu = false;           // pinned to the first CPU allowed, so that it searches without threads
@@ -21,6 +21,7 @@ inline std::string g_stdoutTo;               // when not empty, standard output 
 inline size_t g_readAtMost = SIZE_MAX;       // the output pipe is closed once it holds this many bytes
 inline std::function<void()> g_whileStalled; // when set, called once the output has gone unread for g_stallMillis
 inline int g_stallMillis = 500;
+inline bool g_stdinClosed = false; // standard input closed: the run's first descriptor is 0
 RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds = 60);
 
 // A temporary folder that removes itself with everything in it.

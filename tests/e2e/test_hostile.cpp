@@ -107,6 +107,11 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
         {
             ScopedLimit limit(deep.resource, deep.limit);
             check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found), 0, 300);
+            if (deep.sides > 1) { // descriptor 0 is a folder's like any other
+                g_stdinClosed = true;
+                check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found));
+                g_stdinClosed = false;
+            }
             if (deep.levels == 1500) {
                 const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
                 ASSERT_EQ(fchdir(bottom), 0);
@@ -244,6 +249,9 @@ TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
                     changed == onDisk ? "@/" + onDisk + " (1): needle\n" : "unable to open file @/" + changed + "\n";
             }
     check(tree, {"-s", "needle", "@"}, want + summary(found, found, tried));
+    g_stdinClosed = true; // the start folder, whose name changes, holds descriptor 0
+    check(tree, {"needle", "@/dir\xff"}, searching("needle") + summary(0, 0, 0));
+    g_stdinClosed = false;
 }
 
 } // namespace
