@@ -122,6 +122,12 @@ TEST_F(QvSystemFiles, CopyAndStreamQueries)
     EXPECT_EQ(LFileLength(file) + LFileTime1970(file) + LFileLength(nullptr), -3);
     fclose(file);
     EXPECT_EQ(LFileLength(stdin), fstat(0, &status) == 0 ? status.st_size : -1); // descriptor 0 too
+    const int input = dup(0); // with standard input closed, the file opened first takes descriptor 0
+    close(0);
+    EXPECT_EQ(IFileCopyA(at("again").c_str(), at("from").c_str()) + IFileExistsA(at("from").c_str()), 1);
+    dup2(input, 0), close(input);
+    ASSERT_EQ(chmod(at("again").c_str(), 0600), 0);
+    EXPECT_EQ(read("again"), std::string(10, 'N'));
 }
 
 } // namespace

@@ -101,6 +101,17 @@ TEST_F(QvSystemList, ListByMask)
         EXPECT_EQ(c.wantFolders ? sorted(folders, &folderCount) : Raw{}, c.folders);
         EXPECT_TRUE(c.wantFolders || folderCount == 0);
     }
+    // With standard input closed, descriptor 0 is a folder's like any other:
+    // the one a listing by name opens, the one it reads through, the caller's.
+    const int input = dup(0);
+    close(0);
+    EXPECT_EQ(listed(widen(root_).c_str(), L"*.txt"), Names{L"x.txt"});
+    int count = 7, folderCount = 7;
+    EXPECT_EQ(sorted(FileListByMaskAt(fd, L"*.txt", &count, 1), &count), Names{L"x.txt"});
+    const int zero = open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    EXPECT_EQ(sorted(FileListByMaskAt(zero, L"*.txt", &count, 1), &count), Names{L"x.txt"});
+    EXPECT_EQ(sorted(FileListWithFoldersAt(zero, L"*.txt", &count, nullptr, &folderCount), &count), Names{L"x.txt"});
+    close(zero), dup2(input, 0), close(input);
     close(fd);
 }
 
