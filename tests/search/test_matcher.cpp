@@ -67,6 +67,7 @@ const Case kCases[] = {
     // '+' past the first element never matches; "\\:" accepts no byte.
     {"r", "ab+c", "abbc\nabc\n", "", 0},
     {"r", "a\\:", "aa\nab\n", "", 0},
+    {"r", "[][^_]*_", std::string("a\0b_\nxx\n", 8), "", 0}, // "[]" accepts no byte either, not even NUL
     // How far the search gets where an attempt runs off the window.
     {"", "abc", "xx\nab", "", 0, 4, 1},                                 // stops after the first byte
     {"r", "[a]bc", "xx\nab", "", 0, 3, 0},                              // no first byte: stops at the attempt
@@ -248,6 +249,8 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"[ ]*_$", "a _\n __\r\n_ _\n"},
         {"s[ ]+a", "s  a sa s a"},
         {"[a-z][^;]*;", "ab;\ncd\n;x y;\r\nz\n\n q;;a"},
+        {"[^\r][^;]*;", "ab;\n\nc;\nx;"},   // a start that takes a newline
+        {"[ ]*[a-z]*[,;]", "ab;\ncd,x y;"}, // two end values, the greater one first
     };
     for (const auto &[pattern, text] : pieces)
         for (size_t end = 1; end <= std::strlen(text); ++end)
