@@ -74,6 +74,8 @@ const Case kCases[] = {
     {"r", "[^q]*q", "abcdef", "", 0, 0, 0},                             // from the first byte: nothing consumed
     {"r", "s[a-z]*_t", "xx s_t\nyy sab", "f (1): xx s_t\n", 1, 11, 1},  // a star running off stops the window
     {"r", "s[a-z]*_t", "xx s_t\nyy sab_", "f (1): xx s_t\n", 1, 11, 1}, // so does a tail cut by its end
+    // A star that takes every byte runs off every window.
+    {"r", "x[^]*", "ax\nb", "", 0, 2, 0},
 };
 
 TEST(Matcher, ReportsCountsAndHowFarItGets)
