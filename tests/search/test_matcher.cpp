@@ -73,6 +73,7 @@ const Case kCases[] = {
     {"r", "[][^_]*_", std::string("a\0b_\nxx\n", 8), "", 0}, // "[]" accepts no byte either, not even NUL
     // How far the search gets where an attempt runs off the window.
     {"", "abc", "xx\nab", "", 0, 4, 1},                                 // stops after the first byte
+    {"r", "^abc", "xx\nab", "", 0, 3, 1},                               // counting it when it is the newline of '^'
     {"r", "[a]bc", "xx\nab", "", 0, 3, 0},                              // no first byte: stops at the attempt
     {"r", "[^q]*q", "abcdef", "", 0, 0, 0},                             // from the first byte: nothing consumed
     {"r", "s[a-z]*_t", "xx s_t\nyy sab", "f (1): xx s_t\n", 1, 11, 1},  // a star running off stops the window
