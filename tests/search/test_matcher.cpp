@@ -282,6 +282,9 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"[ab][^_]*_", "  " + letters + "\n_ \n" + letters},
         {"a[b]*x[a-z]*_", "abbbx" + letters},
         {"[a-z_]s*_[a-z]*q", "xss_" + letters},
+        // The first byte of the window after the stuck one is where the path left its run: that window is
+        // searched, and the match that begins in the next one is found.
+        {"x[a-w]*x[a-z]*_q", "xaaaaaaaaaxaaaay" + std::string(54, 'b') + "xaaaaaaaaaxbbbbbbbbb_q"},
     };
     for (const auto &[pattern, text] : longLines)
         for (const char *options : {"r", "rc"})
