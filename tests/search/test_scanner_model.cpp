@@ -293,6 +293,12 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
         expectSame(options, pattern, content);
         s_readCap = 0;
     }
+    // A first byte every 100 bytes of one long line: the windows passed over hop from one to the next until
+    // the window cut at the line's end holds the end of their match; that window is searched, from its start.
+    std::string hops(9999, 'a');
+    for (size_t at = 0; at < hops.size(); at += 100)
+        hops[at] = 'x';
+    expectSame("r", "x[^_]*_$", hops.append("_\n").append(6000, 'b').append("\n"));
 }
 
 TEST(ScannerModel, WindowEdges)
