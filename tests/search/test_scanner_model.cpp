@@ -299,6 +299,10 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     for (size_t at = 0; at < hops.size(); at += 100)
         hops[at] = 'x';
     expectSame("r", "x[^_]*_$", hops.append("_\n").append(6000, 'b').append("\n"));
+    // A binary report of 19 carried bytes, folded by the window that searched them: an 'A' past the first block.
+    std::string carriedA(5101, 'x');
+    carriedA[4700] = '\n';
+    expectSame("rb", "[a][a-c]*d", carriedA.append("a").append(16, 'b').append("Abbbbd\n"));
 }
 
 TEST(ScannerModel, WindowEdges)
@@ -320,8 +324,8 @@ TEST(ScannerModel, WindowEdges)
     const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
     // Passed over after the window at the 'a': the next window has its newline exactly at its cut point and so
     // ends there; the line after it is printed from its start, not from its 'e'.
-    const std::string atCut =
-        "a" + std::string(4801, 'x') + "\n" + std::string(100, 'y') + "e" + std::string(296, 'y') + "q\n";
+    std::string atCut(1, 'a');
+    atCut.append(4801, 'x').append("\n").append(100, 'y').append("e").append(296, 'y').append("q\n");
     // Newlines a first-byte scan passes are counted late: a window that
     // ends in a first byte that fails in the next one lies between the
     // windows whose newlines wait, and must not be counted twice.
