@@ -303,6 +303,8 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     std::string carriedA(5101, 'x');
     carriedA[4700] = '\n';
     expectSame("rb", "[a][a-c]*d", carriedA.append("a").append(16, 'b').append("Abbbbd\n"));
+    // Starts in a range of letters in both cases and a third range: the lines' classified walk keeps all three.
+    expectSame("r", "[ab~][^_]*_", "zz~zz_\nzzbz_\nzz~_\n");
 }
 
 TEST(ScannerModel, WindowEdges)
