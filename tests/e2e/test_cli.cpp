@@ -88,7 +88,8 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
         {{"x", "@/missing  "}, {}, searching("x") + "\"@/missing\" not found\n"},
         {{"-f", "k", "@", "read;me"}, masks, hits("k", "@/read;me : 1 occurrence.\n", 1)},
         {{"-f", "k", "@", "*.c;;*.h"}, masks, hits("k", "@/a.c : 1 occurrence.\n", 1)},
-        {{"x", "@"}, {{"empty.txt", ""}}, searching("x") + summary(0, 0, 1)},
+        // Without -s a subfolder's files are not searched.
+        {{"x", "@"}, {{"empty.txt", ""}, {"sub/x.txt", "x\n"}}, searching("x") + summary(0, 0, 1)},
         // Depth first, a folder's files before its subfolders; hidden names skipped.
         {{"-s", "-v", "k", "@"},
          {{"top.txt", "k\n"},

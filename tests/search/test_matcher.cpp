@@ -97,7 +97,8 @@ TEST(Matcher, ReportsCountsAndHowFarItGets)
 }
 
 // Line numbers are put from the last one's digits when they grow by less
-// than 100: every carry, and every way back to a full conversion.
+// than 100: every carry, and every way back to a full conversion. From 10^8
+// on, a report takes its way out of line.
 TEST(Matcher, LineNumbersReadAsTheyCount)
 {
     const auto batch = std::make_unique<ReportBatch>(); // its line and digits at 0
@@ -108,6 +109,13 @@ TEST(Matcher, LineNumbersReadAsTheyCount)
         const char *end = PutLineNumber(*batch, text, number);
         ASSERT_EQ(std::string(text, static_cast<size_t>(end - text)), std::to_string(number));
     }
+    const char line[64] = "x"; // all of it readable, as a copy of a short line may read
+    StdoutCapture capture;
+    ReportName(*batch, "f", 1, line + sizeof line);
+    for (const int64_t number : {99999999, 100000000, 100000001})
+        ReportLine(*batch, number, line, 1, 0);
+    ReportFlush(*batch);
+    EXPECT_EQ(capture.take(), "f (99999999): x\nf (100000000): x\nf (100000001): x\n");
 }
 
 // Byte 255 lies beyond the compiler's table length: a pattern prepared
