@@ -1,9 +1,11 @@
 // fyndle end to end where the system fails it: output that cannot be
 // written, an open-file limit too low to search, files swapped for links
-// while the run goes on, a run killed in the middle. Nothing may be lost
-// without a word, and nothing outside the tree may be read.
+// and folders moved or swapped while the run goes on, a run killed in the
+// middle. Nothing may be lost without a word, and nothing outside the
+// tree may be read.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -137,6 +139,77 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
                 tree.file(names[i], "needle\n");
             }
         }
+    }
+}
+
+// A folder that the open-file limit closed while the run waits on its
+// output is found again through ".." of its subfolder when it was moved
+// meanwhile: all of it is searched. When it was swapped for another (its
+// subfolder being searched moved into the new one), it is not entered
+// again: its subfolders not yet listed are passed over, and those of the
+// folder now at its path are never searched.
+TEST(Failures, FolderMovedOrSwappedWhileClosed)
+{
+    for (const bool swapped : {false, true}) {
+        SCOPED_TRACE(swapped);
+        TempTree tree;
+        ASSERT_EQ(mkdir(tree.path("a").c_str(), 0755), 0);
+        std::vector<std::string> sides;
+        auto side = [&] {
+            sides.push_back("s" + std::to_string(sides.size()));
+            tree.file("a/" + sides.back() + "/side.txt", "needle\n");
+        };
+        // Sides listed before "big" are walked while "a" is open; those
+        // after it once the first claim of big's files closed "a" to make
+        // room (12 descriptors leave the walk 8, one thread).
+        for (int i = 0; i < 4; ++i)
+            side();
+        std::string lines, want;
+        for (int i = 0; i < 5000; ++i)
+            lines += "needle " + std::to_string(i) + "\n";
+        for (int i = 0; i < 8; ++i)
+            tree.file("a/big/f" + std::to_string(i), lines);
+        auto listedAfterBig = [&] {
+            const std::vector<std::string> names = listed(tree.path("a"));
+            return std::find(names.begin(), names.end(), "big") != names.end() - 1;
+        };
+        while (!listedAfterBig() && sides.size() < 64)
+            side();
+        ASSERT_TRUE(listedAfterBig());
+        int found = 0, files = 0;
+        bool bigMet = false;
+        for (const std::string &name : listed(tree.path("a"))) {
+            bigMet = bigMet || name == "big";
+            if (name == "big") {
+                for (const std::string &file : listed(tree.path("a/big")))
+                    for (int i = 0; i < 5000; ++i)
+                        want +=
+                            "@/a/big/" + file + " (" + std::to_string(i + 1) + "): needle " + std::to_string(i) + "\n";
+                found += 8 * 5000, files += 8;
+            } else if (!bigMet || !swapped) {
+                want += "@/a/" + name + "/side.txt (1): needle\n";
+                ++found, ++files;
+            }
+        }
+        g_whileStalled = [&] {
+            ASSERT_EQ(rename(tree.path("a").c_str(), tree.path("old").c_str()), 0);
+            if (!swapped)
+                return;
+            ASSERT_EQ(mkdir(tree.path("a").c_str(), 0755), 0);
+            ASSERT_EQ(rename(tree.path("old/big").c_str(), tree.path("a/big").c_str()), 0);
+            for (const std::string &name : sides)
+                tree.file("a/" + name + "/stranger.txt", "needle of a stranger\n");
+        };
+        const std::string binary = g_binary;
+        g_binary = "/bin/sh", g_runOnOneCpu = true;
+        const RunResult r =
+            runFyndle({"-c", "ulimit -n 12 && exec \"$0\" \"$@\"", binary, "-s", "needle", tree.root()});
+        g_binary = binary, g_runOnOneCpu = false, g_whileStalled = nullptr;
+        EXPECT_EQ(r.exitCode, 0);
+        EXPECT_EQ(r.err, "");
+        EXPECT_EQ(r.out.find("stranger"), std::string::npos);
+        EXPECT_TRUE(r.out == kBanner + searching("needle") + expand(want, tree) + summary(found, files, files))
+            << r.out.size() << " bytes";
     }
 }
 
