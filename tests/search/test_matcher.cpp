@@ -263,8 +263,9 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"[ ]*_$", "a _\n __\r\n_ _\n"},
         {"s[ ]+a", "s  a sa s a"},
         {"[a-z][^;]*;", "ab;\ncd\n;x y;\r\nz\n\n q;;a"},
-        {"[^\r][^;]*;", "ab;\n\nc;\nx;"},   // a start that takes a newline
-        {"[ ]*[a-z]*[,;]", "ab;\ncd,x y;"}, // two end values, the greater one first
+        {"[^\r][^;]*;", "ab;\n\nc;\nx;"},                // a start that takes a newline
+        {"[ ]*[a-z]*[,;]", "ab;\ncd,x y;"},              // two end values, the greater one first
+        {"x[a-z]*[,;]", "xab(\nxcd; xy,\n(x) and more"}, // tail values apart in more than one bit
     };
     for (const auto &[pattern, text] : pieces)
         for (size_t end = 1; end <= std::strlen(text); ++end)
