@@ -305,6 +305,11 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     expectSame("rb", "[a][a-c]*d", carriedA.append("a").append(16, 'b').append("Abbbbd\n"));
     // Starts in a range of letters in both cases and a third range: the lines' classified walk keeps all three.
     expectSame("r", "[ab~][^_]*_", "zz~zz_\nzzbz_\nzz~_\n");
+    // The first byte is the newline: a window passed over would stop after one, uncounted.
+    std::string abLines;
+    for (int i = 0; i < 2000; ++i)
+        abLines += "ab\n";
+    expectSame("r", "^[^_]*_", abLines + "_\n");
 }
 
 TEST(ScannerModel, WindowEdges)
