@@ -305,6 +305,7 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     expectSame("rb", "[a][a-c]*d", carriedA.append("a").append(16, 'b').append("Abbbbd\n"));
     // Starts in a range of letters in both cases and a third range: the lines' classified walk keeps all three.
     expectSame("r", "[ab~][^_]*_", "zz~zz_\nzzbz_\nzz~_\n");
+    expectSame("rc", "[a-cA-B][^_]*_", "zzCzz_\nzzbz_\n"); // not the same letters in both cases
     // The first byte is the newline: a window passed over would stop after one, uncounted.
     std::string abLines;
     for (int i = 0; i < 2000; ++i)
