@@ -87,10 +87,10 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
 {
     // 1,500 levels of paths beyond 4096 bytes with 64 descriptors, also
     // searched from its bottom folder as the working folder, named by a
-    // path that goes up and back down; 40 levels with
-    // eight side folders on each, many of them walked after a level closed
-    // on the way down was opened again, with 64 descriptors; 50,000 levels
-    // with an 8 MB stack.
+    // path that goes up and back down (and by one up to a name that is not
+    // there); 40 levels with eight side folders on each, many of them walked
+    // after a level closed on the way down was opened again, with 64
+    // descriptors; 50,000 levels with an 8 MB stack.
     const struct {
         int levels, sideEvery, sides, resource;
         std::string name;
@@ -116,13 +116,15 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
             if (deep.levels == 1500) {
                 const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
                 ASSERT_EQ(fchdir(bottom), 0);
-                const RunResult r = runFyndle({"needle", "./../ddd"});
+                const RunResult r = runFyndle({"needle", "./../ddd"}), missing = runFyndle({"needle", "../missing"});
                 EXPECT_EQ(fchdir(here), 0);
                 close(here);
                 const size_t at = want.find("/bottom.txt"), begin = want.rfind('\n', at) + 1;
                 EXPECT_EQ(r.out, kBanner + searching("needle") +
                                      expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) +
                                      summary(1, 1, 1));
+                const std::string above = want.substr(begin, want.rfind('/', at - 1) - begin);
+                EXPECT_EQ(missing.out, kBanner + searching("needle") + expand(above + "/missing not found\n", tree));
             }
         }
         close(bottom); // the tree's own removal reaches past the path limit
