@@ -264,6 +264,7 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"s[ ]+a", "s  a sa s a"},
         {"[a-z][^;]*;", "ab;\ncd\n;x y;\r\nz\n\n q;;a"},
         {"[^\r][^;]*;", "ab;\n\nc;\nx;"},                // a start that takes a newline
+        {"[\r][^_]*_", "ab\rcd_\nxy\r_ q\nzz"},          // a start that is a carriage return
         {"[ ]*[a-z]*[,;]", "ab;\ncd,x y;"},              // two end values, the greater one first
         {"x[a-z]*[,;]", "xab(\nxcd; xy,\n(x) and more"}, // tail values apart in more than one bit
     };
