@@ -267,6 +267,7 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"[\r][^_]*_", "ab\rcd_\nxy\r_ q\nzz"},          // a start that is a carriage return
         {"[ ]*[a-z]*[,;]", "ab;\ncd,x y;"},              // two end values, the greater one first
         {"x[a-z]*[,;]", "xab(\nxcd; xy,\n(x) and more"}, // tail values apart in more than one bit
+        {"[ab][^b]*b", "xbyy\nb\nbxb\n"},                // starts that are stops
     };
     for (const auto &[pattern, text] : pieces)
         for (size_t end = 1; end <= std::strlen(text); ++end)
