@@ -268,6 +268,7 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"[ ]*[a-z]*[,;]", "ab;\ncd,x y;"},              // two end values, the greater one first
         {"x[a-z]*[,;]", "xab(\nxcd; xy,\n(x) and more"}, // tail values apart in more than one bit
         {"[ab][^b]*b", "xbyy\nb\nbxb\n"},                // starts that are stops
+        {"[^a][^\n]*\n", "x\ny\nz\n"},                   // so is every line end
     };
     for (const auto &[pattern, text] : pieces)
         for (size_t end = 1; end <= std::strlen(text); ++end)
