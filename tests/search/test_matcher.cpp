@@ -297,6 +297,8 @@ TEST(Matcher, ShortcutsChangeNothing)
         // The first byte of the window after the stuck one is where the path left its run: that window is
         // searched, and the match that begins in the next one is found.
         {"x[a-w]*x[a-z]*_q", "xaaaaaaaaaxaaaay" + std::string(54, 'b') + "xaaaaaaaaaxbbbbbbbbb_q"},
+        // No byte element 0 takes within reach, but a NUL: the window after the stuck one stops at its last byte.
+        {"[a-z][^_]*_", "a" + std::string(20, '-') + '\0' + std::string(100, '-') + "b_"},
     };
     for (const auto &[pattern, text] : longLines)
         for (const char *options : {"r", "rc"})
