@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <bitset>
 #include <cctype>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
@@ -182,12 +183,20 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
 // A read returns at most this many bytes, as from a kernel file (0: as
 // asked); below a window or above it.
 size_t s_readCap = 0;
+// Reads from this file position on fail, as a kernel file's may (-1: none).
+off_t s_readFailsFrom = -1;
 
 } // namespace
 
 // Stands in for the C library's read in this test program.
 extern "C" ssize_t read(int fd, void *buffer, size_t count)
 {
+    const off_t at = s_readFailsFrom >= 0 ? lseek(fd, 0, SEEK_CUR) : 0;
+    if (at >= s_readFailsFrom && s_readFailsFrom >= 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    count = s_readFailsFrom >= 0 ? std::min(count, static_cast<size_t>(s_readFailsFrom - at)) : count;
     return syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
 }
 
@@ -204,7 +213,8 @@ std::string modelFile(const std::string &content, const std::string &path)
     int64_t offset = 0, line = 0, total = 0;
     while (offset < static_cast<int64_t>(content.size())) {
         const size_t want = static_cast<size_t>(kModelWindow - carried);
-        const size_t got = std::min({want, s_readCap != 0 ? s_readCap : want, content.size() - readPos});
+        const size_t end = s_readFailsFrom >= 0 ? std::min(content.size(), size_t(s_readFailsFrom)) : content.size();
+        const size_t got = std::min({want, s_readCap != 0 ? s_readCap : want, end - readPos});
         if (got == 0)
             break;
         std::memcpy(buf + carried, content.data() + readPos, got);
@@ -311,6 +321,10 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     for (int i = 0; i < 2000; ++i)
         abLines += "ab\n";
     expectSame("r", "^[^_]*_", abLines + "_\n");
+    // A read that fails ends the file there, as its end would.
+    s_readFailsFrom = 7000;
+    expectSame("", "ab", std::string(6000, 'x') + "ab\n" + std::string(3000, 'x') + "ab\n");
+    s_readFailsFrom = -1;
 }
 
 TEST(ScannerModel, WindowEdges)
