@@ -298,7 +298,7 @@ TEST(Matcher, ShortcutsChangeNothing)
         // searched, and the match that begins in the next one is found.
         {"x[a-w]*x[a-z]*_q", "xaaaaaaaaaxaaaay" + std::string(54, 'b') + "xaaaaaaaaaxbbbbbbbbb_q"},
         // No byte element 0 takes within reach, but a NUL: the window after the stuck one stops at its last byte.
-        {"[a-z][^_]*_", "a" + std::string(20, '-') + '\0' + std::string(100, '-') + "b_"},
+        {"[a-z][^_]*_", std::string("a").append(20, '-').append(1, '\0').append(100, '-').append("b_")},
     };
     for (const auto &[pattern, text] : longLines)
         for (const char *options : {"r", "rc"})
