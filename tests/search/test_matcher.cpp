@@ -80,6 +80,8 @@ const Case kCases[] = {
     {"r", "s[a-z]*_t", "xx s_t\nyy sab_", "f (1): xx s_t\n", 1, 11, 1}, // so does a tail cut by its end
     // A star that takes every byte runs off every window.
     {"r", "x[^]*", "ax\nb", "", 0, 2, 0},
+    // A start, a star and its stop: the last pattern, searched below in an empty window too.
+    {"r", "[a-z][^_]*_", "ab_\n", "f (1): ab_\n", 1},
 };
 
 TEST(Matcher, ReportsCountsAndHowFarItGets)
