@@ -383,6 +383,7 @@ TEST(ScannerModel, WindowEdges)
         {"r", "[ae][^q]*q", cut},
         {"rb", "[ae][^q]*qz", refused},
         {"rbc", "[ae][a-z]*_q", atEnd},
+        {"rb", "[ab][^_]*_q", atEnd},
         {"r", "[ae][^q]*q", atCut},
         {"rw", "[ae][^q]*q", cut},
         {"r", "[ae][^q]*q", refused},
