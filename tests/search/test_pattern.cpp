@@ -63,6 +63,7 @@ const Case kCases[] = {
     {true, "[\\]]", 1, 0, "]", kFlagSingle},
     {true, "[\\-a]", 1, 0, "-a", kFlagSingle},
     {true, "[\\a]", 1, 0, "\\a", kFlagSingle}, // the backslash stays, the next byte is an item
+    {true, "[a-]", 1, 0, "-a", kFlagSingle},   // a '-' before the ']' is an item
     {true, "[\xf0-\xff]", 1, 0, byteRange(0xF0, 0xFF), kFlagSingle},
     {true, "\\**", 1, '*', "*", kFlagStar},
     {true, "\\~a*", 1, 0, "a", kFlagStar | kFlagNegated},
