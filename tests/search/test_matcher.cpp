@@ -340,6 +340,7 @@ TEST(Matcher, WorkGrowsLinearly)
         {"[ ]*[a-z]*$", ' ', "a", 512},
         {"[a-z][^_]*_", 'a', "_", 512},
         {"[a-z][^_]*_", 'a', " ", 512},
+        {"[^_][^_]*_", '\n', "_", 0}, // a first element that takes the newline
     };
     for (const Shape &shape : shapes) {
         int64_t steps[2];
