@@ -15,16 +15,6 @@
 
 namespace reference {
 
-inline char *find(char *hay, const char *needle)
-{
-    return std::strstr(hay, needle);
-}
-
-inline wchar_t *find(wchar_t *hay, const wchar_t *needle)
-{
-    return std::wcsstr(hay, needle);
-}
-
 // In-place replace that moves the whole rest of the text for each match.
 template <class Ch> size_t repInPlace(Ch *text, const Ch *rep, const Ch *pat, size_t maxCount, size_t maxLen)
 {
@@ -38,7 +28,11 @@ template <class Ch> size_t repInPlace(Ch *text, const Ch *rep, const Ch *pat, si
         return maxCount;
     Ch *searchFrom = text;
     for (size_t count = 0; count < maxCount; ++count) {
-        Ch *match = find(searchFrom, pat);
+        Ch *match = nullptr;
+        if constexpr (sizeof(Ch) == 1)
+            match = std::strstr(searchFrom, pat);
+        else
+            match = std::wcsstr(searchFrom, pat);
         if (!match)
             return count;
         const size_t tailLen = textLen - static_cast<size_t>(match - text);

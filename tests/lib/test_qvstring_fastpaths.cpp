@@ -39,12 +39,27 @@ std::vector<size_t> edgeOffsets(size_t len)
     return offsets;
 }
 
-std::wstring widen(const std::string &text)
+// Printable ASCII of len characters, the text the converters' pieces go in.
+template <class Ch> std::basic_string<Ch> asciiText(size_t len)
 {
-    std::wstring wide;
-    for (unsigned char byte : text)
-        wide.push_back(static_cast<wchar_t>(byte));
-    return wide;
+    std::basic_string<Ch> text;
+    for (size_t k = 0; k < len; ++k)
+        text += static_cast<Ch>('!' + k % 90);
+    return text;
+}
+
+// Destination sizes around a converted length: all of them in short texts.
+std::vector<size_t> sizesAround(size_t count, size_t len)
+{
+    std::vector<size_t> sizes = {0, 1, 2, count / 2, count + 2};
+    for (size_t size = len <= 70 ? 0 : count - 1; size <= count + 1; ++size)
+        sizes.push_back(size);
+    return sizes;
+}
+
+std::wstring widen(const std::string &ascii)
+{
+    return {ascii.begin(), ascii.end()};
 }
 
 // Runs of matches of every length with plain bytes between them, and near
@@ -71,15 +86,13 @@ void expectReplaceLikeReference(const std::basic_string<Ch> &text, const Ch *rep
     // Room for maxLen + 1, then a border that must stay as it is.
     const size_t room = std::max(maxLen, text.size()) + 1;
     Str fast = text + Ch(0) + Str(room - text.size() - 1 + 8, Ch('~')), slow = fast;
-    size_t made = 0, expected = 0;
-    if constexpr (sizeof(Ch) == 1) {
+    size_t made = 0;
+    if constexpr (sizeof(Ch) == 1)
         made = StrRep(fast.data(), rep, pat, maxCount, maxLen);
-        expected = reference::repInPlace(slow.data(), rep, pat, maxCount, maxLen);
-    } else {
+    else
         made = TcsRep(fast.data(), rep, pat, maxCount, maxLen);
-        expected = reference::repInPlace(slow.data(), rep, pat, maxCount, maxLen);
-    }
-    EXPECT_EQ(made, expected) << "maxCount " << maxCount << " maxLen " << maxLen;
+    EXPECT_EQ(made, reference::repInPlace(slow.data(), rep, pat, maxCount, maxLen))
+        << "maxCount " << maxCount << " maxLen " << maxLen;
     EXPECT_TRUE(fast == slow) << "maxCount " << maxCount << " maxLen " << maxLen;
 }
 
@@ -142,10 +155,7 @@ TEST(FastReplace, CaseInsensitiveAsByteByByte)
                 ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
             for (size_t len : {0, 1, 5, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 66, 80, 129}) {
                 for (size_t at = 0; at <= len; at += at < 20 || len - at < 20 ? 1 : 7) {
-                    std::string text = filler;
-                    while (text.size() < len)
-                        text += filler;
-                    text.resize(len);
+                    std::string text = (filler + filler).substr(0, len);
                     text.replace(at, 0, at % 2 ? upper : needle);
                     for (int caseSensitive = 0; caseSensitive < 2; ++caseSensitive) {
                         for (unsigned lineMode = 0; lineMode < 4; ++lineMode) {
@@ -176,27 +186,18 @@ TEST(FastReplace, CaseInsensitiveAsByteByByte)
 // same piece cut by the terminator; every destination size around the count.
 TEST(FastUtf8, DecodeAsByteByByte)
 {
-    const char *const pieces[] = {"\xC3\xA9",
-                                  "\xC3",
-                                  "\xE2\x82",
-                                  "\xE2\x82\xAC",
-                                  "\xF0\x9F\x98\x80",
-                                  "\xF0\x9F\x98",
-                                  "\xFF",
-                                  "\x80",
-                                  "\xC0\xAF",
-                                  "\xF8\x88\x80\x80\x80",
-                                  "\xC3\x28",
-                                  "\xEF\xBB\xBF",
-                                  "\xE0\x80\x80\xC2"};
+    // Overlong forms at the greatest value of a shorter length, leads past
+    // 0xF8, a stray continuation, the mark and texts that begin with part of
+    // it, and ASCII bytes grouped by eight between two wider characters.
     for (size_t len : edgeLengths()) {
-        std::string base;
-        for (size_t k = 0; k < len; ++k)
-            base += static_cast<char>('!' + k % 90);
-        for (const char *piece : pieces) {
+        const std::string base = asciiText<char>(len);
+        for (const char *piece : {"\xC3\xA9", "\xE2\x82", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xF0\x9F\x98", "\xFF",
+                                  "\x80", "\xBF", "\xC0\xAF", "\xF0\x8F\xBF\xBF", "\xF8\x88\x80\x80\x80",
+                                  "\xF9\x80\x80\x80\x80", "\xC3\x28", "\xEF\xBB\xBF", "\xEF\xBB", "\xEF\xBC\x81",
+                                  "\xE3\xBB\xBF", "\xE0\x80\x80\xC2", "\xC3\xA9xyz\xE2\x82\xAC"}) {
             for (size_t at : edgeOffsets(len)) {
                 const std::string text = base.substr(0, at) + piece + base.substr(at);
-                const char *src = text.c_str();
+                const char *src = text.c_str(), *body = text.starts_with("\xEF\xBB\xBF") ? src + 3 : src;
                 SCOPED_TRACE(::testing::PrintToString(text.substr(at > 8 ? at - 8 : 0, 16)) + " at " +
                              std::to_string(at) + " of " + std::to_string(text.size()));
                 int skipped = 0, expectedSkipped = 0;
@@ -204,13 +205,7 @@ TEST(FastUtf8, DecodeAsByteByByte)
                 ASSERT_EQ(UTF8_mbstowcs_skip(nullptr, src, 0, &skipped), count);
                 ASSERT_EQ(skipped, expectedSkipped);
                 ASSERT_EQ(A2T_len(src), count);
-                std::vector<size_t> sizes = {0, 1, 2, count / 2, count + 1, count + 2};
-                if (len <= 70)
-                    for (size_t size = 0; size <= count + 1; ++size)
-                        sizes.push_back(size);
-                else
-                    sizes.insert(sizes.end(), {count - 1, count});
-                for (size_t size : sizes) {
+                for (size_t size : sizesAround(count, len)) {
                     std::wstring fast(size + 4, L'#'), slow = fast;
                     ASSERT_EQ(UTF8_mbstowcs(fast.data(), src, size),
                               reference::decode(slow.data(), src, size, nullptr));
@@ -219,14 +214,12 @@ TEST(FastUtf8, DecodeAsByteByByte)
                         continue;
                     std::wstring copy(size + 4, L'#');
                     A2T_cpy(copy.data(), size, src);
-                    const char *body = text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? src + 3 : src;
                     slow.assign(size + 4, L'#');
                     slow[reference::decode(slow.data(), body, size - 1, nullptr)] = L'\0';
                     ASSERT_TRUE(copy == slow) << "A2T_cpy size " << size;
                 }
                 wchar_t *dup = A2T_dup(src);
                 std::wstring all(count + 1, L'#');
-                const char *body = text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? src + 3 : src;
                 all.resize(reference::decode(all.data(), body, count + 1, nullptr));
                 ASSERT_TRUE(dup != nullptr && all == dup);
                 std::free(dup);
@@ -235,18 +228,17 @@ TEST(FastUtf8, DecodeAsByteByByte)
     }
 }
 
-// ASCII with a wider character (or one whose bit 31 is set) at each offset;
-// every limit around the length, for the soft limit and the hard cut.
+// ASCII with a wider character (or one whose bit 31 is set) at each offset:
+// the greatest and least value of every length; every limit around the
+// length, for the soft limit and the hard cut.
 TEST(FastUtf8, EncodeAsCharacterByCharacter)
 {
-    const wchar_t pieces[] = {
-        0xE9,  0x20AC,    0x1F600,   static_cast<wchar_t>(0x80000041), static_cast<wchar_t>(0x80000000), 0x7F, 0x80,
-        0x7FF, 0x4000000, 0x7FFFFFFF};
     for (size_t len : edgeLengths()) {
-        std::wstring base;
-        for (size_t k = 0; k < len; ++k)
-            base += static_cast<wchar_t>('!' + k % 90);
-        for (wchar_t piece : pieces) {
+        const std::wstring base = asciiText<wchar_t>(len);
+        for (wchar_t piece : std::initializer_list<wchar_t>{
+                 0x7F, 0x80, 0x7FF, 0x800, 0xE9, 0xFFFF, 0x10000, 0x20AC, 0x1F600, 0x1FFFFF, 0x200000, 0x3FFFFFF,
+                 0x4000000, 0x7FFFFFFF, static_cast<wchar_t>(0x80000041), static_cast<wchar_t>(0x80000000),
+                 static_cast<wchar_t>(0xFFFFFFFF)}) {
             for (size_t at : edgeOffsets(len)) {
                 const std::wstring text = base.substr(0, at) + piece + base.substr(at);
                 const wchar_t *src = text.c_str();
@@ -255,13 +247,7 @@ TEST(FastUtf8, EncodeAsCharacterByCharacter)
                 const size_t bytes = reference::encode(nullptr, src, 0);
                 ASSERT_EQ(UTF8_wcstombs(nullptr, src, 0), bytes);
                 ASSERT_EQ(T2A_len(src), bytes);
-                std::vector<size_t> sizes = {0, 1, 2, bytes / 2, bytes + 1, bytes + 2};
-                if (len <= 70)
-                    for (size_t size = 0; size <= bytes + 1; ++size)
-                        sizes.push_back(size);
-                else
-                    sizes.insert(sizes.end(), {bytes - 1, bytes});
-                for (size_t size : sizes) {
+                for (size_t size : sizesAround(bytes, len)) {
                     std::string fast(size + 8, '#'), slow = fast;
                     ASSERT_EQ(UTF8_wcstombs(fast.data(), src, size), reference::encode(slow.data(), src, size));
                     ASSERT_EQ(fast, slow) << "size " << size;
