@@ -46,8 +46,7 @@ TEST(QvSystimCalendar, DayNumbersDatesAndTimesOfDay)
         EXPECT_EQ(dayOf(c.date), c.jdn) << ::testing::PrintToString(c.date);
         EXPECT_TRUE(!c.back || dateOf(c.jdn) == c.date) << c.jdn;
     }
-    EXPECT_EQ((std::vector{dateOf(18704895), dateOf(INT_MAX), dateOf(INT_MIN)}), // single precision gives out
-              (std::vector<Date>{{46500, 2, 29}, {5874898, 6, 3}, {-5884203, 3, 16}}));
+    EXPECT_EQ(dateOf(18704895), (Date{46500, 2, 29})); // single precision gives out
     GetDateFromJulian(2451545, nullptr, nullptr, nullptr);
     const struct {
         int jdn, weekday;
