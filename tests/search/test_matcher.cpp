@@ -62,6 +62,7 @@ const Case kCases[] = {
     // One report per line, numbered from 1; lines end at LF, CR or NUL.
     {"", "ab", "xx ab ab\nno\nab\n", "f (1): xx ab ab\nf (3): ab\n", 2, 15, 3}, // everything consumed
     {"", "ab", std::string("q\0ab\0z\n", 7), "f (1): ab\n", 1},
+    {"", "a", "a", "f (1): a\n", 1, 1, 0}, // a window of one byte
     // The most elements a pattern has, followed by the first one's byte.
     {"", "abcdefghijklmnopqrstuvwxyz012345", "x\nabcdefghijklmnopqrstuvwxyz012345a\n",
      "f (2): abcdefghijklmnopqrstuvwxyz012345a\n", 1},
