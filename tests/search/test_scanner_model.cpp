@@ -183,8 +183,12 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
 // A read returns at most this many bytes, as from a kernel file (0: as
 // asked); below a window or above it.
 size_t s_readCap = 0;
-// Reads from this file position on fail, as a kernel file's may (-1: none).
+// Reads from this file position on fail, as a kernel file's may (-1: none),
+// or give nothing, as those of a file cut short after it was opened.
 off_t s_readFailsFrom = -1;
+bool s_readEndsEarly = false;
+// Another program appends to the file after each read.
+bool s_appendWhileRead = false;
 
 } // namespace
 
@@ -194,10 +198,16 @@ extern "C" ssize_t read(int fd, void *buffer, size_t count)
     const off_t at = s_readFailsFrom >= 0 ? lseek(fd, 0, SEEK_CUR) : 0;
     if (at >= s_readFailsFrom && s_readFailsFrom >= 0) {
         errno = EINVAL;
-        return -1;
+        return s_readEndsEarly ? 0 : -1;
     }
     count = s_readFailsFrom >= 0 ? std::min(count, static_cast<size_t>(s_readFailsFrom - at)) : count;
-    return syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
+    const auto got = syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
+    if (s_appendWhileRead && got > 0) {
+        const int writer = open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_WRONLY | O_APPEND);
+        EXPECT_EQ(write(writer, "ab\n", 3), 3);
+        close(writer);
+    }
+    return got;
 }
 
 namespace {
@@ -321,10 +331,16 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     for (int i = 0; i < 2000; ++i)
         abLines += "ab\n";
     expectSame("r", "^[^_]*_", abLines + "_\n");
-    // A read that fails ends the file there, as its end would.
-    s_readFailsFrom = 7000;
-    expectSame("", "ab", std::string(6000, 'x') + "ab\n" + std::string(3000, 'x') + "ab\n");
+    // A read that fails or gives nothing ends the file there, as its end would.
+    for (const bool endsEarly : {false, true}) {
+        s_readFailsFrom = 7000, s_readEndsEarly = endsEarly;
+        expectSame("", "ab", std::string(6000, 'x') + "ab\n" + std::string(3000, 'x') + "ab\n");
+    }
     s_readFailsFrom = -1;
+    // What is appended after the open is not searched: the size taken then ends the file.
+    s_appendWhileRead = true;
+    expectSame("", "ab", std::string(6000, 'x') + "ab\n");
+    s_appendWhileRead = false;
 }
 
 TEST(ScannerModel, WindowEdges)
