@@ -14,9 +14,13 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <random>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -409,6 +413,38 @@ TEST(ScannerModel, WindowEdges)
     // A newline just before the cut's first place does not cut the window, one at it does.
     for (size_t newline : {4800, 4801})
         expectSame("b", "needle", std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
+}
+
+// A name the kernel's caches lack (most of /proc's are made when asked for)
+// is opened the usual way; so is every name where openat2 is refused, as an
+// older kernel (ENOSYS) or one without the cached lookup (EINVAL) refuses it.
+TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
+{
+    CacheProbe probe;
+    const int fd = OpenFileAt(AT_FDCWD, "/proc/version", &probe);
+    EXPECT_TRUE(fd >= 0 && (probe.unsupported || !probe.cached));
+    close(fd);
+    for (const int error : {ENOSYS, EINVAL}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            sock_filter filter[] = {
+                BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)),
+                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+            };
+            const sock_fprog program{static_cast<unsigned short>(std::size(filter)), filter};
+            CacheProbe refused;
+            _exit(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                          prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0 &&
+                          OpenFileAt(AT_FDCWD, "/proc/version", &refused) >= 0 && refused.unsupported
+                      ? 0
+                      : 1);
+        }
+        int status = 1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << strerror(error);
+    }
 }
 
 } // namespace
