@@ -8,6 +8,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "capture.h"
@@ -81,6 +82,9 @@ const Case kCases[] = {
     {"r", "s[a-z]*_t", "xx s_t\nyy sab_", "f (1): xx s_t\n", 1, 11, 1}, // so does a tail cut by its end
     // A star that takes every byte runs off every window.
     {"r", "x[^]*", "ax\nb", "", 0, 2, 0},
+    // Byte 255 lies beyond the compiler's table length: a pattern prepared after one that takes it must not.
+    {"r", "[\xf0-\xff]", "\xff\n", "f (1): \xff\n", 1},
+    {"r", "[bc]", "\xff\n", "", 0},
     // A start, a star and its stop: the last pattern, searched below in an empty window too.
     {"r", "[a-z][^_]*_", "ab_\n", "f (1): ab_\n", 1},
 };
@@ -119,14 +123,6 @@ TEST(Matcher, LineNumbersReadAsTheyCount)
         ReportLine(*batch, number, line, 1, 0);
     ReportFlush(*batch);
     EXPECT_EQ(capture.take(), "f (99999999): x\nf (100000000): x\nf (100000001): x\n");
-}
-
-// Byte 255 lies beyond the compiler's table length: a pattern prepared
-// after one that takes it must not take it too.
-TEST(Matcher, EachPatternStartsFromAClearTable)
-{
-    EXPECT_EQ(runSearch("r", "[\xf0-\xff]", "\xff\n").found, 1);
-    EXPECT_EQ(runSearch("r", "[bc]", "\xff\n").found, 0);
 }
 
 // A random -r pattern of up to six elements: first elements that accept one,
@@ -313,15 +309,10 @@ TEST(Matcher, ShortcutsChangeNothing)
 // worked, also for a text searched in windows that move on by one byte.
 TEST(Matcher, WorkGrowsLinearly)
 {
-    struct Shape {
-        const char *pattern;
-        char fill;        // the window is this byte...
-        const char *last; // ...but for its last ones
-        int window;       // searched in windows of this size (0: one window)
-    };
-    // The last two fail two bytes before the window's end after a long run,
-    // where only the failed paths kept from earlier attempts stop the runs.
-    const Shape shapes[] = {
+    // A pattern over a window of `fill` bytes but for its `last` ones, searched in windows of `window` bytes (0: one
+    // window). The last two fail two bytes before the window's end after a long run, where only the failed paths
+    // kept from earlier attempts stop the runs.
+    const std::tuple<const char *, char, const char *, int> shapes[] = {
         {"[a-z]*_q", 'a', " ", 0},
         {"[^\"]*\"q", 'a', "\"", 0},
         {"x[a-z]*_q", 'x', " ", 0},
@@ -343,17 +334,16 @@ TEST(Matcher, WorkGrowsLinearly)
         {"[a-z][^_]*_", 'a', " ", 512},
         {"[^_][^_]*_", '\n', "_", 0}, // a first element that takes the newline
     };
-    for (const Shape &shape : shapes) {
+    for (const auto &[shape, fill, last, window] : shapes) {
         int64_t steps[2];
         for (int size : {2048, 4096}) {
-            std::string pattern = shape.pattern;
+            std::string pattern = shape;
             PreparePattern(pattern.data(), 1, 0, &s_pattern);
-            std::string text(static_cast<size_t>(size) - std::strlen(shape.last), shape.fill);
-            text += shape.last;
-            steps[size / 4096] = searchWindows(text, shape.window > 0 ? shape.window : size, true, 0, nullptr).steps;
-            EXPECT_LE(steps[size / 4096], 4 * s_pattern.count * size) << shape.pattern << " over " << size;
+            const std::string text = std::string(static_cast<size_t>(size) - std::strlen(last), fill) + last;
+            steps[size / 4096] = searchWindows(text, window > 0 ? window : size, true, 0, nullptr).steps;
+            EXPECT_LE(steps[size / 4096], 4 * s_pattern.count * size) << shape << " over " << size;
         }
-        EXPECT_LE(steps[1], 2 * steps[0] + 64) << shape.pattern;
+        EXPECT_LE(steps[1], 2 * steps[0] + 64) << shape;
     }
 }
 
