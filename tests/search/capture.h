@@ -8,14 +8,6 @@
 
 class StdoutCapture {
 public:
-    StdoutCapture()
-    {
-        fflush(stdout);
-        testing::internal::CaptureStdout();
-    }
-    std::string take()
-    {
-        fflush(stdout);
-        return testing::internal::GetCapturedStdout();
-    }
+    StdoutCapture() { fflush(stdout), testing::internal::CaptureStdout(); }
+    std::string take() { return fflush(stdout), testing::internal::GetCapturedStdout(); }
 };

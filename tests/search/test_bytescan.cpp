@@ -1,6 +1,5 @@
-// Bulk byte primitives against plain loops, over spans of every length up
-// to a few blocks and at every alignment, so that each block size's main
-// loop and its tail are met.
+// Bulk byte primitives against plain loops, over spans of every length up to a few blocks and at every alignment, so
+// that each block size's main loop and its tail are met.
 #include "bytescan.h"
 
 #include <gtest/gtest.h>
@@ -13,8 +12,7 @@ namespace {
 
 using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
 
-// ClassifyWindow's forms that this processor can run: each must give the
-// same bits.
+// ClassifyWindow's forms that this processor can run: each must give the same bits.
 std::vector<Classify> classifyForms()
 {
     std::vector<Classify> forms{ClassifyWindowPortable};
@@ -63,8 +61,8 @@ TEST(ByteScan, AgreesWithPlainLoops)
         ASSERT_EQ(FindBytePair(span, len, 0, 'b', 'a', offset, '\n', 'b'), pair) << round;
         ASSERT_EQ(FindBytePair(span, len, offset, '\n', 'b', 0, 'b', 'a'), pair) << round;
         ASSERT_EQ(CountNewlines(span, len), static_cast<int64_t>(lines)) << round;
-        // The window-bounded forms may read any byte of the window, and no
-        // other: the window is a heap block of its own size.
+        // The window-bounded forms may read any byte of the window, and no other: the window is a heap block of its own
+        // size.
         const std::vector<unsigned char> window(span, span + len);
         const size_t from = len ? random() % len : 0, to = from + random() % (std::min<size_t>(len - from, 24) + 1);
         const size_t inSpan = static_cast<size_t>(std::count(span + from, span + to, '\n'));
@@ -72,8 +70,7 @@ TEST(ByteScan, AgreesWithPlainLoops)
             std::find_if(span + from, span + len, [](unsigned char b) { return b == '\n' || b == '\r' || b == 0; });
         ASSERT_EQ(CountNewlinesIn(window.data(), len, from, to), static_cast<int64_t>(inSpan)) << round;
         ASSERT_EQ(FindLineDelimiterIn(window.data(), len, from), static_cast<size_t>(delimiter - span)) << round;
-        // The classes as bits, and the walks over them, from every form
-        // this processor can run.
+        // The classes as bits, and the walks over them, from every form this processor can run.
         for (const Classify classify : classifyForms()) {
             // Two ranges, the third repeating the first; or three, two of them alike.
             const auto third = static_cast<unsigned char>(round % 2 ? 'a' : 'b');
@@ -100,8 +97,7 @@ TEST(ByteScan, AgreesWithPlainLoops)
             }
             for (size_t word = 0; word <= (len + 63) / 64; ++word)
                 ASSERT_EQ(bits.newlinesBefore[word], std::count(span, span + std::min(len, 64 * word), '\n')) << round;
-            // Letters in both cases, as a case-blind search asks for them,
-            // and one stop value.
+            // Letters in both cases, as a case-blind search asks for them, and one stop value.
             std::vector<unsigned char> capitals(window);
             for (unsigned char &byte : capitals)
                 byte = byte == 'b' && random() % 2 ? 'B' : byte;

@@ -1,5 +1,4 @@
-// The matcher over single buffers: what it reports, what it counts, how far
-// it gets and where the line counter stands.
+// The matcher over single buffers: what it reports, what it counts, how far it gets and where the line counter stands.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,12 +33,10 @@ struct Search {
     int64_t offset = 0, line = 0, steps = 0; // bytes consumed, newlines counted, states worked (with a MatchState)
 };
 
-// The pattern the searches below run with, prepared as the command line
-// prepares it.
+// The pattern the searches below run with, prepared as the command line prepares it.
 CompiledPattern s_pattern;
 
-// Prepares the pattern and searches text once, as one window alone; plain:
-// without the shortcuts.
+// Prepares the pattern and searches text once, as one window alone; plain: without the shortcuts.
 Search runSearch(const std::string &options, std::string pattern, const std::string &text, const char *name = "f",
                  bool plain = false)
 {
@@ -57,8 +54,8 @@ Search runSearch(const std::string &options, std::string pattern, const std::str
     return s;
 }
 
-// Words, case, '^', '$', '*', '+' as the first element, sets and "\\~" are
-// the scanner model's to decide: its own matcher meets them in random text.
+// Words, case, '^', '$', '*', '+' as the first element, sets and "\\~" are the scanner model's to decide: its own
+// matcher meets them in random text.
 const Case kCases[] = {
     // One report per line, numbered from 1; lines end at LF, CR or NUL.
     {"", "ab", "xx ab ab\nno\nab\n", "f (1): xx ab ab\nf (3): ab\n", 2, 15, 3}, // everything consumed
@@ -103,9 +100,8 @@ TEST(Matcher, ReportsCountsAndHowFarItGets)
     EXPECT_TRUE(offset == 7 && line == 3);
 }
 
-// Line numbers are put from the last one's digits when they grow by less
-// than 100: every carry, and every way back to a full conversion. From 10^8
-// on, a report takes its way out of line.
+// Line numbers are put from the last one's digits when they grow by less than 100: every carry, and every way back to a
+// full conversion. From 10^8 on, a report takes its way out of line.
 TEST(Matcher, LineNumbersReadAsTheyCount)
 {
     const auto batch = std::make_unique<ReportBatch>(); // its line and digits at 0
@@ -125,9 +121,8 @@ TEST(Matcher, LineNumbersReadAsTheyCount)
     EXPECT_EQ(capture.take(), "f (99999999): x\nf (100000000): x\nf (100000001): x\n");
 }
 
-// A random -r pattern of up to six elements: first elements that accept one,
-// two, three or many bytes, sets with 'z', negated sets, escapes, '.', '$',
-// and '*' or '+' after any element that takes one.
+// A random -r pattern of up to six elements: first elements that accept one, two, three or many bytes, sets with 'z',
+// negated sets, escapes, '.', '$', and '*' or '+' after any element that takes one.
 std::string randomPattern(std::mt19937 &rng)
 {
     const char *elements[] = {"s",    "a",     "_",    "[ab]", "[sz]", "[a-z]", "[xyz]",
@@ -148,8 +143,7 @@ std::string randomPattern(std::mt19937 &rng)
     return pattern;
 }
 
-// Random text over a small alphabet, at times with long runs of one byte
-// and without any newline.
+// Random text over a small alphabet, at times with long runs of one byte and without any newline.
 std::string randomText(std::mt19937 &rng, size_t size)
 {
     const std::string alphabet = rng() % 3 ? "sab_zZxS .\n\r" : "sabzx_";
@@ -162,10 +156,9 @@ std::string randomText(std::mt19937 &rng, size_t size)
     return text;
 }
 
-// Searches text as the scanner does, in windows of at most `window` bytes
-// that carry what was not consumed (a window that consumed nothing moves on
-// by one byte); with a MatchState per text, passing over the windows it
-// can tell, or alone window by window.
+// Searches text as the scanner does, in windows of at most `window` bytes that carry what was not consumed (a window
+// that consumed nothing moves on by one byte); with a MatchState per text, passing over the windows it can tell, or
+// alone window by window.
 Search searchWindows(const std::string &text, int window, bool keepState, int matchWord, const char *name = "f",
                      bool plain = false)
 {
@@ -208,12 +201,10 @@ Search searchWindows(const std::string &text, int window, bool keepState, int ma
     return s;
 }
 
-// The shortcuts (skipping scans, remembered and carried paths) must give
-// exactly what the plain attempt-by-attempt search gives: reports, count,
-// bytes consumed and lines counted, over single windows and over texts
-// searched window by window. The skip scans decide only starts that cannot
-// run off the window: texts made of a pattern's own pieces are also cut at
-// every end (whether the search stops at an attempt or goes on).
+// The shortcuts (skipping scans, remembered and carried paths) must give exactly what the plain attempt-by-attempt
+// search gives: reports, count, bytes consumed and lines counted, over single windows and over texts searched window by
+// window. The skip scans decide only starts that cannot run off the window: texts made of a pattern's own pieces are
+// also cut at every end (whether the search stops at an attempt or goes on).
 TEST(Matcher, ShortcutsChangeNothing)
 {
     auto expectSame = [](const std::string &options, const std::string &pattern, const std::string &text,
@@ -228,19 +219,19 @@ TEST(Matcher, ShortcutsChangeNothing)
             ASSERT_TRUE(got->out == want->out && got->found == want->found && got->offset == want->offset &&
                         got->line == want->line)
                 << context;
-        // A pattern planned to never match is not searched at all by the
-        // scanner: the plain search must find nothing with it.
+        // A pattern planned to never match is not searched at all by the scanner: the plain search must find nothing
+        // with it.
         ASSERT_TRUE(!s_pattern.plan.neverMatches || (plain.found == 0 && plainWindows.found == 0)) << context;
     };
     const char *fixed[] = {"s[a-z]*_t", "s[^_]*_t", "s[a-z]*\\~_b", "^[ ]*s", "s[ab]*st", "ab_", "[ab]_s", "sa",
                            "sa[a-z]*_$", "[sz][a-z]*_s", "\\~ [a-z]*_$", "[xyz]a[^_]*_b", "sa_[^s]*s$", "[^s]a*\\~_z$",
                            ".s[ab]*_", "_[ab]*_", "_s[a]*_s",
-                           // A frequent first element with rarer bytes after it, runs that
-                           // end at a line end, bracketed runs, patterns that never match.
+                           // A frequent first element with rarer bytes after it, runs that end at a line end, bracketed
+                           // runs, patterns that never match.
                            "[sa]ab_[ ]*[a-z]*", "[sx]_z[ ]*s", "[ ]*$", "[ ]*_$", "s*[ ]*_", "[a-z][^ ]*_", "_[^_]*_",
                            "[a-z][^ ]*[a-z]", "sa[ ]+b", "s[^ ]*\\~ ", "[sa]*\\:",
-                           // A start, a star that refuses one or two values, one of them: every start
-                           // before the next such value matches up to it.
+                           // A start, a star that refuses one or two values, one of them: every start before the next
+                           // such value matches up to it.
                            "[a-z][^_]*_", "[ab][^s]*s", "[sa][^ ]*[ _]", "[a-z][^\n]*\n", "[^ab][^_]*_", "[a-z][^_ ]*_",
                            "[a-z][^_ ]* "};
     std::mt19937 rng(7);
@@ -273,9 +264,8 @@ TEST(Matcher, ShortcutsChangeNothing)
         for (size_t end = 1; end <= std::strlen(text); ++end)
             for (const char *options : {"r", "rb", "rc"})
                 expectSame(options, pattern, std::string(text, end), false);
-    // Lines longer than many windows, where windows that consume nothing,
-    // or stop at the next first byte, follow one another: the path carried
-    // through them may leave its run element before it runs off.
+    // Lines longer than many windows, where windows that consume nothing, or stop at the next first byte, follow one
+    // another: the path carried through them may leave its run element before it runs off.
     const std::string letters = [] {
         std::string text;
         for (int i = 0; i < 400; ++i)
@@ -293,8 +283,8 @@ TEST(Matcher, ShortcutsChangeNothing)
         {"[ab][^_]*_", "  " + letters + "\n_ \n" + letters},
         {"a[b]*x[a-z]*_", "abbbx" + letters},
         {"[a-z_]s*_[a-z]*q", "xss_" + letters},
-        // The first byte of the window after the stuck one is where the path left its run: that window is
-        // searched, and the match that begins in the next one is found.
+        // The first byte of the window after the stuck one is where the path left its run: that window is searched, and
+        // the match that begins in the next one is found.
         {"x[a-w]*x[a-z]*_q", "xaaaaaaaaaxaaaay" + std::string(54, 'b') + "xaaaaaaaaaxbbbbbbbbb_q"},
         // No byte element 0 takes within reach, but a NUL: the window after the stuck one stops at its last byte.
         {"[a-z][^_]*_", std::string("a").append(20, '-').append(1, '\0').append(100, '-').append("b_")},
@@ -304,35 +294,22 @@ TEST(Matcher, ShortcutsChangeNothing)
             expectSame(options, pattern, text, true);
 }
 
-// The work stays linear in the window's size on windows where every start
-// makes a long attempt: doubling the window at most doubles the states
-// worked, also for a text searched in windows that move on by one byte.
+// The work stays linear in the window's size on windows where every start makes a long attempt: doubling the window at
+// most doubles the states worked, also for a text searched in windows that move on by one byte.
 TEST(Matcher, WorkGrowsLinearly)
 {
     // A pattern over a window of `fill` bytes but for its `last` ones, searched in windows of `window` bytes (0: one
-    // window). The last two fail two bytes before the window's end after a long run, where only the failed paths
-    // kept from earlier attempts stop the runs.
+    // window). Those with "[0-9]*" fail two bytes before the window's end after a long run, where only the failed
+    // paths kept from earlier attempts stop the runs. From "[ab]aa[a-z]*[ ]*" on: heads looked for by their rarest
+    // bytes, starts passed over by the bytes their leading elements take; the last has a first element that takes
+    // the newline.
     const std::tuple<const char *, char, const char *, int> shapes[] = {
-        {"[a-z]*_q", 'a', " ", 0},
-        {"[^\"]*\"q", 'a', "\"", 0},
-        {"x[a-z]*_q", 'x', " ", 0},
-        {"[a-z]+_", 'a', " ", 0},
-        {"a[a-z]*[a-z]*_", 'a', " ", 0},
-        {"[^ ]*_t ", 'q', " ", 0},
-        {"[a-z]*_q", 'a', "a", 512},
-        {"x[a-z]*_q", 'x', "x", 512},
-        {"[^\"]*\"q", 'a', "\"", 512},
-        {"[a-z]+x", 'a', "a", 512},
-        {"a[a-z]*[0-9]*q", 'a', "  ", 0},
-        {"[a-z]*[0-9]*q", 'a', "  ", 0},
-        // Heads looked for by their rarest bytes, starts passed over by the
-        // bytes their leading elements take.
-        {"[ab]aa[a-z]*[ ]*", 'a', " ", 0},
-        {"[ ]*$", ' ', "x", 0},
-        {"[ ]*[a-z]*$", ' ', "a", 512},
-        {"[a-z][^_]*_", 'a', "_", 512},
-        {"[a-z][^_]*_", 'a', " ", 512},
-        {"[^_][^_]*_", '\n', "_", 0}, // a first element that takes the newline
+        {"[a-z]*_q", 'a', " ", 0},         {"[^\"]*\"q", 'a', "\"", 0},      {"x[a-z]*_q", 'x', " ", 0},
+        {"[a-z]+_", 'a', " ", 0},          {"a[a-z]*[a-z]*_", 'a', " ", 0},  {"[^ ]*_t ", 'q', " ", 0},
+        {"[a-z]*_q", 'a', "a", 512},       {"x[a-z]*_q", 'x', "x", 512},     {"[^\"]*\"q", 'a', "\"", 512},
+        {"[a-z]+x", 'a', "a", 512},        {"a[a-z]*[0-9]*q", 'a', "  ", 0}, {"[a-z]*[0-9]*q", 'a', "  ", 0},
+        {"[ab]aa[a-z]*[ ]*", 'a', " ", 0}, {"[ ]*$", ' ', "x", 0},           {"[ ]*[a-z]*$", ' ', "a", 512},
+        {"[a-z][^_]*_", 'a', "_", 512},    {"[a-z][^_]*_", 'a', " ", 512},   {"[^_][^_]*_", '\n', "_", 0},
     };
     for (const auto &[shape, fill, last, window] : shapes) {
         int64_t steps[2];

@@ -89,8 +89,7 @@ TEST(Pattern, CompilesElementZeroAndCount)
     }
 }
 
-// '$' makes a CR and a LF element; 'a' and fifteen '$' make 31 elements, and
-// one more '$' keeps only its CR.
+// '$' makes a CR and a LF element; 'a' and fifteen '$' make 31 elements, and one more '$' keeps only its CR.
 TEST(Pattern, DollarMakesTwoElementsUnlessItWouldNeedA33rd)
 {
     Compiled c = compile("a" + std::string(16, '$'), true);

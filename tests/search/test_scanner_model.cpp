@@ -1,10 +1,7 @@
-// The file scanner against a model of the plain design it must reproduce
-// byte for byte: 5120-byte reads into one buffer, the cut after a newline,
-// the folded copy for printing, a matcher that scans byte by byte over the
-// folded text, and the carry of what it did not consume. The real scanner
-// reads large chunks, widens the pattern instead of folding, counts lines
-// lazily and keeps no second copy; random files and patterns must give the
-// same output from both.
+// The file scanner against a model of the plain design it must reproduce byte for byte: 5120-byte reads into one
+// buffer, the cut after a newline, the folded copy for printing, a matcher that scans byte by byte over the folded
+// text, and the carry of what it did not consume. The real scanner reads large chunks, widens the pattern instead of
+// folding, counts lines lazily and keeps no second copy; random files and patterns must give the same output from both.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,13 +31,12 @@ namespace {
 
 // ---- the model ----
 
-// The window and its cut as the design gives them, written down here again
-// so that a change to the scanner's own constants shows.
+// The window and its cut as the design gives them, written down here again so that a change to the scanner's own
+// constants shows.
 constexpr int kModelWindow = 5120, kModelCutFrom = 4801;
 
-// The model's own reading of the pattern, for the syntax its cases use:
-// plain text; under -r '.', '^', '$', sets with ranges and '^', the
-// suffixes '*' and '+', "\\~" refusing the next byte, "\\(" ignored.
+// The model's own reading of the pattern, for the syntax its cases use: plain text; under -r '.', '^', '$', sets with
+// ranges and '^', the suffixes '*' and '+', "\\~" refusing the next byte, "\\(" ignored.
 enum class Kind { One, Star, Plus, Maybe };
 struct Element {
     std::bitset<256> accepts; // before refusal
@@ -93,8 +89,8 @@ void modelRead(const std::string &text, bool regExp)
     }
 }
 
-// One attempt from element k at pos. A refused '+' fails the attempt: past
-// the first element it never matches, and as the first it is one byte.
+// One attempt from element k at pos. A refused '+' fails the attempt: past the first element it never matches, and as
+// the first it is one byte.
 enum class Step { Success, Fail, RanOut };
 Step modelAttempt(const unsigned char *buf, int len, int pos, size_t k, int *end)
 {
@@ -177,11 +173,10 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
     return reports;
 }
 
-// A read returns at most this many bytes, as from a kernel file (0: as
-// asked); below a window or above it.
+// A read returns at most this many bytes, as from a kernel file (0: as asked); below a window or above it.
 size_t s_readCap = 0;
-// Reads from this file position on fail, as a kernel file's may (-1: none),
-// or give nothing, as those of a file cut short after it was opened.
+// Reads from this file position on fail, as a kernel file's may (-1: none), or give nothing, as those of a file cut
+// short after it was opened.
 off_t s_readFailsFrom = -1;
 bool s_readEndsEarly = false;
 // Another program appends to the file after each read.
@@ -209,8 +204,7 @@ extern "C" ssize_t read(int fd, void *buffer, size_t count)
 
 namespace {
 
-// The plain design over a whole file: one read per window, the cut, the
-// folded copy, the carry.
+// The plain design over a whole file: one read per window, the cut, the folded copy, the carry.
 std::string modelFile(const std::string &content, const std::string &path)
 {
     unsigned char buf[kModelWindow], copy[kModelWindow];
@@ -251,8 +245,7 @@ std::string modelFile(const std::string &content, const std::string &path)
 
 // ---- driving both ----
 
-// Option letters: r regular expression, b binary, c case-sensitive, w
-// word, f file names only.
+// Option letters: r regular expression, b binary, c case-sensitive, w word, f file names only.
 void expectSame(const std::string &options, std::string pattern, const std::string &content)
 {
     auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
@@ -281,8 +274,8 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
 TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
 {
     std::mt19937 rng(20261122);
-    // Few letters so that matches and near-matches are frequent; the newline
-    // weight decides between short lines and lines longer than a window.
+    // Few letters so that matches and near-matches are frequent; the newline weight decides between short lines and
+    // lines longer than a window.
     const std::string shortLines = "abAB_ \n\n\r\x01\xe9", longLines = "abcABC_-.";
     const char *plainPatterns[] = {"ab", "a", "Ab", "bA", "ab_", "\n", "aaa", "b b"};
     const char *regExpPatterns[] = {
@@ -304,8 +297,8 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
         expectSame(options, pattern, content);
         s_readCap = 0;
     }
-    // A first byte every 100 bytes of one long line: the windows passed over hop from one to the next until
-    // the window cut at the line's end holds the end of their match; that window is searched, from its start.
+    // A first byte every 100 bytes of one long line: the windows passed over hop from one to the next until the window
+    // cut at the line's end holds the end of their match; that window is searched, from its start.
     std::string hops(9999, 'a');
     for (size_t at = 0; at < hops.size(); at += 100)
         hops[at] = 'x';
@@ -336,14 +329,12 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
 
 TEST(ScannerModel, WindowEdges)
 {
-    // A line longer than a window with a candidate at the window's end: the
-    // carried bytes were folded by the window that searched them. An attempt
-    // from the window's first byte that runs off its end consumes nothing:
-    // the window moves on by one byte without the offset. A run of such
-    // windows ends at the first that holds what decides the attempt (a match,
-    // a refused byte, the file's end); a newline past the cut point shortens
-    // some of them; mixed case shows the folded carried bytes. The last five
-    // have a first element of one byte: each window stops at the next byte it takes.
+    // A line longer than a window with a candidate at the window's end: the carried bytes were folded by the window
+    // that searched them. An attempt from the window's first byte that runs off its end consumes nothing: the window
+    // moves on by one byte without the offset. A run of such windows ends at the first that holds what decides the
+    // attempt (a match, a refused byte, the file's end); a newline past the cut point shortens some of them; mixed case
+    // shows the folded carried bytes. Where element 0 takes one byte ("[ab]", "[ae]"), each window stops at the next
+    // byte it takes.
     std::string letters;
     for (int i = 0; i < 12000; ++i)
         letters += "abcdEFGH"[i % 8];
@@ -351,19 +342,18 @@ TEST(ScannerModel, WindowEdges)
     const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
     const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
     const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
-    // Passed over after the window at the 'a': the next window has its newline exactly at its cut point and so
-    // ends there; the line after it is printed from its start, not from its 'e'.
+    // Passed over after the window at the 'a': the next window has its newline exactly at its cut point and so ends
+    // there; the line after it is printed from its start, not from its 'e'.
     std::string atCut(1, 'a');
     atCut.append(4801, 'x').append("\n").append(100, 'y').append("e").append(296, 'y').append("q\n");
-    // Newlines a first-byte scan passes are counted late: a window that
-    // ends in a first byte that fails in the next one lies between the
-    // windows whose newlines wait, and must not be counted twice.
+    // Newlines a first-byte scan passes are counted late: a window that ends in a first byte that fails in the next one
+    // lies between the windows whose newlines wait, and must not be counted twice.
     std::string tenLines;
     for (int i = 0; i < 912; ++i)
         tenLines += "xxxxxxxxx\n";
     const std::string lateLines = tenLines + std::string(1117, 'x') + "zebX\n" + tenLines + "zebra\n";
-    // Lines of first bytes only: each window passed over one at a time
-    // starts at a byte element 0 takes, consumes nothing and moves on by one.
+    // Lines of first bytes only: each window passed over one at a time starts at a byte element 0 takes, consumes
+    // nothing and moves on by one.
     std::string firstBytes;
     for (int i = 0; i < 4; ++i)
         firstBytes += std::string(2000, 'a') + "\n";
@@ -391,10 +381,9 @@ TEST(ScannerModel, WindowEdges)
         expectSame("b", "needle", std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
 }
 
-// A name the kernel's caches lack (most of /proc's are made when asked for)
-// is opened the usual way; so is every name where openat2 is refused, as an
-// older kernel (ENOSYS) or one without the cached lookup (EINVAL) refuses it:
-// a child's filter refuses it here.
+// A name the kernel's caches lack (most of /proc's are made when asked for) is opened the usual way; so is every name
+// where openat2 is refused, as an older kernel (ENOSYS) or one without the cached lookup (EINVAL) refuses it: a child's
+// filter refuses it here.
 TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
 {
     for (const unsigned error : {0, ENOSYS, EINVAL}) {
