@@ -120,9 +120,9 @@ TEST(ByteScan, AgreesWithPlainLoops)
 TEST(ByteScan, FoldCapitalsChangesOnlyAToZInTheSpan)
 {
     for (const bool inBlocks : {false, true})
-        for (const size_t at : {0, 1, 17})
+        for (const size_t at : {0, 1, 17, 70}) // at 70, the 'Z' lies in the last bytes after the blocks
             for (const size_t len : {0, 5, 16, 31, 300}) {
-                std::vector<unsigned char> text(336);
+                std::vector<unsigned char> text(400);
                 for (size_t i = 0; i < text.size(); ++i)
                     text[i] = static_cast<unsigned char>(i * 7); // every byte value
                 const std::vector<unsigned char> before = text;
