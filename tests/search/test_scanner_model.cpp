@@ -271,6 +271,21 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
     ASSERT_EQ(capture.take(), want) << "pattern '" << folded << "' options " << options << " size " << content.size();
 }
 
+// What -l counts in a file of the given content.
+int64_t countedLines(const std::string &content)
+{
+    const std::string path = testing::TempDir() + "fyndle-lines-" + std::to_string(getpid()) + ".txt";
+    std::ofstream(path, std::ios::binary) << content;
+    OrderedOutput output;
+    OutputSink sink(output);
+    FileSearcher searcher(nullptr, sink, output.FailedFlag());
+    g_fCountLines = 1;
+    const int64_t lines = ScanOpenFile(searcher, OpenFileAt(AT_FDCWD, path.c_str()), path.c_str());
+    g_fCountLines = 0;
+    std::remove(path.c_str());
+    return lines;
+}
+
 TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
 {
     std::mt19937 rng(20261122);
@@ -310,15 +325,19 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     // Starts in a range of letters in both cases and a third range: the lines' classified walk keeps all three.
     expectSame("r", "[ab~][^_]*_", "zz~zz_\nzzbz_\nzz~_\n");
     expectSame("rc", "[a-cA-B][^_]*_", "zzCzz_\nzzbz_\n"); // not the same letters in both cases
+    // The stuck path fails at the next first byte, just past a window without one: that window is searched, and the
+    // match from the byte after it found.
+    expectSame("r", "x[a-w]*_q", "x" + std::string(5120, 'a') + "xab_q\n");
     // The first byte is the newline: a window passed over would stop after one, uncounted.
     std::string abLines;
     for (int i = 0; i < 2000; ++i)
         abLines += "ab\n";
     expectSame("r", "^[^_]*_", abLines + "_\n");
-    // A read that fails or gives nothing ends the file there, as its end would.
+    // A read that fails or gives nothing ends the file there, as its end would; under -l too.
     for (const bool endsEarly : {false, true}) {
         s_readFailsFrom = 7000, s_readEndsEarly = endsEarly;
         expectSame("", "ab", std::string(6000, 'x') + "ab\n" + std::string(3000, 'x') + "ab\n");
+        EXPECT_EQ(countedLines(std::string(8000, '\n')), 7000);
     }
     s_readFailsFrom = -1;
     // What is appended after the open is not searched: the size taken then ends the file.
