@@ -114,9 +114,22 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
                 g_stdinClosed = false;
             }
             if (deep.levels == 1500) {
+                // Beside it, a folder at some level whose path is exactly 4096 bytes: one
+                // more than a system call takes.
+                const size_t level = (4096 - 6 - tree.root().size()) / 4;
+                std::string ups, exact = tree.root();
+                for (size_t i = 0; i < deep.levels - level; ++i)
+                    ups += "../";
+                for (size_t i = 0; i < level; ++i)
+                    exact += "/ddd";
+                const std::string name(4096 - 1 - exact.size(), 'n');
+                const std::string made = "/proc/self/fd/" + std::to_string(bottom) + "/" + ups + name;
+                ASSERT_EQ(mkdir(made.c_str(), 0755), 0) << std::strerror(errno);
+                std::ofstream(made + "/f.txt") << "needle\n";
                 const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
                 ASSERT_EQ(fchdir(bottom), 0);
-                const RunResult r = runFyndle({"needle", "./../ddd"}), missing = runFyndle({"needle", "../missing"});
+                const RunResult r = runFyndle({"needle", "./../ddd"}), missing = runFyndle({"needle", "../missing"}),
+                                longest = runFyndle({"needle", ups + name});
                 EXPECT_EQ(fchdir(here), 0);
                 close(here);
                 const size_t at = want.find("/bottom.txt"), begin = want.rfind('\n', at) + 1;
@@ -125,6 +138,8 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
                                      summary(1, 1, 1));
                 const std::string above = want.substr(begin, want.rfind('/', at - 1) - begin);
                 EXPECT_EQ(missing.out, kBanner + searching("needle") + expand(above + "/missing not found\n", tree));
+                EXPECT_EQ(longest.out, kBanner + searching("needle") + exact + "/" + name + "/f.txt (1): needle\n" +
+                                           summary(1, 1, 1));
             }
         }
         close(bottom); // the tree's own removal reaches past the path limit
