@@ -114,6 +114,15 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
                 g_stdinClosed = false;
             }
             if (deep.levels == 1500) {
+                // Below a name that changes in wide text, whose changed name is a link to it, every
+                // folder's files are listed through its changed path, opened a piece at a time.
+                ASSERT_EQ(mkdir(tree.path("w\xff").c_str(), 0755) + symlink("w\xff", tree.path("w").c_str()), 0);
+                ASSERT_EQ(rename(tree.path("ddd").c_str(), tree.path("w\xff/ddd").c_str()), 0);
+                std::string below = want;
+                for (size_t at = below.find('@'); at != std::string::npos; at = below.find('@', at + 1))
+                    below.insert(at + 1, "/w\xff");
+                check(tree, {"-s", "needle", "@/w\xff"}, searching("needle") + below + summary(found, found, found));
+                ASSERT_EQ(rename(tree.path("w\xff/ddd").c_str(), tree.path("ddd").c_str()), 0);
                 // Beside it, a folder at some level whose path is exactly 4096 bytes: one
                 // more than a system call takes.
                 const size_t level = (4096 - 6 - tree.root().size()) / 4;
