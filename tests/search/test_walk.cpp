@@ -190,7 +190,8 @@ int chain(int dirFd, int levels)
 // Under an open-file limit of 64, on one thread and on many: 500 files in
 // one folder; a chain 2,000 levels deep with a side folder and a file at
 // every level; levels closed for the budget that are opened again, with
-// many subfolders of their own below them.
+// many subfolders of their own below them, whose folders hold more files
+// than one claim takes.
 TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
 {
     Tree wide, deep, reopened;
@@ -203,8 +204,9 @@ TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
         mkdirat(reopened.fd(), top.c_str(), 0755);
         const int topFd = openat(reopened.fd(), top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         reopenedFiles += chain(topFd, 80);
-        for (int j = 0; j < 6; ++j, ++reopenedFiles)
-            put(topFd, std::string("w").append(std::to_string(j)).append("/x/y/f.txt"), "needle\n");
+        for (int j = 0; j < 60; ++j, ++reopenedFiles)
+            put(topFd, std::string("w").append(std::to_string(j % 6)).append("/x/y/f").append(std::to_string(j)),
+                "needle\n");
         close(topFd);
     }
     const struct {
