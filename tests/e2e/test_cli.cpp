@@ -110,38 +110,4 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
     }
 }
 
-// A relative path of exactly `length` bytes: folders of 200 bytes, then the
-// file's name.
-std::string nameOfLength(size_t length)
-{
-    std::string name;
-    while (length - name.size() > 201)
-        name.append(200, 'd').append(1, '/');
-    return name.append(length - name.size(), 'f');
-}
-
-// Messages are formatted in a 512-byte buffer, and a longer one again at its
-// length: the -f line ("path : 1 occurrence.") and the -v line ("File  :
-// path") of 511, 512 and 513 bytes, newline included, each keep their
-// newline, and the runs their whole output.
-TEST(Fyndle, MessagesAroundTheFormattingBuffer)
-{
-    const struct {
-        size_t aroundPath; // bytes of the line besides the path
-        size_t length;     // of the whole line
-    } cases[] = {{17, 511}, {17, 512}, {17, 513}, {9, 511}, {9, 512}, {9, 513}};
-    for (const auto &c : cases) {
-        TempTree tree;
-        const std::string name = nameOfLength(c.length - c.aroundPath - tree.root().size() - 1);
-        tree.file(name, "k\n");
-        std::string want = "Searching for \"k\" from \"@\" in files \"(null)\"\nTrying: @: 0 files found\n";
-        for (size_t slash = name.find('/'); slash != std::string::npos; slash = name.find('/', slash + 1))
-            want += "Trying: @/" + name.substr(0, slash) +
-                    (name.find('/', slash + 1) == std::string::npos ? ": 1" : ": 0") + " files found\n";
-        want += "File  : @/" + name + "\n@/" + name + " : 1 occurrence.\n" + summary(1, 1, 1);
-        SCOPED_TRACE(c.length);
-        check(tree, {"-s", "-v", "-f", "k", "@"}, want);
-    }
-}
-
 } // namespace
