@@ -6,11 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <tuple>
 #include <random>
 #include <string>
 #include <sys/resource.h>
@@ -27,49 +27,29 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A folder tree in memory where it can be, removed with everything in it.
-class Tree {
-public:
-    Tree()
+// A folder tree in memory where it can be, removed with everything in it
+// (by rm, which goes beyond the system's path limit).
+struct Tree {
+    Tree() : root((fs::exists("/dev/shm") ? "/dev/shm" : fs::temp_directory_path().string()) + "/fyndle-walk-XXXXXX")
     {
-        std::string pattern = (fs::exists("/dev/shm") ? std::string("/dev/shm") : fs::temp_directory_path().string()) +
-                              "/fyndle-walk-XXXXXX";
-        root_ = mkdtemp(pattern.data()) ? pattern : "";
-        fd_ = open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        mkdtemp(root.data());
+        fd = open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     }
     ~Tree()
     {
-        close(fd_);
-        std::error_code ignored;
-        fs::remove_all(root_, ignored);
-        if (fs::exists(root_, ignored)) // paths beyond the system's limit
-            (void)!std::system(("rm -rf '" + root_ + "'").c_str());
+        close(fd);
+        (void)!std::system(("rm -rf '" + root + "'").c_str());
     }
-    const std::string &root() const { return root_; }
-    int fd() const { return fd_; }
-
-private:
-    std::string root_;
-    int fd_;
+    std::string root;
+    int fd;
 };
 
 // Writes name (and its missing folders) below the folder open as dirFd.
 void put(int dirFd, const std::string &name, const std::string &content)
 {
-    const size_t slash = name.rfind('/');
-    if (slash != std::string::npos) {
-        std::string folders;
-        for (size_t at = 0; at <= slash;) {
-            const size_t next = name.find('/', at);
-            folders = name.substr(0, next);
-            mkdirat(dirFd, folders.c_str(), 0755);
-            at = next + 1;
-        }
-    }
-    const int fd = openat(dirFd, name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    ASSERT_GE(fd, 0) << name << ": " << std::strerror(errno);
-    ASSERT_EQ(write(fd, content.data(), content.size()), static_cast<ssize_t>(content.size()));
-    close(fd);
+    const fs::path path = "/proc/self/fd/" + std::to_string(dirFd) + "/" + name;
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
 }
 
 // Lowers the open-file limit of this process for a while.
@@ -120,9 +100,9 @@ Outcome allThreadCounts(const std::string &options, const std::string &pattern, 
     for (int threads : {8, 16, 8, 16, 8, 16}) {
         const Outcome many = search(threads, options, pattern, folder, masks);
         EXPECT_TRUE(many.out == one.out) << threads << " threads, options '" << options << "': output differs";
-        EXPECT_EQ(many.counts.count, one.counts.count) << threads << " threads, options " << options;
-        EXPECT_EQ(many.counts.files, one.counts.files) << threads << " threads, options " << options;
-        EXPECT_EQ(many.counts.filesTried, one.counts.filesTried) << threads << " threads, options " << options;
+        EXPECT_EQ(std::tie(many.counts.count, many.counts.files, many.counts.filesTried),
+                  std::tie(one.counts.count, one.counts.files, one.counts.filesTried))
+            << threads << " threads, options " << options;
     }
     return one;
 }
@@ -141,28 +121,23 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
         huge += line % 40 == 0 ? "a needle in the hay \n" : "only hay in this line\n";
         matches += line % 40 == 0;
     }
-    put(tree.fd(), "huge.txt", huge);
+    put(tree.fd, "huge.txt", huge);
     for (int i = 0; i < 3000; ++i) {
         std::string tiny;
         const int lines = static_cast<int>(random() % 30);
         for (int line = 0; line < lines; ++line)
-            tiny.append(line % 3 ? "Needle " : "hay\n")
-                .append(line % 3 ? std::to_string(i) : "")
-                .append(line % 3 ? "\n" : "");
+            tiny += line % 3 ? "Needle " + std::to_string(i) + "\n" : "hay\n";
         matches += lines - (lines + 2) / 3, files += lines > 1;
-        std::string name = "d";
-        name.append(std::to_string(i % 40)).append("/e").append(std::to_string(i % 3)).append("/t");
-        put(tree.fd(), name.append(std::to_string(i)), tiny);
+        put(tree.fd, "d" + std::to_string(i % 40) + "/e" + std::to_string(i % 3) + "/t" + std::to_string(i), tiny);
     }
-    const Outcome plain = allThreadCounts("", "needle", tree.root());
-    EXPECT_EQ(plain.counts.count, matches);
-    EXPECT_EQ(plain.counts.files, files);
-    EXPECT_EQ(plain.counts.filesTried, 3001);
-    allThreadCounts("v", "needle", tree.root());
-    allThreadCounts("bw", "NEEDLE", tree.root(), "t1*;t2*;huge*");
-    allThreadCounts("fc", "Needle", tree.root());
-    allThreadCounts("r", "n[a-z]*e [0-9]*", tree.root());
-    EXPECT_EQ(allThreadCounts("lv", "", tree.root()).counts.filesTried, 3001);
+    const Outcome plain = allThreadCounts("", "needle", tree.root);
+    EXPECT_EQ(std::tie(plain.counts.count, plain.counts.files, plain.counts.filesTried),
+              std::make_tuple(matches, files, int64_t{3001}));
+    allThreadCounts("v", "needle", tree.root);
+    allThreadCounts("bw", "NEEDLE", tree.root, "t1*;t2*;huge*");
+    allThreadCounts("fc", "Needle", tree.root);
+    allThreadCounts("r", "n[a-z]*e [0-9]*", tree.root);
+    EXPECT_EQ(allThreadCounts("lv", "", tree.root).counts.filesTried, 3001);
 }
 
 // A chain of `levels` folders "d" below dirFd, made by descriptor so that
@@ -174,7 +149,6 @@ int chain(int dirFd, int levels)
     int fd = dup(dirFd), made = 0;
     for (int level = 0; level < levels && fd >= 0; ++level) {
         mkdirat(fd, "d", 0755);
-        mkdirat(fd, "side", 0755);
         put(fd, "side/side.txt", "needle\n");
         put(fd, "level.txt", "needle\n");
         made += 2;
@@ -196,17 +170,16 @@ TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
 {
     Tree wide, deep, reopened;
     for (int i = 0; i < 500; ++i)
-        put(wide.fd(), std::string("f").append(std::to_string(i)).append(".txt"), "needle\n");
-    const int deepFiles = chain(deep.fd(), 2000);
+        put(wide.fd, "f" + std::to_string(i) + ".txt", "needle\n");
+    const int deepFiles = chain(deep.fd, 2000);
     int reopenedFiles = 0;
     for (int i = 0; i < 12; ++i) {
-        const std::string top = std::string("s").append(std::to_string(i));
-        mkdirat(reopened.fd(), top.c_str(), 0755);
-        const int topFd = openat(reopened.fd(), top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const std::string top = "s" + std::to_string(i);
+        mkdirat(reopened.fd, top.c_str(), 0755);
+        const int topFd = openat(reopened.fd, top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         reopenedFiles += chain(topFd, 80);
         for (int j = 0; j < 60; ++j, ++reopenedFiles)
-            put(topFd, std::string("w").append(std::to_string(j % 6)).append("/x/y/f").append(std::to_string(j)),
-                "needle\n");
+            put(topFd, "w" + std::to_string(j % 6) + "/x/y/f" + std::to_string(j), "needle\n");
         close(topFd);
     }
     const struct {
@@ -214,35 +187,26 @@ TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
         int files;
     } cases[] = {{wide, 500}, {deep, deepFiles}, {reopened, reopenedFiles}};
     for (const auto &c : cases) {
-        const Outcome unlimited = search(1, "", "needle", c.tree.root());
+        const Outcome unlimited = search(1, "", "needle", c.tree.root);
         ASSERT_EQ(unlimited.counts.files, c.files);
         ScopedFileLimit limit(64);
         for (int threads : {1, 2, 16}) {
-            const Outcome limited = search(threads, "", "needle", c.tree.root());
+            const Outcome limited = search(threads, "", "needle", c.tree.root);
             EXPECT_TRUE(limited.out == unlimited.out) << c.files << " files, " << threads << " threads";
             EXPECT_EQ(limited.counts.files, c.files) << threads << " threads";
         }
     }
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true; // their shadow memory cannot live under an address-space limit
-#else
-constexpr bool kSanitized = false;
-#endif
-
 // The process's mapped size now, in bytes.
 size_t mappedBytes()
 {
-    FILE *status = fopen("/proc/self/status", "r");
-    char line[256];
-    size_t kib = 0;
-    while (status != nullptr && fgets(line, sizeof line, status) != nullptr)
-        if (std::sscanf(line, "VmSize: %zu kB", &kib) == 1)
-            break;
-    if (status != nullptr)
-        fclose(status);
-    return kib * 1024;
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmSize:", 0) == 0)
+            return std::stoul(line.substr(7)) * 1024;
+    return 0;
 }
 
 // Threads whose stacks or buffers cannot be had are done without: under an
@@ -250,18 +214,18 @@ size_t mappedBytes()
 // still gives the whole one-thread output.
 TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
 {
-    if (kSanitized)
-        GTEST_SKIP() << "skipped: a sanitized build cannot run under an address-space limit";
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "skipped: a sanitizer's shadow memory cannot live under an address-space limit";
+#endif
     Tree tree;
     for (int i = 0; i < 300; ++i)
-        put(tree.fd(), std::string("d").append(std::to_string(i % 7)).append("/f").append(std::to_string(i)),
-            "a needle\n");
-    const Outcome one = search(1, "", "needle", tree.root());
+        put(tree.fd, "d" + std::to_string(i % 7) + "/f" + std::to_string(i), "a needle\n");
+    const Outcome one = search(1, "", "needle", tree.root);
     rlimit saved{};
     getrlimit(RLIMIT_AS, &saved);
     const rlimit lowered{mappedBytes() + (16 << 20), saved.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &lowered), 0);
-    const Outcome many = search(15, "", "needle", tree.root());
+    const Outcome many = search(15, "", "needle", tree.root);
     setrlimit(RLIMIT_AS, &saved);
     EXPECT_TRUE(many.out == one.out);
     EXPECT_EQ(many.counts.files, 300);
