@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,8 @@ inline std::string g_stdoutTo;               // when not empty, standard output 
 inline size_t g_readAtMost = SIZE_MAX;       // the output pipe is closed once it holds this many bytes
 inline std::function<void()> g_whileStalled; // when set, called once the output has gone unread for g_stallMillis
 inline int g_stallMillis = 500;
-inline bool g_stdinClosed = false; // standard input closed: the run's first descriptor is 0
+inline bool g_stdinClosed = false;              // standard input closed: the run's first descriptor is 0
+inline std::pair<int, uint64_t> g_limit{-1, 0}; // a resource (RLIMIT_...) whose soft limit is lowered, and to what
 RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds = 60);
 
 // A temporary folder that removes itself with everything in it.

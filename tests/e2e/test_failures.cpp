@@ -83,13 +83,11 @@ TEST(Failures, OpenFileLimitLowestAndOneBelow)
     tree.file("a/b/c/d0/x\xff/f", "needle\n");
     const RunResult whole = runFyndle({"-s", "needle", tree.root()});
     ASSERT_NE(whole.out.find(summary(40, 40, 40)), std::string::npos);
-    const std::string binary = g_binary;
-    g_binary = "/bin/sh";
-    const RunResult lowest =
-        bothWays({"-c", "ulimit -n 9 && exec \"$0\" \"$@\"", binary, "-s", "needle", tree.root()}, 20);
-    g_runOnOneCpu = true;
-    const RunResult below = runFyndle({"-c", "ulimit -n 8 && exec \"$0\" \"$@\"", binary, "-s", "needle", tree.root()});
-    g_runOnOneCpu = false, g_binary = binary;
+    g_limit = {RLIMIT_NOFILE, 9};
+    const RunResult lowest = bothWays({"-s", "needle", tree.root()}, 20);
+    g_limit.second = 8, g_runOnOneCpu = true;
+    const RunResult below = runFyndle({"-s", "needle", tree.root()});
+    g_limit = {-1, 0}, g_runOnOneCpu = false;
     EXPECT_EQ(lowest.out, whole.out);
     EXPECT_EQ(below.exitCode, 2);
     EXPECT_EQ(below.out, "");
@@ -212,11 +210,9 @@ TEST(Failures, FolderMovedOrSwappedWhileClosed)
             for (const std::string &name : sides)
                 tree.file("a/" + name + "/stranger.txt", "needle of a stranger\n");
         };
-        const std::string binary = g_binary;
-        g_binary = "/bin/sh", g_runOnOneCpu = true;
-        const RunResult r =
-            runFyndle({"-c", "ulimit -n 12 && exec \"$0\" \"$@\"", binary, "-s", "needle", tree.root()});
-        g_binary = binary, g_runOnOneCpu = false, g_whileStalled = nullptr;
+        g_limit = {RLIMIT_NOFILE, 12}, g_runOnOneCpu = true;
+        const RunResult r = runFyndle({"-s", "needle", tree.root()});
+        g_limit = {-1, 0}, g_runOnOneCpu = false, g_whileStalled = nullptr;
         EXPECT_EQ(r.exitCode, 0);
         EXPECT_EQ(r.err, "");
         EXPECT_EQ(r.out.find("stranger"), std::string::npos);

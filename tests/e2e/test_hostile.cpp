@@ -20,19 +20,6 @@
 
 namespace {
 
-// Lowers a soft resource limit for the fyndle runs started meanwhile.
-struct ScopedLimit {
-    int resource;
-    rlimit saved{};
-    ScopedLimit(int which, rlim_t soft) : resource(which)
-    {
-        getrlimit(resource, &saved);
-        const rlimit lowered{std::min(saved.rlim_max, soft), saved.rlim_max};
-        setrlimit(resource, &lowered);
-    }
-    ~ScopedLimit() { setrlimit(resource, &saved); }
-};
-
 // A chain of `levels` folders `name` below the root, built by descriptor so
 // that no long path is needed, with bottom.txt at the bottom; every
 // sideEvery levels, `sides` folders side (side0, side1, ... when more than
@@ -106,7 +93,10 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
         const int bottom = buildChain(tree, deep.levels, deep.name, deep.sideEvery, deep.sides, &want, &found);
         ASSERT_GE(bottom, 0);
         {
-            ScopedLimit limit(deep.resource, deep.limit);
+            g_limit = {deep.resource, deep.limit};
+            struct Unlimited {
+                ~Unlimited() { g_limit = {-1, 0}; }
+            } unlimited; // also after an assertion's early return
             check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found), 0, 300);
             if (deep.sides > 1) { // descriptor 0 is a folder's like any other
                 g_stdinClosed = true;
