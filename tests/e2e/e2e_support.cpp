@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <dirent.h>
@@ -15,24 +16,9 @@
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-
-// Pins the calling process to the first CPU it may run on; false if it cannot.
-static bool pinToOneCpu()
-{
-    cpu_set_t allowed;
-    if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)
-        return false;
-    int first = 0;
-    while (!CPU_ISSET(first, &allowed))
-        ++first;
-    CPU_ZERO(&allowed);
-    CPU_SET(first, &allowed);
-    return sched_setaffinity(0, sizeof allowed, &allowed) == 0;
-}
 
 RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
 {
@@ -57,7 +43,14 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
         }
         if (g_runAsUser >= 0 && (setgroups(0, nullptr) != 0 || setgid(g_runAsUser) != 0 || setuid(g_runAsUser) != 0))
             _exit(125);
-        if (g_runOnOneCpu && !pinToOneCpu())
+        cpu_set_t cpus;
+        int first = 0; // pinned to the first CPU it may run on
+        if (g_runOnOneCpu && sched_getaffinity(0, sizeof cpus, &cpus) == 0)
+            while (!CPU_ISSET(first, &cpus))
+                ++first;
+        CPU_ZERO(&cpus);
+        CPU_SET(first, &cpus);
+        if (g_runOnOneCpu && sched_setaffinity(0, sizeof cpus, &cpus) != 0)
             _exit(124);
         std::vector<char *> argv{const_cast<char *>(g_binary.c_str())};
         for (const std::string &arg : args)
@@ -73,8 +66,7 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
     }
     RunResult result;
     std::string *into[2] = {&result.out, &result.err};
-    timespec start, now;
-    clock_gettime(CLOCK_MONOTONIC, &start);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
     while (pipes[0][0] >= 0 || pipes[1][0] >= 0) { // a closed end is -1, which poll skips
         pollfd fds[2] = {{pipes[0][0], POLLIN, 0}, {pipes[1][0], POLLIN, 0}};
         if (poll(fds, 2, 200) > 0) {
@@ -89,8 +81,7 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
                     close(pipes[i][0]), pipes[i][0] = -1;
             }
         }
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        if (now.tv_sec - start.tv_sec > timeoutSeconds) {
+        if (std::chrono::steady_clock::now() > deadline) {
             kill(child, SIGKILL);
             result.err += "[killed: time limit]";
             break;
@@ -123,11 +114,9 @@ TempTree::~TempTree()
 
 void TempTree::file(const std::string &rel, const std::string &content) const
 {
-    fs::path full = path(rel);
+    const fs::path full = path(rel);
     fs::create_directories(full.parent_path());
-    std::ofstream out(full, std::ios::binary | std::ios::trunc);
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    if (!out)
+    if (!(std::ofstream(full, std::ios::binary) << content))
         throw std::runtime_error("cannot write " + full.string());
 }
 
