@@ -15,13 +15,12 @@ struct RunResult {
 
 // Runs fyndle with args, standard input on /dev/null, killed after
 // timeoutSeconds. These settings change how:
-inline std::string g_binary = FYNDLE_BINARY; // the binary it runs
-inline int g_runAsUser = -1;                 // when not negative, as this user and group
-inline bool g_runOnOneCpu = false;           // pinned to the first CPU allowed, so that it searches without threads
-inline std::string g_stdoutTo;               // when not empty, standard output goes to this file
-inline size_t g_readAtMost = SIZE_MAX;       // the output pipe is closed once it holds this many bytes
-inline std::function<void()> g_whileStalled; // when set, called once the output has gone unread for g_stallMillis
-inline int g_stallMillis = 500;
+inline std::string g_binary = FYNDLE_BINARY;    // the binary it runs
+inline int g_runAsUser = -1;                    // when not negative, as this user and group
+inline bool g_runOnOneCpu = false;              // pinned to the first CPU allowed, so that it searches without threads
+inline std::string g_stdoutTo;                  // when not empty, standard output goes to this file
+inline size_t g_readAtMost = SIZE_MAX;          // the output pipe is closed once it holds this many bytes
+inline std::function<void()> g_whileStalled;    // when set, called once the output has gone unread for 0.5 s
 inline bool g_stdinClosed = false;              // standard input closed: the run's first descriptor is 0
 inline std::pair<int, uint64_t> g_limit{-1, 0}; // a resource (RLIMIT_...) whose soft limit is lowered, and to what
 RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds = 60);

@@ -30,7 +30,7 @@ void manyMatches(const TempTree &tree)
     for (int i = 0; i < 2000; ++i)
         content += "needle " + std::to_string(i) + "\n";
     for (int i = 0; i < 30; ++i)
-        tree.file("d" + std::to_string(i % 3) + "/f" + std::to_string(i), content);
+        tree.file(std::string("d") + std::to_string(i % 3) + "/f" + std::to_string(i), content);
 }
 
 // Output that cannot be written ends the run alike on one CPU and on all: a
@@ -70,7 +70,7 @@ TEST(Failures, OpenFileLimitLowestAndOneBelow)
 {
     TempTree tree;
     for (int i = 0; i < 40; ++i)
-        tree.file("a/b/c/d" + std::to_string(i % 4) + "/f" + std::to_string(i), "needle\n");
+        tree.file(std::string("a/b/c/d") + std::to_string(i % 4) + "/f" + std::to_string(i), "needle\n");
     // A name that changes in wide text takes two descriptors more to list,
     // while its folder holds one: all of the walk's share (its files come
     // from "d0/x", which is not there).
@@ -101,7 +101,7 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
         first += "needle in the first file\n";
     constexpr int kFiles = 4000;
     for (int i = 0; i < kFiles; ++i)
-        tree.file("f" + std::to_string(i), "needle\n");
+        tree.file(std::string("f") + std::to_string(i), "needle\n");
     for (int round = 0; round < 4; ++round) {
         const bool countLines = round > 1, oneCpu = round % 2 == 0;
         // Listed anew each round: where a folder lists its newest entries

@@ -36,9 +36,6 @@ int buildChain(const TempTree &tree, int levels, const std::string &name, int si
     std::vector<std::string> sideNames;
     for (int side = 0; side < sides; ++side)
         sideNames.push_back(sides == 1 ? "side" : "side" + std::to_string(side));
-    auto isSide = [&](const std::string &entry) {
-        return std::find(sideNames.begin(), sideNames.end(), entry) != sideNames.end();
-    };
     for (int level = 0; level < levels && fd >= 0; ++level) {
         const std::string here = "/proc/self/fd/" + std::to_string(fd);
         const bool side = level > 0 && level % sideEvery == 0, sideFirst = level / sideEvery % 2 == 0;
@@ -55,7 +52,7 @@ int buildChain(const TempTree &tree, int levels, const std::string &name, int si
             std::string upHere;
             for (const std::string &entry : listed(here)) {
                 chainMet = chainMet || entry == name;
-                if (isSide(entry))
+                if (entry != name) // a side: the levels hold nothing else
                     (chainMet ? upHere : down) += path + "/" + entry + "/side.txt (1): needle\n";
             }
             up = upHere + up;
@@ -117,10 +114,8 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
                 // more than a system call takes.
                 const size_t level = (4096 - 6 - tree.root().size()) / 4;
                 std::string ups, exact = tree.root();
-                for (size_t i = 0; i < deep.levels - level; ++i)
-                    ups += "../";
-                for (size_t i = 0; i < level; ++i)
-                    exact += "/ddd";
+                for (size_t i = 0; i < static_cast<size_t>(deep.levels); ++i)
+                    (i < level ? exact : ups) += i < level ? "/ddd" : "../";
                 const std::string name(4096 - 1 - exact.size(), 'n');
                 const std::string made = "/proc/self/fd/" + std::to_string(bottom) + "/" + ups + name;
                 ASSERT_EQ(mkdir(made.c_str(), 0755), 0) << std::strerror(errno);

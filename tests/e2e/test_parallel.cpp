@@ -16,7 +16,7 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
 {
     TempTree tree("/dev/shm"); // thousands of files: in memory where there is room
     std::mt19937 random(20261123);
-    int64_t matches = 0, matchingFiles = 0, lines = 0;
+    int matches = 0, matchingFiles = 0, lines = 0;
     constexpr int kFiles = 3000;
     for (int i = 0; i < kFiles; ++i) {
         // Most files small, some beyond a read chunk, a few empty.
@@ -26,18 +26,16 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
         int found = 0;
         for (int line = 0; line < lineCount; ++line) {
             const bool hit = random() % static_cast<unsigned>(every) == 0;
-            content += hit ? "some needle text " : "plain text line ", content += std::to_string(line) + '\n';
+            content += (hit ? "some needle text " : "plain text line ") + std::to_string(line) + '\n';
             found += hit;
         }
         matches += found, matchingFiles += found > 0, lines += lineCount;
-        std::string name = "d";
-        name += std::to_string(i % 7), name += "/s", name += std::to_string(i % 5);
-        name += "/f", name += std::to_string(i), name += ".txt";
-        tree.file(name, content);
+        tree.file(std::string("d") + std::to_string(i % 7) + "/s" + std::to_string(i % 5) + "/f" + std::to_string(i) +
+                      ".txt",
+                  content);
     }
     const RunResult plain = bothWays({"-s", "needle", tree.root()});
-    EXPECT_NE(plain.out.find(summary(static_cast<int>(matches), static_cast<int>(matchingFiles), kFiles)),
-              std::string::npos);
+    EXPECT_NE(plain.out.find(summary(matches, matchingFiles, kFiles)), std::string::npos);
     bothWays({"-s", "-v", "-f", "needle", tree.root()});
     bothWays({"-s", "-b", "-w", "NEEDLE", tree.root(), "*1.txt;*3.txt"});
     const RunResult counted = bothWays({"-s", "-l", tree.root()});

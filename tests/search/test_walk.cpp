@@ -128,7 +128,8 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
         for (int line = 0; line < lines; ++line)
             tiny += line % 3 ? "Needle " + std::to_string(i) + "\n" : "hay\n";
         matches += lines - (lines + 2) / 3, files += lines > 1;
-        put(tree.fd, "d" + std::to_string(i % 40) + "/e" + std::to_string(i % 3) + "/t" + std::to_string(i), tiny);
+        put(tree.fd,
+            std::string("d") + std::to_string(i % 40) + "/e" + std::to_string(i % 3) + "/t" + std::to_string(i), tiny);
     }
     const Outcome plain = allThreadCounts("", "needle", tree.root);
     EXPECT_EQ(std::tie(plain.counts.count, plain.counts.files, plain.counts.filesTried),
@@ -170,16 +171,16 @@ TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
 {
     Tree wide, deep, reopened;
     for (int i = 0; i < 500; ++i)
-        put(wide.fd, "f" + std::to_string(i) + ".txt", "needle\n");
+        put(wide.fd, std::string("f").append(std::to_string(i)).append(".txt"), "needle\n");
     const int deepFiles = chain(deep.fd, 2000);
     int reopenedFiles = 0;
     for (int i = 0; i < 12; ++i) {
-        const std::string top = "s" + std::to_string(i);
+        const std::string top = std::string("s") + std::to_string(i);
         mkdirat(reopened.fd, top.c_str(), 0755);
         const int topFd = openat(reopened.fd, top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         reopenedFiles += chain(topFd, 80);
         for (int j = 0; j < 60; ++j, ++reopenedFiles)
-            put(topFd, "w" + std::to_string(j % 6) + "/x/y/f" + std::to_string(j), "needle\n");
+            put(topFd, std::string("w") + std::to_string(j % 6) + "/x/y/f" + std::to_string(j), "needle\n");
         close(topFd);
     }
     const struct {
@@ -219,7 +220,7 @@ TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
 #endif
     Tree tree;
     for (int i = 0; i < 300; ++i)
-        put(tree.fd, "d" + std::to_string(i % 7) + "/f" + std::to_string(i), "a needle\n");
+        put(tree.fd, std::string("d") + std::to_string(i % 7) + "/f" + std::to_string(i), "a needle\n");
     const Outcome one = search(1, "", "needle", tree.root);
     rlimit saved{};
     getrlimit(RLIMIT_AS, &saved);
