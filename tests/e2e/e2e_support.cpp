@@ -5,7 +5,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -123,12 +122,9 @@ void TempTree::file(const std::string &rel, const std::string &content) const
 std::vector<std::string> listed(const std::string &folder)
 {
     std::vector<std::string> names;
-    DIR *dir = opendir(folder.c_str());
-    while (const dirent *entry = dir ? readdir(dir) : nullptr)
-        if (entry->d_name[0] != '.')
-            names.emplace_back(entry->d_name);
-    if (dir)
-        closedir(dir);
+    for (const fs::directory_entry &entry : fs::directory_iterator(folder))
+        if (const std::string name = entry.path().filename(); name[0] != '.')
+            names.push_back(name);
     return names;
 }
 
