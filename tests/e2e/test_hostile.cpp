@@ -89,52 +89,49 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
         int found = 0;
         const int bottom = buildChain(tree, deep.levels, deep.name, deep.sideEvery, deep.sides, &want, &found);
         ASSERT_GE(bottom, 0);
-        {
-            g_limit = {deep.resource, deep.limit};
-            struct Unlimited {
-                ~Unlimited() { g_limit = {-1, 0}; }
-            } unlimited; // also after an assertion's early return
-            check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found), 0, 300);
-            if (deep.sides > 1) { // descriptor 0 is a folder's like any other
-                g_stdinClosed = true;
-                check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found));
-                g_stdinClosed = false;
-            }
-            if (deep.levels == 1500) {
-                // Below a name that changes in wide text, whose changed name is a link to it, every
-                // folder's files are listed through its changed path, opened a piece at a time.
-                ASSERT_EQ(mkdir(tree.path("w\xff").c_str(), 0755) + symlink("w\xff", tree.path("w").c_str()), 0);
-                ASSERT_EQ(rename(tree.path("ddd").c_str(), tree.path("w\xff/ddd").c_str()), 0);
-                std::string below = want;
-                for (size_t at = below.find('@'); at != std::string::npos; at = below.find('@', at + 1))
-                    below.insert(at + 1, "/w\xff");
-                check(tree, {"-s", "needle", "@/w\xff"}, searching("needle") + below + summary(found, found, found));
-                ASSERT_EQ(rename(tree.path("w\xff/ddd").c_str(), tree.path("ddd").c_str()), 0);
-                // Beside it, a folder at some level whose path is exactly 4096 bytes: one
-                // more than a system call takes.
-                const size_t level = (4096 - 6 - tree.root().size()) / 4;
-                std::string ups, exact = tree.root();
-                for (size_t i = 0; i < static_cast<size_t>(deep.levels); ++i)
-                    (i < level ? exact : ups) += i < level ? "/ddd" : "../";
-                const std::string name(4096 - 1 - exact.size(), 'n');
-                const std::string made = "/proc/self/fd/" + std::to_string(bottom) + "/" + ups + name;
-                ASSERT_EQ(mkdir(made.c_str(), 0755), 0) << std::strerror(errno);
-                std::ofstream(made + "/f.txt") << "needle\n";
-                const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-                ASSERT_EQ(fchdir(bottom), 0);
-                const RunResult r = runFyndle({"needle", "./../ddd"}), missing = runFyndle({"needle", "../missing"}),
-                                longest = runFyndle({"needle", ups + name});
-                EXPECT_EQ(fchdir(here), 0);
-                close(here);
-                const size_t at = want.find("/bottom.txt"), begin = want.rfind('\n', at) + 1;
-                EXPECT_EQ(r.out, kBanner + searching("needle") +
-                                     expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) +
-                                     summary(1, 1, 1));
-                const std::string above = want.substr(begin, want.rfind('/', at - 1) - begin);
-                EXPECT_EQ(missing.out, kBanner + searching("needle") + expand(above + "/missing not found\n", tree));
-                EXPECT_EQ(longest.out, kBanner + searching("needle") + exact + "/" + name + "/f.txt (1): needle\n" +
-                                           summary(1, 1, 1));
-            }
+        g_limit = {deep.resource, deep.limit};
+        struct Unlimited {
+            ~Unlimited() { g_limit = {-1, 0}; }
+        } unlimited; // also after an assertion's early return
+        check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found), 0, 300);
+        if (deep.sides > 1) { // descriptor 0 is a folder's like any other
+            g_stdinClosed = true;
+            check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found));
+            g_stdinClosed = false;
+        }
+        if (deep.levels == 1500) {
+            // Below a name that changes in wide text, whose changed name is a link to it, every
+            // folder's files are listed through its changed path, opened a piece at a time.
+            ASSERT_EQ(mkdir(tree.path("w\xff").c_str(), 0755) + symlink("w\xff", tree.path("w").c_str()), 0);
+            ASSERT_EQ(rename(tree.path("ddd").c_str(), tree.path("w\xff/ddd").c_str()), 0);
+            std::string below = want;
+            for (size_t at = below.find('@'); at != std::string::npos; at = below.find('@', at + 1))
+                below.insert(at + 1, "/w\xff");
+            check(tree, {"-s", "needle", "@/w\xff"}, searching("needle") + below + summary(found, found, found));
+            ASSERT_EQ(rename(tree.path("w\xff/ddd").c_str(), tree.path("ddd").c_str()), 0);
+            // Beside it, a folder at some level whose path is exactly 4096 bytes: one
+            // more than a system call takes.
+            const size_t level = (4096 - 6 - tree.root().size()) / 4;
+            std::string ups, exact = tree.root();
+            for (size_t i = 0; i < static_cast<size_t>(deep.levels); ++i)
+                (i < level ? exact : ups) += i < level ? "/ddd" : "../";
+            const std::string name(4096 - 1 - exact.size(), 'n');
+            const std::string made = "/proc/self/fd/" + std::to_string(bottom) + "/" + ups + name;
+            ASSERT_EQ(mkdir(made.c_str(), 0755), 0) << std::strerror(errno);
+            std::ofstream(made + "/f.txt") << "needle\n";
+            const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            ASSERT_EQ(fchdir(bottom), 0);
+            const RunResult r = runFyndle({"needle", "./../ddd"}), missing = runFyndle({"needle", "../missing"}),
+                            longest = runFyndle({"needle", ups + name});
+            EXPECT_EQ(fchdir(here), 0);
+            close(here);
+            const size_t at = want.find("/bottom.txt"), begin = want.rfind('\n', at) + 1;
+            EXPECT_EQ(r.out, kBanner + searching("needle") +
+                                 expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) + summary(1, 1, 1));
+            const std::string above = want.substr(begin, want.rfind('/', at - 1) - begin);
+            EXPECT_EQ(missing.out, kBanner + searching("needle") + expand(above + "/missing not found\n", tree));
+            EXPECT_EQ(longest.out,
+                      kBanner + searching("needle") + exact + "/" + name + "/f.txt (1): needle\n" + summary(1, 1, 1));
         }
         close(bottom); // the tree's own removal reaches past the path limit
     }
