@@ -68,17 +68,16 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
     while (pipes[0][0] >= 0 || pipes[1][0] >= 0) { // a closed end is -1, which poll skips
         pollfd fds[2] = {{pipes[0][0], POLLIN, 0}, {pipes[1][0], POLLIN, 0}};
-        if (poll(fds, 2, 200) > 0) {
-            for (int i = 0; i < 2; ++i) {
-                if (pipes[i][0] < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
-                    continue;
-                char chunk[65536];
-                ssize_t got = read(pipes[i][0], chunk, sizeof chunk);
-                if (got > 0)
-                    into[i]->append(chunk, static_cast<size_t>(got));
-                if ((got <= 0 && (got == 0 || errno != EINTR)) || (i == 0 && result.out.size() >= g_readAtMost))
-                    close(pipes[i][0]), pipes[i][0] = -1;
-            }
+        poll(fds, 2, 200); // no event on either end leaves both revents 0
+        for (int i = 0; i < 2; ++i) {
+            if (pipes[i][0] < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
+                continue;
+            char chunk[65536];
+            ssize_t got = read(pipes[i][0], chunk, sizeof chunk);
+            if (got > 0)
+                into[i]->append(chunk, static_cast<size_t>(got));
+            if ((got <= 0 && (got == 0 || errno != EINTR)) || (i == 0 && result.out.size() >= g_readAtMost))
+                close(pipes[i][0]), pipes[i][0] = -1;
         }
         if (std::chrono::steady_clock::now() > deadline) {
             kill(child, SIGKILL);

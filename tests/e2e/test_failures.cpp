@@ -5,7 +5,6 @@
 // tree may be read.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>

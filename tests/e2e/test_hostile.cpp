@@ -2,7 +2,6 @@
 // with 0 and print exactly the expected whole output.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -185,9 +184,8 @@ TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
 TEST(Hostile, SpecialFilesAndLinksAreNeitherListedNorFollowed)
 {
     TempTree tree;
-    tree.file("a.txt", "needle\n");
-    tree.file("sub/c.txt", "a needle\n");
-    tree.file("removed.txt", "needle\n");
+    for (const char *name : {"a.txt", "sub/c.txt", "removed.txt"})
+        tree.file(name, name[0] == 's' ? "a needle\n" : "needle\n");
     ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0644), 0) << std::strerror(errno);
     const std::vector<std::pair<const char *, const char *>> links = {
         {"loop", "loop"}, {"null.txt", "/dev/null"},       {"l1", "l2"},     {"zero.txt", "/dev/zero"},
