@@ -104,8 +104,7 @@ TempTree::TempTree(const std::string &base)
 
 TempTree::~TempTree()
 {
-    // rm reaches paths beyond the system's limit; chmod first opens what a
-    // test made unreadable to us.
+    // chmod opens what a test made unreadable; rm reaches beyond the path limit.
     const std::string quoted = "'" + root_ + "'";
     (void)!std::system(("chmod -R u+rwx " + quoted + " 2>/dev/null; rm -rf " + quoted).c_str());
 }

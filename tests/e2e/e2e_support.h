@@ -28,15 +28,13 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds = 6
 // A temporary folder that removes itself with everything in it.
 class TempTree {
 public:
-    // In the system's temporary folder, or in base when it is a folder we
-    // can write to.
+    // In base when we can write there, else in the system's temporary folder.
     explicit TempTree(const std::string &base = "");
     ~TempTree();
     TempTree(const TempTree &) = delete;
     TempTree &operator=(const TempTree &) = delete;
     const std::string &root() const { return root_; }
     std::string path(const std::string &rel) const { return rel.empty() ? root_ : root_ + "/" + rel; }
-    // Writes a file (and its missing folders) with the given bytes.
     void file(const std::string &rel, const std::string &content) const;
 
 private:

@@ -39,12 +39,11 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
     auto hits = [](const std::string &pattern, const std::string &reports, int count, int files = 1, int tried = 1) {
         return searching(pattern) + reports + summary(count, files, tried);
     };
-    const std::string syntax = "Syntax error in search pattern", noPattern = "No search pattern specified";
 
     const std::vector<Case> cases = {
         {{}, {}, kUsage},
-        {{"-s", "", "-v"}, {}, noPattern, 1},
-        {{"-r", "\\(", "@"}, {}, searching("\\(") + syntax, 1},
+        {{"-s", "", "-v"}, {}, "No search pattern specified", 1},
+        {{"-r", "\\(", "@"}, {}, searching("\\(") + "Syntax error in search pattern", 1},
         {{"-x", "-bc", "@"}, {{"a.txt", "-bc here\nnothing\n"}}, hits("-bc", "@/a.txt (1): -bc here\n", 1)},
         {{"-w", p40, "@"},
          cut,

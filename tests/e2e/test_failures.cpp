@@ -1,13 +1,10 @@
-// fyndle end to end where the system fails it: output that cannot be
-// written, an open-file limit too low to search, files swapped for links
-// and folders moved or swapped while the run goes on, a run killed in the
-// middle. Nothing may be lost without a word, and nothing outside the
-// tree may be read.
+// fyndle where the system fails it: unwritable output, too few descriptors,
+// files and folders swapped during the run, a killed run. Nothing may be
+// lost without a word, and nothing outside the tree may be read.
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdio>
-#include <fcntl.h>
 #include <fstream>
 #include <string>
 #include <sys/mount.h>
@@ -22,25 +19,18 @@ namespace {
 
 const std::string kFullDevice = "fyndle: cannot write to standard output: No space left on device\n";
 
-// A tree whose output is a few hundred kilobytes.
-void manyMatches(const TempTree &tree)
+// Output that cannot be written ends the run alike on one CPU and on all: a
+// closed pipe by its signal; /dev/full, and a file system that fills up
+// (where one can be mounted), with code 2 and one line on standard error,
+// what reached the file being the start of the whole output.
+TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
 {
-    std::string content;
+    TempTree tree, small;
+    std::string content; // an output of a few hundred kilobytes
     for (int i = 0; i < 2000; ++i)
         content += "needle " + std::to_string(i) + "\n";
     for (int i = 0; i < 30; ++i)
         tree.file(std::string("d") + std::to_string(i % 3) + "/f" + std::to_string(i), content);
-}
-
-// Output that cannot be written ends the run alike on one CPU and on all: a
-// pipe closed after its first bytes by its signal; /dev/full, and a file
-// system that fills up where one can be mounted, with code 2 and one line
-// on standard error, what reached the file being the start of the whole
-// output.
-TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
-{
-    TempTree tree, small;
-    manyMatches(tree);
     const bool mounted = mount("fyndle-test", small.root().c_str(), "tmpfs", 0, "size=64k") == 0;
     const RunResult whole = runFyndle({"-s", "needle", tree.root()});
     for (bool oneCpu : {true, false}) {
@@ -137,12 +127,10 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
     }
 }
 
-// A folder that the open-file limit closed while the run waits on its
-// output is found again through ".." of its subfolder when it was moved
-// meanwhile: all of it is searched. When it was swapped for another (its
-// subfolder being searched moved into the new one), it is not entered
-// again: its subfolders not yet listed are passed over, and those of the
-// folder now at its path are never searched.
+// A folder closed for the open-file limit while the run waits on its output
+// and moved meanwhile is found again through ".." of its subfolder. One
+// swapped for another (its subfolder being searched moved into the new one)
+// is not entered again: its subfolders not yet listed are passed over.
 TEST(Failures, FolderMovedOrSwappedWhileClosed)
 {
     for (const bool swapped : {false, true}) {

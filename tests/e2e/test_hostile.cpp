@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -19,13 +18,12 @@
 
 namespace {
 
-// A chain of `levels` folders `name` below the root, built by descriptor so
-// that no long path is needed, with bottom.txt at the bottom; every
-// sideEvery levels, `sides` folders side (side0, side1, ... when more than
-// one), each holding side.txt, beside the next level, made before or after
-// it by turns: the walk meets them on the way down or back up as the
-// folder lists them. Sets *want to the reports of "-s needle @", *found to
-// their number; returns the bottom folder's descriptor.
+// A chain of `levels` folders `name` below the root, built by descriptor (no
+// long path needed), with bottom.txt at the bottom; every sideEvery levels,
+// `sides` folders side or side0, side1, ..., each with side.txt, made before
+// or after the next level by turns: the walk meets them on the way down or
+// back up. Sets *want to the reports of "-s needle @", *found to their
+// number; returns the bottom folder's descriptor.
 int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, int sides, std::string *want,
                int *found)
 {
@@ -208,11 +206,10 @@ TEST(Hostile, SpecialFilesAndLinksAreNeitherListedNorFollowed)
 
 TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
 {
-    // On their way through wide text: 0xFF is dropped; the lead byte 0xE9
-    // swallows the two bytes after it and the whole is dropped; a stray 0x80
-    // comes back as C2 80. A folder whose name changes lists no files. A
-    // name that no longer opens is reported as any file that vanished
-    // between listing and opening.
+    // Through wide text 0xFF is dropped, the lead byte 0xE9 swallows the two
+    // bytes after it and all go, a stray 0x80 comes back as C2 80. A folder
+    // whose name changes lists no files; a name that no longer opens is
+    // reported as any file that vanished between listing and opening.
     TempTree tree;
     const std::vector<std::pair<std::string, std::string>> names = {{"bad\xff.txt", "bad.txt"},
                                                                     {"caf\xe9.txt", "cafxt"},

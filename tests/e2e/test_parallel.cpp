@@ -1,14 +1,12 @@
-// fyndle on every CPU against fyndle pinned to one: a generated tree of a
-// few thousand files of random sizes and match counts, and a deep chain of
-// folders, must give the same whole output and exit code both ways, and the
-// expected counts.
+// fyndle on every CPU against fyndle pinned to one: a generated tree of
+// thousands of files and a deep chain of folders give the same whole output
+// and exit code both ways, and the expected counts.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 #include <cstdio>
 #include <random>
 #include <string>
-#include <vector>
 
 #include "e2e_support.h"
 

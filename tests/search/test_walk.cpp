@@ -1,8 +1,6 @@
 // The ordered walk driven through the run object with more threads than
-// the machine has CPUs, so that files finish out of turn and every path of
-// the ordered output runs: whatever the thread count, the whole output and
-// the counts must be those of one thread; and at an open-file limit of 64
-// every file must still be found.
+// CPUs, so that files finish out of turn: any thread count gives the output
+// and counts of one thread, and at an open-file limit of 64 every file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -52,18 +50,6 @@ void put(int dirFd, const std::string &name, const std::string &content)
     std::ofstream(path, std::ios::binary) << content;
 }
 
-// Lowers the open-file limit of this process for a while.
-struct ScopedFileLimit {
-    rlimit saved{};
-    explicit ScopedFileLimit(rlim_t soft)
-    {
-        getrlimit(RLIMIT_NOFILE, &saved);
-        const rlimit lowered{std::min(saved.rlim_max, soft), saved.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &lowered);
-    }
-    ~ScopedFileLimit() { setrlimit(RLIMIT_NOFILE, &saved); }
-};
-
 struct Outcome {
     std::string out;
     RunCounters counts;
@@ -78,9 +64,7 @@ Outcome search(int threads, const std::string &options, std::string pattern, con
     g_fBinary = has('b'), g_fMatchCase = has('c'), g_fFileNamesOnly = has('f'), g_fCountLines = has('l');
     g_fRegExp = has('r'), g_fVerbose = has('v'), g_fMatchWord = has('w'), g_fDoSubdirectories = 1;
     SearchRun run;
-    if (!g_fCountLines) {
-        EXPECT_TRUE(PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase, &run.pattern));
-    }
+    EXPECT_TRUE(g_fCountLines || PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase, &run.pattern));
     run.threads = threads;
     std::string directory = folder;
     StdoutCapture capture;
@@ -141,10 +125,9 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
     EXPECT_EQ(allThreadCounts("lv", "", tree.root).counts.filesTried, 3001);
 }
 
-// A chain of `levels` folders "d" below dirFd, made by descriptor so that
-// no long path is needed, with a file in each and, beside each next level,
-// side/side.txt: every level waits for its side folder while the walk goes
-// down the chain, more levels than the limit leaves descriptors for.
+// A chain of `levels` folders "d" below dirFd, made by descriptor (no long
+// path needed), with a file in each and side/side.txt beside each next
+// level: every level waits for its side folder while the walk goes down.
 int chain(int dirFd, int levels)
 {
     int fd = dup(dirFd), made = 0;
@@ -164,9 +147,8 @@ int chain(int dirFd, int levels)
 
 // Under an open-file limit of 64, on one thread and on many: 500 files in
 // one folder; a chain 2,000 levels deep with a side folder and a file at
-// every level; levels closed for the budget that are opened again, with
-// many subfolders of their own below them, whose folders hold more files
-// than one claim takes.
+// every level; levels closed for the budget and opened again, with many
+// subfolders below them holding more files than one claim takes.
 TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
 {
     Tree wide, deep, reopened;
@@ -190,16 +172,19 @@ TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
     for (const auto &c : cases) {
         const Outcome unlimited = search(1, "", "needle", c.tree.root);
         ASSERT_EQ(unlimited.counts.files, c.files);
-        ScopedFileLimit limit(64);
+        rlimit saved{};
+        getrlimit(RLIMIT_NOFILE, &saved);
+        const rlimit lowered{std::min<rlim_t>(saved.rlim_max, 64), saved.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &lowered);
         for (int threads : {1, 2, 16}) {
             const Outcome limited = search(threads, "", "needle", c.tree.root);
             EXPECT_TRUE(limited.out == unlimited.out) << c.files << " files, " << threads << " threads";
             EXPECT_EQ(limited.counts.files, c.files) << threads << " threads";
         }
+        setrlimit(RLIMIT_NOFILE, &saved);
     }
 }
 
-// The process's mapped size now, in bytes.
 size_t mappedBytes()
 {
     std::ifstream status("/proc/self/status");
