@@ -30,16 +30,11 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
         dup2(g_stdoutTo.empty() ? pipes[0][1] : open(g_stdoutTo.c_str(), O_WRONLY), 1);
         dup2(pipes[1][1], 2);
         close(pipes[0][0]), close(pipes[1][0]);
-        if (g_stdinClosed)
-            close(0);
-        else
-            dup2(open("/dev/null", O_RDONLY), 0);
+        g_stdinClosed ? close(0) : dup2(open("/dev/null", O_RDONLY), 0);
         close_range(3, ~0U, 0); // only the standard three, as from a shell
         rlimit limit{};
-        if (g_limit.first >= 0 && getrlimit(g_limit.first, &limit) == 0) {
-            limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, g_limit.second);
-            setrlimit(g_limit.first, &limit);
-        }
+        if (g_limit.first >= 0 && getrlimit(g_limit.first, &limit) == 0)
+            limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, g_limit.second), setrlimit(g_limit.first, &limit);
         if (g_runAsUser >= 0 && (setgroups(0, nullptr) != 0 || setgid(g_runAsUser) != 0 || setuid(g_runAsUser) != 0))
             _exit(125);
         cpu_set_t cpus;

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <fstream>
 #include <string>
 #include <sys/mount.h>
@@ -31,7 +32,12 @@ TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
         content += "needle " + std::to_string(i) + "\n";
     for (int i = 0; i < 30; ++i)
         tree.file(std::string("d") + std::to_string(i % 3) + "/f" + std::to_string(i), content);
-    const bool mounted = mount("fyndle-test", small.root().c_str(), "tmpfs", 0, "size=64k") == 0;
+    // Detached at once, the small file system lives on in the descriptor
+    // alone: it goes with the test even when the test is killed.
+    const int filling = mount("fyndle-test", small.root().c_str(), "tmpfs", 0, "size=64k") == 0
+                            ? open(small.path("out").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)
+                            : -1;
+    umount2(small.root().c_str(), MNT_DETACH);
     const RunResult whole = runFyndle({"-s", "needle", tree.root()});
     for (bool oneCpu : {true, false}) {
         g_runOnOneCpu = oneCpu, g_readAtMost = 100;
@@ -39,8 +45,9 @@ TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
         g_readAtMost = SIZE_MAX, g_stdoutTo = "/dev/full";
         const RunResult full = runFyndle({"-s", "needle", tree.root()});
         EXPECT_TRUE(full.exitCode == 2 && full.err == kFullDevice) << oneCpu << full.err;
-        if (mounted) {
-            std::ofstream(g_stdoutTo = small.path("out")).flush();
+        if (filling >= 0) {
+            g_stdoutTo = "/proc/self/fd/" + std::to_string(filling);
+            EXPECT_EQ(ftruncate(filling, 0), 0);
             const RunResult filled = runFyndle({"-s", "needle", tree.root()});
             std::ifstream written(g_stdoutTo, std::ios::binary);
             const std::string out((std::istreambuf_iterator<char>(written)), std::istreambuf_iterator<char>());
@@ -49,8 +56,7 @@ TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
         }
         g_runOnOneCpu = false, g_stdoutTo.clear();
     }
-    if (mounted)
-        umount(small.root().c_str());
+    close(filling);
 }
 
 // The lowest open-file limit gives the whole output; one below it the run
