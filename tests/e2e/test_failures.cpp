@@ -161,8 +161,7 @@ TEST(Failures, FolderMovedOrSwappedWhileClosed)
         while (listed(tree.path("a")).back() == "big" && sides.size() < 64)
             side();
         ASSERT_NE(listed(tree.path("a")).back(), "big");
-        int found = 0, files = 0;
-        bool bigMet = false;
+        int found = 0, files = 0, bigMet = false;
         for (const std::string &name : listed(tree.path("a"))) {
             bigMet = bigMet || name == "big";
             if (name == "big") {
@@ -210,10 +209,9 @@ TEST(Failures, KilledRunKeepsTheLinesOfFilesBefore)
     g_runOnOneCpu = true, g_stdoutTo = tree.path("out");
     std::ofstream(g_stdoutTo).flush();
     const RunResult r = runFyndle({"-s", "needle", tree.root()}, 1);
-    g_runOnOneCpu = false;
     std::ifstream written(g_stdoutTo);
     const std::string out((std::istreambuf_iterator<char>(written)), std::istreambuf_iterator<char>());
-    g_stdoutTo.clear();
+    g_runOnOneCpu = false, g_stdoutTo.clear();
     EXPECT_EQ(r.signal, SIGKILL) << "the huge file was searched before the kill: the test shows nothing";
     EXPECT_NE(out.find(tree.path("a.txt") + " (1): the needle\n"), std::string::npos);
 }
