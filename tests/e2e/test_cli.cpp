@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "e2e_support.h"
@@ -106,6 +107,28 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
         for (const auto &[name, content] : c.files)
             tree.file(name, content);
         check(tree, c.args, c.want, c.exitCode);
+    }
+}
+
+// A message line of 511, 512 and 513 bytes, around the size of the buffer
+// lines are first formatted in: none may lose its end.
+TEST(Fyndle, MessagesAroundTheFormattingBuffer)
+{
+    for (const auto &[aroundPath, length] :
+         {std::pair<size_t, size_t>{17, 511}, {17, 512}, {17, 513}, {9, 511}, {9, 512}, {9, 513}}) {
+        TempTree tree;
+        std::string name;
+        for (const size_t wanted = length - aroundPath - tree.root().size() - 1; wanted - name.size() > 201;)
+            name.append(200, 'd').append(1, '/');
+        name.append(length - aroundPath - tree.root().size() - 1 - name.size(), 'f');
+        tree.file(name, "k\n");
+        std::string want = "Searching for \"k\" from \"@\" in files \"(null)\"\nTrying: @: 0 files found\n";
+        for (size_t slash = name.find('/'); slash != std::string::npos; slash = name.find('/', slash + 1))
+            want += "Trying: @/" + name.substr(0, slash) +
+                    (name.find('/', slash + 1) == std::string::npos ? ": 1" : ": 0") + " files found\n";
+        want += "File  : @/" + name + "\n@/" + name + " : 1 occurrence.\n" + summary(1, 1, 1);
+        SCOPED_TRACE(length);
+        check(tree, {"-s", "-v", "-f", "k", "@"}, want);
     }
 }
 
