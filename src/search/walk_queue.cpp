@@ -367,18 +367,19 @@ bool Walk::claimListing(Folder &folder, Claim &claim)
     }
     // Its own descriptor and, for a path that does not survive wide text,
     // a second reading of the folder and that open's pieces; before them
-    // the parent's, when the budget closed it, and that open's pieces.
+    // the parent's, when the budget closed it. That reopen's pieces are
+    // closed again before the listing opens anything, so they take one of
+    // the listing's descriptors instead of one more: at the lowest limit
+    // the budget holds no more than that.
     const bool reopenParent = parent->fd < 0;
     const int need = 1 + (folder.roundTrips ? 0 : 2);
     ++parent->users; // the budget may not close it meanwhile
-    if (!reserve(need + (reopenParent ? 2 : 0))) {
+    if (!reserve(need + (reopenParent ? 1 : 0))) {
         --parent->users;
         return false;
     }
-    if (reopenParent) {
-        const bool back = reopen(*parent);
-        inUse_ -= back ? 1 : 2; // the pieces are closed again, and a parent not opened holds nothing
-    }
+    if (reopenParent && !reopen(*parent))
+        --inUse_; // a parent not opened holds nothing
     if (parent->fd < 0) {
         // Passed over, as the one-thread walk passes over what is left of
         // a folder that moved away.
