@@ -57,7 +57,7 @@ const Case kCases[] = {
     {true, "^x", 2, '\n', "\n", kFlagSingle},
     {true, "$", 2, 0, "\r", kFlagOptional},
     // '$' makes a CR and a LF element, but not a 33rd: the sixteenth here keeps only its CR.
-    {true, "a" + std::string(16, '$'), 32, 'a', "a", kFlagSingle},
+    {true, std::string("a").append(16, '$'), 32, 'a', "a", kFlagSingle},
     {true, "[a-c-e]", 1, 0, "abcde", kFlagSingle}, // a range's end starts the next item
     {true, "[z-a]", 1, 0, "a", kFlagSingle},       // descending: only its end byte
     {true, "[^0-9]", 1, 0, "0123456789", kFlagSingle | kFlagNegated},

@@ -327,7 +327,7 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     expectSame("rc", "[a-cA-B][^_]*_", "zzCzz_\nzzbz_\n"); // not the same letters in both cases
     // The stuck path fails at the next first byte, just past a window without one: that window is searched, and the
     // match from the byte after it found.
-    expectSame("r", "x[a-w]*_q", "x" + std::string(5120, 'a') + "xab_q\n");
+    expectSame("r", "x[a-w]*_q", std::string("x").append(5120, 'a').append("xab_q\n"));
     // The first byte is the newline: a window passed over would stop after one, uncounted.
     std::string abLines;
     for (int i = 0; i < 2000; ++i)
@@ -424,6 +424,16 @@ TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
         wait(&status);
         EXPECT_EQ(status, 0) << error;
     }
+    // A probe that succeeds may find errno as an earlier uncached name left
+    // it (EAGAIN): the name (the working folder's, always in the caches) is
+    // still opened once, on the lowest free descriptor, none leaked.
+    const int lowest = open(".", O_RDONLY);
+    close(lowest);
+    CacheProbe probe;
+    errno = EAGAIN;
+    const int fd = OpenFileAt(AT_FDCWD, ".", &probe);
+    EXPECT_EQ(fd, lowest);
+    close(fd);
 }
 
 } // namespace
