@@ -4,6 +4,8 @@
 #   letters.txt  random lower-case letters
 #   words.txt    random lower-case words between blanks, with a '_', ';' or
 #                '"' now and then
+#   sparse.txt   random lower-case letters with a '_' every 50 KiB, so that
+#                a pattern's first byte often lies beyond the carried run
 # Long-attempt patterns over them show whether the search stays linear when
 # every window is one unfinished line.
 set -euo pipefail
@@ -24,3 +26,8 @@ awk 'BEGIN {
   }
   printf "%s", s
 }' >"$dir/words.txt"
+awk 'BEGIN {
+  srand(19); n = 10 * 1048576; s = ""
+  for (i = 1; i <= n; i++) { s = s (i % 51200 == 0 ? "_" : sprintf("%c", 97 + int(rand() * 26))); if (length(s) >= 65536) { printf "%s", s; s = "" } }
+  printf "%s", s
+}' >"$dir/sparse.txt"

@@ -322,14 +322,14 @@ awk -F, 'FNR == 1 { next }
   }' "$results/times-shapes.csv" | tee "$results/table-shapes.txt"
 
 lines=$build/long-lines
-[ -s "$lines/letters/letters.txt" ] || { "$here/make-long-lines.sh" "$lines/tmp"; mkdir -p "$lines/letters" "$lines/words";
-  mv "$lines/tmp/letters.txt" "$lines/letters/"; mv "$lines/tmp/words.txt" "$lines/words/"; rmdir "$lines/tmp"; }
-for file in letters words; do
+[ -s "$lines/sparse/sparse.txt" ] || { "$here/make-long-lines.sh" "$lines/tmp"; for file in letters words sparse; do
+  mkdir -p "$lines/$file"; mv "$lines/tmp/$file.txt" "$lines/$file/"; done; rmdir "$lines/tmp"; }
+for file in letters words sparse; do
   echo
   echo "one line of 10 MiB ($file.txt), one core:"
   group=("rare literal zqxjkv" "$one $fyndle zqxjkv $lines/$file $file.txt")
   for shape in '[a-z]*_q' '[a-z]+x' '[^"]*"q' 'x[a-z]*_q' 'q[^;]*;' '[^ ]*_t ' 'k[a-z]*[^a-z]' '[qx][a-z]*_' \
-               '[st]truct[ ]*[a-z]*' '[ ]*$' '[a-z][^;]*;' '/[^/]*/'; do
+               '[st]truct[ ]*[a-z]*' '[ ]*$' '[a-z][^;]*;' '/[^/]*/' 'x[a-z]*_[a-z]*;'; do
     group+=("$shape" "$one $fyndle -r '$shape' $lines/$file $file.txt")
   done
   shape_group "$file" 5 "${group[@]}"
@@ -341,6 +341,8 @@ if [ "$shapes_only" = 0 ]; then
 # where the page cache can be dropped (root), cold; and fyndle pinned to one
 # CPU. The runs of these rows are taken in rounds (see thread_group). Targets on the literals: fyndle at most 0.8 times rg warm (and at
 # least 1.6 times faster than itself on one CPU), at most 0.6 times rg cold.
+# One row runs under an open-file limit of 24, where each thread's share
+# of the descriptors cuts the files a claim takes: timed, with no target.
 thread_group() {  # name rg-factor warm|cold
   local name=$1 factor=$2 mode=$3
   local rgt="rg --no-ignore"
@@ -349,6 +351,7 @@ thread_group() {  # name rg-factor warm|cold
     -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree"
     -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree"
     -n "frequent literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s struct $tree"
+    -n "frequent literal~fyndle 24 files" "sh -c 'ulimit -n 24; exec $fyndle -s struct $tree'"
     -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree")
   local prepare=""
   [ "$mode" = cold ] && prepare='sync; echo 3 > /proc/sys/vm/drop_caches'
