@@ -2,10 +2,10 @@
 # The library's bulk-text table: builds bench_micro in Release in build-bench/
 # (as bench/run.sh does) and prints, for each library row of the
 # microbenchmarks (in-place and copying replace, case-insensitive helpers,
-# UTF-8 converters), its median CPU time beside the median of its anchor
-# (the row of the same name with ...Anchor, the C or C++ library code a user
-# would write instead) and the ratio of the two. Rows without an anchor
-# (A2T_dup) print its place empty.
+# UTF-8 converters, matrix copies), its median CPU time beside the median
+# of its anchor (the row of the same name with ...Anchor, the C or C++
+# library code a user would write instead) and the ratio of the two. Rows
+# without an anchor (A2T_dup) print its place empty.
 #
 #   bench/lib_speed.sh [repetitions]     default 5
 #
@@ -21,7 +21,7 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFYNDLE_BENCH=
 cmake --build "$build" -j2 --target bench_micro >/dev/null
 
 echo "# $(date -u '+%Y-%m-%d %H:%M UTC'); load: $(cut -d' ' -f1-3 /proc/loadavg); $repetitions repetitions, medians"
-"$build/bench/bench_micro" --benchmark_filter='StrRep|TcsRep|NoCase|EndsWith|DHex|UTF8_|A2T_dup' \
+"$build/bench/bench_micro" --benchmark_filter='StrRep|TcsRep|NoCase|EndsWith|DHex|UTF8_|A2T_dup|MatCpy|MatCopyVecc|VeccCopyMat' \
   --benchmark_repetitions="$repetitions" --benchmark_report_aggregates_only=true --benchmark_format=csv 2>/dev/null |
   awk -F, '
     NR > 1 && $1 !~ /_(mean|stddev|cv)"$/ {

@@ -342,7 +342,18 @@ if [ "$shapes_only" = 0 ]; then
 # CPU. The runs of these rows are taken in rounds (see thread_group). Targets on the literals: fyndle at most 0.8 times rg warm (and at
 # least 1.6 times faster than itself on one CPU), at most 0.6 times rg cold.
 # One row runs under an open-file limit of 24, where each thread's share
-# of the descriptors cuts the files a claim takes: timed, with no target.
+# of the descriptors cuts the files a claim takes; as root, one runs as an
+# unprivileged user allowed one process, where no second thread can start;
+# one starts at a relative path of about 4.9 KB, opened piece by piece.
+# These are timed, with no target.
+deep=$results/deep
+deep_path=$(printf "d%.0s" {1..199})
+deep_path=$(for i in $(seq 10 33); do printf '%s%s/' "$deep_path" "$i"; done)
+mkdir -p "$deep/$deep_path"
+[ -d "$tree/linux" ] && cp -r "$tree/linux" "$deep/$deep_path"
+no_thread=()
+[ "$(id -u)" = 0 ] && no_thread=(-n "frequent literal~fyndle 1 process"
+  "setpriv --reuid=65534 --regid=65534 --clear-groups prlimit --nproc=1 $fyndle -s struct $tree")
 thread_group() {  # name rg-factor warm|cold
   local name=$1 factor=$2 mode=$3
   local rgt="rg --no-ignore"
@@ -351,7 +362,8 @@ thread_group() {  # name rg-factor warm|cold
     -n "rare literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s pthread_mutex $tree"
     -n "frequent literal~fyndle" "$fyndle -s struct $tree" -n "frequent literal~rg" "$rgt -n -i -F struct $tree"
     -n "frequent literal~fyndle 1 CPU" "taskset -c 0 $fyndle -s struct $tree"
-    -n "frequent literal~fyndle 24 files" "sh -c 'ulimit -n 24; exec $fyndle -s struct $tree'"
+    -n "frequent literal~fyndle 24 files" "sh -c 'ulimit -n 24; exec $fyndle -s struct $tree'" "${no_thread[@]}"
+    -n "long start path~fyndle" "sh -c 'cd $deep && exec $fyndle -s struct $deep_path'"
     -n "regex s[a-z]*_t~fyndle" "$fyndle -s -r 's[a-z]*_t' $tree" -n "regex s[a-z]*_t~rg" "$rgt -n -i -e 's[a-z]*_t' $tree")
   local prepare=""
   [ "$mode" = cold ] && prepare='sync; echo 3 > /proc/sys/vm/drop_caches'
