@@ -350,7 +350,8 @@ deep=$results/deep
 deep_path=$(printf "d%.0s" {1..199})
 deep_path=$(for i in $(seq 10 33); do printf '%s%s/' "$deep_path" "$i"; done)
 mkdir -p "$deep/$deep_path"
-[ -d "$tree/linux" ] && cp -r "$tree/linux" "$deep/$deep_path"
+# cp takes the path whole, and whole it is past the kernel's path limit: go half way down first.
+[ -d "$tree/linux" ] && (cd "$deep/${deep_path:0:2424}" && cp -r "$tree/linux" "${deep_path:2424}")
 no_thread=()
 [ "$(id -u)" = 0 ] && no_thread=(-n "frequent literal~fyndle 1 process"
   "setpriv --reuid=65534 --regid=65534 --clear-groups prlimit --nproc=1 $fyndle -s struct $tree")
