@@ -79,6 +79,9 @@ const Case kCases[] = {
     {"r", "s[a-z]*_t", "xx s_t\nyy sab_", "f (1): xx s_t\n", 1, 11, 1}, // so does a tail cut by its end
     // A star that takes every byte runs off every window.
     {"r", "x[^]*", "ax\nb", "", 0, 2, 0},
+    // A match over three lines, met again from the next two: the attempt that fails between them at the one-byte
+    // element before the star must not leave the star's remembered path behind it as failed.
+    {"r", "[^_][sx][^_]*", "SS\nbs\nxs_\n", "f (1): SS\nf (3): bs\nf (4): xs_\n", 3},
     // Byte 255 lies beyond the compiler's table length: a pattern prepared after one that takes it must not.
     {"r", "[\xf0-\xff]", "\xff\n", "f (1): \xff\n", 1},
     {"r", "[bc]", "\xff\n", "", 0},
