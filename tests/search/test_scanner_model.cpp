@@ -328,6 +328,9 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     // The stuck path fails at the next first byte, just past a window without one: that window is searched, and the
     // match from the byte after it found.
     expectSame("r", "x[a-w]*_q", std::string("x").append(5120, 'a').append("xab_q\n"));
+    // A window whose first byte lies past the bytes every window holds is told one at a time: it consumes that byte
+    // too, so the match of the path that byte is on never shows.
+    expectSame("r", "x[^_]*_", std::string("x").append(4900, 'a').append("x").append(1098, 'a').append("_\n"));
     // The first byte is the newline: a window passed over would stop after one, uncounted.
     std::string abLines;
     for (int i = 0; i < 2000; ++i)
