@@ -4,13 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <tuple>
 #include <random>
 #include <string>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +24,8 @@
 #include "pattern.h"
 #include "run.h"
 #include "walk.h"
+#include "walk_queue.h"
+#include "walk_seam.h"
 
 namespace {
 
@@ -185,6 +191,113 @@ TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
     }
 }
 
+// Makes n folders prefix0, prefix1... in parent; returns the names of its
+// folders in the order it lists them, the walk's.
+std::vector<std::string> folders(const std::string &parent, const std::string &prefix, int n)
+{
+    for (int i = 0; i < n; ++i)
+        fs::create_directories(fs::path(parent) / (prefix + std::to_string(i)));
+    std::vector<std::string> names;
+    for (const fs::directory_entry &entry : fs::directory_iterator(parent))
+        names.push_back(entry.path().filename());
+    return names;
+}
+
+// On two threads with 20 descriptors free: r holds a first and s last, 64
+// places apart; a holds w, then f; f holds 62 folders g, the 30th and the
+// 61st with a folder h each. The thread that opens w is held until the
+// other has listed all up to 64 places ahead, the second h last. Meanwhile
+// w's listing keeps a open, and the other thread closes r for the budget,
+// then f (at the first h), opens f again from a for the 31st g, closes it
+// again (at the second h) and leaves the whole budget taken. Once w is
+// listed, a needs its descriptor no more: its ".." (the descriptor spared
+// for it) brings r back for s.
+// As f is opened again, a fresh tmpfs mounted over it has its inode (f is
+// the root of one too), not its device: not entered, the 31st g is passed
+// over. Or r is moved away: f is still found from a, and r through "..";
+// where f cannot be opened again to search its files, its folders not
+// listed yet are passed over, though it is back after. Or a is moved into
+// a new r holding a stranger s: r is found neither through ".." nor by its
+// path, and s is passed over.
+TEST(Walk, FolderClosedForTheBudgetIsOpenedAgainOnlyAsItWas)
+{
+    Tree tree;
+    const std::string r = tree.root + "/r";
+    const std::vector<std::string> rs = folders(r, "a", 66);
+    const std::string a = r + "/" + rs[0];
+    const std::vector<std::string> as = folders(a, "b", 2);
+    const std::string f = a + "/" + as[1];
+    const bool mounted = mount("fyndle-test", f.c_str(), "tmpfs", 0, nullptr) == 0;
+    const std::vector<std::string> gs = folders(f, "g", 62);
+    fs::create_directories(f + "/" + gs[29] + "/h1"), fs::create_directories(f + "/" + gs[60] + "/h2");
+    const std::string files[] = {f + "/f.txt", f + "/" + gs[30] + "/x.txt", f + "/" + gs[61] + "/x.txt",
+                                 r + "/" + rs.back() + "/x.txt"};
+    for (const std::string &file : files)
+        std::ofstream(file) << "needle\n";
+    auto found = [&](int file) { return files[file] + " (1): needle\n"; };
+    // Every descriptor lies below the limit (one inherited above it would
+    // give the walk room it does not count), and all but 20 below are taken.
+    int highest = 0;
+    for (const fs::directory_entry &entry : fs::directory_iterator("/proc/self/fd"))
+        highest = std::max(highest, std::stoi(entry.path().filename()));
+    rlimit saved{};
+    getrlimit(RLIMIT_NOFILE, &saved);
+    const rlimit lowered{static_cast<rlim_t>(highest) + 21, saved.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &lowered);
+    std::vector<int> taken;
+    for (int i = FreeDescriptors() - 20; i > 0; --i)
+        taken.push_back(dup(tree.fd));
+    const struct {
+        std::string change; // what happens as f is opened again
+        std::string want;
+    } rows[] = {
+        {"stranger", found(0) + found(2) + found(3) + "3 occurrences found in 3 files (3 files searched).\n"},
+        {"moved", "unable to open file " + files[0] + "\n" + found(1) + found(3) +
+                      "2 occurrences found in 2 files (3 files searched).\n"},
+        {"swapped", found(0) + found(1) + found(2) + "3 occurrences found in 3 files (3 files searched).\n"},
+    };
+    for (const auto &row : rows) {
+        const std::string &change = row.change;
+        if (change == "stranger" && !mounted)
+            continue;
+        std::atomic<int> opensOfF = 0;
+        std::atomic<bool> listedAhead = false;
+        seam::openat = [&](int dirFd, const char *path, int flags) -> std::optional<int> {
+            const std::string name = fs::path(path).filename();
+            const int nth = name == as[1] ? ++opensOfF : 0;
+            for (int i = 0; i < 5000 && name == as[0] && !listedAhead; ++i)
+                usleep(1000);
+            if (change != "stranger" && nth == 2)
+                rename(r.c_str(), (r + "2").c_str());
+            if (change == "swapped" && nth == 2) // into a new r, where a stranger s waits
+                put(tree.fd, files[3].substr(tree.root.size() + 1), "needle of a stranger\n"),
+                    rename((r + "2/" + rs[0]).c_str(), a.c_str());
+            if (change == "moved" && nth == 3)
+                return errno = ENOENT, -1;
+            const bool swap =
+                change == "stranger" && nth == 2 && mount("fyndle-test", f.c_str(), "tmpfs", 0, nullptr) == 0;
+            if (swap)
+                put(tree.fd, files[1].substr(tree.root.size() + 1), "needle of a stranger\n");
+            const int fd = seam::realOpenat(dirFd, path, flags);
+            if (swap)
+                umount2(f.c_str(), MNT_DETACH);
+            listedAhead = listedAhead || name == "h2";
+            return fd;
+        };
+        const Outcome run = search(2, "", "needle", tree.root);
+        seam::openat = nullptr;
+        rename((r + "2").c_str(), r.c_str());
+        EXPECT_EQ(run.out, row.want) << change;
+    }
+    setrlimit(RLIMIT_NOFILE, &saved);
+    for (const int fd : taken)
+        close(fd);
+    umount2(f.c_str(), MNT_DETACH);
+    if (!mounted)
+        GTEST_SKIP() << "the stranger mounted on f was skipped: cannot mount a tmpfs here (not root, or no mount "
+                        "rights); the moved and swapped rows ran";
+}
+
 size_t mappedBytes()
 {
     std::ifstream status("/proc/self/status");
@@ -205,7 +318,8 @@ TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
 #endif
     Tree tree;
     for (int i = 0; i < 300; ++i)
-        put(tree.fd, std::string("d") + std::to_string(i % 7) + "/f" + std::to_string(i), "a needle\n");
+        put(tree.fd, std::string("d").append(std::to_string(i % 7)).append("/f").append(std::to_string(i)),
+            "a needle\n");
     const Outcome one = search(1, "", "needle", tree.root);
     rlimit saved{};
     getrlimit(RLIMIT_AS, &saved);
