@@ -4,21 +4,25 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <tuple>
 #include <random>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "capture.h"
 #include "fyndle.h"
 #include "pattern.h"
 #include "run.h"
+#include "syscall_seam.h"
 #include "walk.h"
 
 namespace {
@@ -113,7 +117,8 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
             tiny += line % 3 ? "Needle " + std::to_string(i) + "\n" : "hay\n";
         matches += lines - (lines + 2) / 3, files += lines > 1;
         put(tree.fd,
-            std::string("d") + std::to_string(i % 40) + "/e" + std::to_string(i % 3) + "/t" + std::to_string(i), tiny);
+            "d" + std::to_string(i % 40).append("/e").append(std::to_string(i % 3)).append("/t") + std::to_string(i),
+            tiny);
     }
     const Outcome plain = allThreadCounts("", "needle", tree.root);
     EXPECT_EQ(std::tie(plain.counts.count, plain.counts.files, plain.counts.filesTried),
@@ -195,15 +200,49 @@ size_t mappedBytes()
     return 0;
 }
 
-// Threads whose stacks or buffers cannot be had are done without: under an
-// address-space limit that leaves room for only a few, a run on 15 threads
-// still gives the whole one-thread output.
+// Threads whose stacks or buffers cannot be had are done without, and every
+// thread started ends with the walk. Here every name misses the kernel's
+// caches (the cached lookup fails), so that claims that end start threads:
+// none may start once the calling thread has stopped and joins the others,
+// since nobody would join it. The calling thread's first file waits until
+// another thread has opened one, if there is another, and the others' until
+// the calling thread joins them: a thread without its buffer gets work, and
+// a claim ends after the walk has stopped.
 TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
 {
+    Tree few, tree;
+    for (int i = 0; i < 9; ++i) // two claims on two threads
+        put(few.fd, std::string("f").append(std::to_string(i)), "a needle\n");
+    const Outcome fewOne = search(1, "", "needle", few.root);
+    const pid_t calling = gettid();
+    const auto threads = [] { return std::distance(fs::directory_iterator("/proc/self/task"), {}); };
+    const auto alone = threads();
+    std::atomic<bool> otherOpened, joining;
+    std::atomic<int> buffers, started, joined;
+    seam::Hooked uncached(seam::syscall, [&](long number, const long *) -> std::optional<long> {
+        if (number != SYS_openat2)
+            return std::nullopt;
+        otherOpened = otherOpened || gettid() != calling;
+        while (gettid() == calling ? !otherOpened && threads() > alone : !joining)
+            usleep(1000);
+        errno = EAGAIN;
+        return -1;
+    });
+    seam::Hooked starting(seam::pthread_create, [&](auto...) { return ++started, std::optional<int>(); });
+    seam::Hooked ending(seam::pthread_join, [&](auto...) { return joining = true, ++joined, std::optional<int>(); });
+    for (const bool bufferFails : {true, false}) { // the second thread's buffer
+        otherOpened = joining = false, buffers = started = joined = 0;
+        seam::Hooked failing(seam::newArray, [&](size_t size) {
+            return bufferFails && size == kChunkSize && ++buffers == 2 ? std::optional<void *>(nullptr) : std::nullopt;
+        });
+        EXPECT_TRUE(search(2, "", "needle", few.root).out == fewOne.out) << bufferFails;
+        EXPECT_EQ(started.load(), joined.load()) << bufferFails;
+    }
+    // Under an address-space limit that leaves room for only a few, a run on
+    // 15 threads still gives the whole one-thread output.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "skipped: a sanitizer's shadow memory cannot live under an address-space limit";
+    GTEST_SKIP() << "the address-space limit was skipped: a sanitizer's shadow memory cannot live under one";
 #endif
-    Tree tree;
     for (int i = 0; i < 300; ++i)
         put(tree.fd, std::string("d") + std::to_string(i % 7) + "/f" + std::to_string(i), "a needle\n");
     const Outcome one = search(1, "", "needle", tree.root);
