@@ -239,7 +239,7 @@ size_t mappedBytes()
 // caches (the cached lookup fails), so that claims that end start threads:
 // none may start once the calling thread has stopped and joins the others,
 // since nobody would join it. The calling thread's first file waits until
-// another thread has opened one, if there is another, and the others' until
+// another thread has opened one, if one was started, and the others' until
 // the calling thread joins them: a thread without its buffer gets work, and
 // a claim ends after the walk has stopped.
 TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
@@ -249,23 +249,24 @@ TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
         put(few.fd, std::string("f").append(std::to_string(i)), "a needle\n");
     const Outcome fewOne = search(1, "", "needle", few.root);
     const pid_t calling = gettid();
-    const auto threads = [] { return std::distance(fs::directory_iterator("/proc/self/task"), {}); };
-    const auto alone = threads();
     std::atomic<bool> otherOpened, joining;
     std::atomic<int> buffers, started, joined;
+    int callingOpens;
     seam::Hooked uncached(seam::syscall, [&](long number, const long *) -> std::optional<long> {
         if (number != SYS_openat2)
             return std::nullopt;
-        otherOpened = otherOpened || gettid() != calling;
-        while (gettid() == calling ? !otherOpened && threads() > alone : !joining)
+        const bool isCalling = gettid() == calling;
+        otherOpened = otherOpened || !isCalling;
+        while (isCalling ? callingOpens == 0 && started > 0 && !otherOpened : !joining)
             usleep(1000);
+        callingOpens += isCalling;
         errno = EAGAIN;
         return -1;
     });
     seam::Hooked starting(seam::pthread_create, [&](auto...) { return ++started, std::optional<int>(); });
     seam::Hooked ending(seam::pthread_join, [&](auto...) { return joining = true, ++joined, std::optional<int>(); });
     for (const bool bufferFails : {true, false}) { // the second thread's buffer
-        otherOpened = joining = false, buffers = started = joined = 0;
+        otherOpened = joining = false, buffers = started = joined = callingOpens = 0;
         seam::Hooked failing(seam::newArray, [&](size_t size) {
             return bufferFails && size == kChunkSize && ++buffers == 2 ? std::optional<void *>(nullptr) : std::nullopt;
         });
@@ -278,7 +279,7 @@ TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
     GTEST_SKIP() << "the address-space limit was skipped: a sanitizer's shadow memory cannot live under one";
 #endif
     for (int i = 0; i < 300; ++i)
-        put(tree.fd, std::string("d") + std::to_string(i % 7) + "/f" + std::to_string(i), "a needle\n");
+        put(tree.fd, "d" + std::to_string(i % 7).append("/f").append(std::to_string(i)), "a needle\n");
     const Outcome one = search(1, "", "needle", tree.root);
     rlimit saved{};
     getrlimit(RLIMIT_AS, &saved);
