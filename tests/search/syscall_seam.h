@@ -21,7 +21,8 @@
     X(ssize_t, write, (int fd, const void *bytes, size_t count), (fd, bytes, count), )                                 \
     X(int, pthread_create, (pthread_t * thread, const pthread_attr_t *attributes, void *(*start)(void *), void *arg),  \
       (thread, attributes, start, arg), noexcept)                                                                      \
-    X(int, pthread_join, (pthread_t thread, void **result), (thread, result), )
+    X(int, pthread_join, (pthread_t thread, void **result), (thread, result), )                                        \
+    X(int, pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t * mutex), (condition, mutex), )
 
 namespace seam {
 

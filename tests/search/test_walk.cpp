@@ -224,6 +224,60 @@ TEST(Walk, ReadsAndWritesThatFail)
     EXPECT_TRUE(cut.size() < whole.size() && whole.compare(0, cut.size(), cut) == 0) << cut.size();
 }
 
+// A folder closed for the budget and needed again (listed ahead, here) waits
+// while the other threads hold all but the reopen's room, and then opens.
+// Under a budget of 16 descriptors, two threads and two more started for
+// names that miss the kernel's caches: the first folder listed waits until
+// the second is, its three claims (7, 7 and 1 files, the second folder
+// closed for the last) until the fourth thread has tried the second folder
+// and sleeps, or 0.2 s after the third claim came (the fourth may have
+// fallen asleep before it).
+TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
+{
+    Tree tree;
+    for (int i = 0; i < 44; ++i)
+        put(tree.fd, (i < 14 ? "f" : i < 29 ? "p/f" : "q/f") + std::to_string(i), "needle\n");
+    const Outcome unlimited = search(1, "", "needle", tree.root);
+    const auto name = [](long fd) {
+        return fs::read_symlink("/proc/self/fd/" + std::to_string(fd)).filename().string();
+    };
+    std::atomic<char> first = 0;
+    std::atomic<int> secondReads = 0, started = 0, held = 0;
+    std::atomic<bool> tried = false;
+    seam::Hooked listing(seam::getdents64, [&](int fd, void *, size_t) -> std::optional<ssize_t> {
+        const std::string folder = name(fd);
+        char none = 0;
+        if (folder.size() == 1 && !first.compare_exchange_strong(none, folder[0]) && first != folder[0])
+            ++secondReads;
+        while (first == folder[0] && (secondReads < 2 || started < 3))
+            usleep(1000);
+        return std::nullopt;
+    });
+    seam::Hooked opening(seam::syscall, [&](long number, const long *arguments) -> std::optional<long> {
+        if (number != SYS_openat2)
+            return std::nullopt;
+        if (name(arguments[0]) == std::string(1, first) && !tried) {
+            ++held;
+            for (int quiet = 0; !tried && held < 4 && quiet < 200; quiet += held == 3)
+                usleep(1000);
+        }
+        errno = EAGAIN;
+        return -1;
+    });
+    seam::Hooked starting(seam::pthread_create, [&](auto...) { return ++started, std::optional<int>(); });
+    seam::Hooked sleeping(seam::pthread_cond_wait,
+                          [&](auto...) { return tried = tried || held == 3, std::optional<int>(); });
+    rlimit saved{};
+    getrlimit(RLIMIT_NOFILE, &saved);
+    // What is open now, the captured output's and the start folder's, one kept spare and the budget.
+    const rlim_t open = std::distance(fs::directory_iterator("/proc/self/fd"), {}) - 1;
+    const rlimit lowered{open + 2 + 1 + 16, saved.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &lowered);
+    const Outcome limited = search(2, "", "needle", tree.root);
+    setrlimit(RLIMIT_NOFILE, &saved);
+    EXPECT_TRUE(limited.out == unlimited.out);
+}
+
 size_t mappedBytes()
 {
     std::ifstream status("/proc/self/status");
