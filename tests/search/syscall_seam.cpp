@@ -9,9 +9,8 @@
 #define SEAM_DEFINE(result, name, parameters, arguments, exceptions)                                                   \
     extern "C" result name parameters exceptions                                                                       \
     {                                                                                                                  \
-        if (seam::name)                                                                                                \
-            if (const std::optional<result> hooked = seam::name arguments)                                             \
-                return *hooked;                                                                                        \
+        if (const std::optional<result> hooked = seam::name ? seam::name arguments : std::nullopt)                     \
+            return *hooked;                                                                                            \
         static const auto real = reinterpret_cast<result(*) parameters>(dlsym(RTLD_NEXT, #name));                      \
         return real arguments;                                                                                         \
     }
@@ -25,9 +24,8 @@ extern "C" long syscall(long number, ...) noexcept
     for (long &argument : arguments)
         argument = va_arg(list, long);
     va_end(list);
-    if (seam::syscall)
-        if (const std::optional<long> hooked = seam::syscall(number, arguments))
-            return *hooked;
+    if (const std::optional<long> hooked = seam::syscall ? seam::syscall(number, arguments) : std::nullopt)
+        return *hooked;
     static const auto real = reinterpret_cast<long (*)(long, ...)>(dlsym(RTLD_NEXT, "syscall"));
     return real(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
 }
@@ -36,9 +34,8 @@ extern "C" long syscall(long number, ...) noexcept
 // the C++ library's own (or a sanitizer's) would be.
 void *operator new[](size_t size, const std::nothrow_t &) noexcept
 {
-    if (seam::newArray)
-        if (const std::optional<void *> hooked = seam::newArray(size))
-            return *hooked;
+    if (const std::optional<void *> hooked = seam::newArray ? seam::newArray(size) : std::nullopt)
+        return *hooked;
     try {
         return ::operator new[](size);
     } catch (const std::bad_alloc &) {

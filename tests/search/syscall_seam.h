@@ -10,7 +10,6 @@
 // the C library's headers has.
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <optional>
 #include <pthread.h>
@@ -28,7 +27,6 @@ namespace seam {
 
 #define SEAM_HOOK(result, name, parameters, arguments, ...) inline std::function<std::optional<result> parameters> name;
 SEAM_CALLS(SEAM_HOOK)
-#undef SEAM_HOOK
 // syscall(number, ...) with its six arguments, and new (std::nothrow)
 // char[size], whose failure is a null result.
 inline std::function<std::optional<long>(long number, const long *arguments)> syscall;
@@ -40,6 +38,5 @@ template <class Hook> struct Hooked {
     ~Hooked() { held = nullptr; }
     Hook &held;
 };
-template <class Hook, class Callable> Hooked(Hook &, Callable &&) -> Hooked<Hook>;
 
 } // namespace seam

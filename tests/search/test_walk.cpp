@@ -203,11 +203,9 @@ TEST(Walk, ReadsAndWritesThatFail)
         put(tree.fd, name, "needle\n");
     for (const int error : {EIO, EINTR}) {
         std::atomic<bool> failed = false;
-        seam::Hooked failing(seam::getdents64, [&](int fd, void *, size_t) -> std::optional<ssize_t> {
-            if (fs::read_symlink("/proc/self/fd/" + std::to_string(fd)).filename() != "b" || failed.exchange(true))
-                return std::nullopt;
-            errno = error;
-            return -1;
+        seam::Hooked failing(seam::getdents64, [&](int fd, void *, size_t) {
+            const bool fails = fs::read_symlink("/proc/self/fd/" + std::to_string(fd)).filename() == "b";
+            return fails && !failed.exchange(true) ? (errno = error, std::optional<ssize_t>(-1)) : std::nullopt;
         });
         EXPECT_EQ(search(1, "", "needle", tree.root).counts.files, error == EIO ? 2 : 3) << error;
     }
@@ -269,9 +267,9 @@ TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
                           [&](auto...) { return tried = tried || held == 3, std::optional<int>(); });
     rlimit saved{};
     getrlimit(RLIMIT_NOFILE, &saved);
-    // What is open now, the captured output's and the start folder's, one kept spare and the budget.
-    const rlim_t open = std::distance(fs::directory_iterator("/proc/self/fd"), {}) - 1;
-    const rlimit lowered{open + 2 + 1 + 16, saved.rlim_max};
+    // What is open now (the listing's own descriptor not), the captured output's and the start folder's, one kept
+    // spare, and the budget.
+    const rlimit lowered{std::distance(fs::directory_iterator("/proc/self/fd"), {}) - 1 + 2 + 1 + 16ul, saved.rlim_max};
     setrlimit(RLIMIT_NOFILE, &lowered);
     const Outcome limited = search(2, "", "needle", tree.root);
     setrlimit(RLIMIT_NOFILE, &saved);
@@ -304,8 +302,7 @@ TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
     const Outcome fewOne = search(1, "", "needle", few.root);
     const pid_t calling = gettid();
     std::atomic<bool> otherOpened, joining;
-    std::atomic<int> buffers, started, joined;
-    int callingOpens;
+    std::atomic<int> buffers, started, joined, callingOpens;
     seam::Hooked uncached(seam::syscall, [&](long number, const long *) -> std::optional<long> {
         if (number != SYS_openat2)
             return std::nullopt;
