@@ -228,8 +228,8 @@ TEST(Walk, ReadsAndWritesThatFail)
 // names that miss the kernel's caches: the first folder listed waits until
 // the second is, its three claims (7, 7 and 1 files, the second folder
 // closed for the last) until the fourth thread has tried the second folder
-// and sleeps, or 0.2 s after the third claim came (the fourth may have
-// fallen asleep before it).
+// and sleeps, or 0.2 s after the last claim came (the fourth may have
+// fallen asleep before the third came).
 TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
 {
     Tree tree;
@@ -247,18 +247,16 @@ TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
         char none = 0;
         if (folder.size() == 1 && !first.compare_exchange_strong(none, folder[0]) && first != folder[0])
             ++secondReads;
-        while (first == folder[0] && (secondReads < 2 || started < 3))
-            usleep(1000);
+        for (int waited = 0; first == folder[0] && (secondReads < 2 || started < 3) && waited < 2000; ++waited)
+            usleep(1000); // bounded: a smaller budget starts fewer threads
         return std::nullopt;
     });
     seam::Hooked opening(seam::syscall, [&](long number, const long *arguments) -> std::optional<long> {
         if (number != SYS_openat2)
             return std::nullopt;
-        if (name(arguments[0]) == std::string(1, first) && !tried) {
-            ++held;
-            for (int quiet = 0; !tried && held < 4 && quiet < 200; quiet += held == 3)
-                usleep(1000);
-        }
+        if (name(arguments[0]) == std::string(1, first) && !tried)
+            for (int quiet = 0, seen = ++held; !tried && held < 4 && quiet < 200; quiet = held == seen ? quiet + 1 : 0)
+                seen = held, usleep(1000);
         errno = EAGAIN;
         return -1;
     });
