@@ -17,12 +17,14 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "capture.h"
 #include "fyndle.h"
 #include "pattern.h"
 #include "run.h"
+#include "syscall_seam.h"
 #include "walk.h"
 #include "walk_queue.h"
 #include "walk_seam.h"
@@ -119,7 +121,8 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
             tiny += line % 3 ? "Needle " + std::to_string(i) + "\n" : "hay\n";
         matches += lines - (lines + 2) / 3, files += lines > 1;
         put(tree.fd,
-            std::string("d") + std::to_string(i % 40) + "/e" + std::to_string(i % 3) + "/t" + std::to_string(i), tiny);
+            "d" + std::to_string(i % 40).append("/e").append(std::to_string(i % 3)).append("/t") + std::to_string(i),
+            tiny);
     }
     const Outcome plain = allThreadCounts("", "needle", tree.root);
     EXPECT_EQ(std::tie(plain.counts.count, plain.counts.files, plain.counts.filesTried),
@@ -298,6 +301,90 @@ TEST(Walk, FolderClosedForTheBudgetIsOpenedAgainOnlyAsItWas)
                         "rights); the moved and swapped rows ran";
 }
 
+// A folder read that fails (a disk error; the folder removed since it was
+// opened) ends its listing with what it gave, here nothing; an interrupted
+// one is made again. Output whose write fails ends there, though a later
+// write would pass (a non-blocking output full for now): what was written
+// is the start of the whole output. Each fails once: a failure tried again
+// would show.
+TEST(Walk, ReadsAndWritesThatFail)
+{
+    Tree tree;
+    for (const char *name : {"a/f", "b/f", "c/f"})
+        put(tree.fd, name, "needle\n");
+    for (const int error : {EIO, EINTR}) {
+        std::atomic<bool> failed = false;
+        seam::Hooked failing(seam::getdents64, [&](int fd, void *, size_t) {
+            const bool fails = fs::read_symlink("/proc/self/fd/" + std::to_string(fd)).filename() == "b";
+            return fails && !failed.exchange(true) ? (errno = error, std::optional<ssize_t>(-1)) : std::nullopt;
+        });
+        EXPECT_EQ(search(1, "", "needle", tree.root).counts.files, error == EIO ? 2 : 3) << error;
+    }
+    std::string lines; // reports written in many blocks
+    for (int i = 0; i < 20000; ++i)
+        lines.append("needle ").append(std::to_string(i)).append("\n");
+    put(tree.fd, "d/f", lines);
+    const std::string whole = search(1, "", "needle", tree.root).out;
+    std::atomic<int> writes = 0;
+    seam::Hooked failing(seam::write, [&](int fd, const void *, size_t) -> std::optional<ssize_t> {
+        return fd == 1 && ++writes == 2 ? (errno = EAGAIN, std::optional<ssize_t>(-1)) : std::nullopt;
+    });
+    const std::string cut = search(1, "", "needle", tree.root).out;
+    EXPECT_TRUE(cut.size() < whole.size() && whole.compare(0, cut.size(), cut) == 0) << cut.size();
+}
+
+// A folder closed for the budget and needed again (listed ahead, here) waits
+// while the other threads hold all but the reopen's room, and then opens.
+// Under a budget of 16 descriptors, two threads and two more started for
+// names that miss the kernel's caches: the first folder listed waits until
+// the second is, its three claims (7, 7 and 1 files, the second folder
+// closed for the last) until the fourth thread has tried the second folder
+// and sleeps, or 0.2 s after the last claim came (the fourth may have
+// fallen asleep before the third came).
+TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
+{
+    Tree tree;
+    for (int i = 0; i < 44; ++i)
+        put(tree.fd, (i < 14 ? "f" : i < 29 ? "p/f" : "q/f") + std::to_string(i), "needle\n");
+    const Outcome unlimited = search(1, "", "needle", tree.root);
+    const auto name = [](long fd) {
+        return fs::read_symlink("/proc/self/fd/" + std::to_string(fd)).filename().string();
+    };
+    std::atomic<char> first = 0;
+    std::atomic<int> secondReads = 0, started = 0, held = 0;
+    std::atomic<bool> tried = false;
+    seam::Hooked listing(seam::getdents64, [&](int fd, void *, size_t) -> std::optional<ssize_t> {
+        const std::string folder = name(fd);
+        char none = 0;
+        if (folder.size() == 1 && !first.compare_exchange_strong(none, folder[0]) && first != folder[0])
+            ++secondReads;
+        for (int waited = 0; first == folder[0] && (secondReads < 2 || started < 3) && waited < 2000; ++waited)
+            usleep(1000); // bounded: a smaller budget starts fewer threads
+        return std::nullopt;
+    });
+    seam::Hooked opening(seam::syscall, [&](long number, const long *arguments) -> std::optional<long> {
+        if (number != SYS_openat2)
+            return std::nullopt;
+        if (name(arguments[0]) == std::string(1, first) && !tried)
+            for (int quiet = 0, seen = ++held; !tried && held < 4 && quiet < 200; quiet = held == seen ? quiet + 1 : 0)
+                seen = held, usleep(1000);
+        errno = EAGAIN;
+        return -1;
+    });
+    seam::Hooked starting(seam::pthread_create, [&](auto...) { return ++started, std::optional<int>(); });
+    seam::Hooked sleeping(seam::pthread_cond_wait,
+                          [&](auto...) { return tried = tried || held == 3, std::optional<int>(); });
+    rlimit saved{};
+    getrlimit(RLIMIT_NOFILE, &saved);
+    // What is open now (the listing's own descriptor not), the captured output's and the start folder's, one kept
+    // spare, and the budget.
+    const rlimit lowered{std::distance(fs::directory_iterator("/proc/self/fd"), {}) - 1 + 2 + 1 + 16ul, saved.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &lowered);
+    const Outcome limited = search(2, "", "needle", tree.root);
+    setrlimit(RLIMIT_NOFILE, &saved);
+    EXPECT_TRUE(limited.out == unlimited.out);
+}
+
 size_t mappedBytes()
 {
     std::ifstream status("/proc/self/status");
@@ -308,18 +395,51 @@ size_t mappedBytes()
     return 0;
 }
 
-// Threads whose stacks or buffers cannot be had are done without: under an
-// address-space limit that leaves room for only a few, a run on 15 threads
-// still gives the whole one-thread output.
+// Threads whose stacks or buffers cannot be had are done without, and every
+// thread started ends with the walk. Here every name misses the kernel's
+// caches (the cached lookup fails), so that claims that end start threads:
+// none may start once the calling thread has stopped and joins the others,
+// since nobody would join it. The calling thread's first file waits until
+// another thread has opened one, if one was started, and the others' until
+// the calling thread joins them: a thread without its buffer gets work, and
+// a claim ends after the walk has stopped.
 TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
 {
+    Tree few, tree;
+    for (int i = 0; i < 9; ++i) // two claims on two threads
+        put(few.fd, std::string("f").append(std::to_string(i)), "a needle\n");
+    const Outcome fewOne = search(1, "", "needle", few.root);
+    const pid_t calling = gettid();
+    std::atomic<bool> otherOpened, joining;
+    std::atomic<int> buffers, started, joined, callingOpens;
+    seam::Hooked uncached(seam::syscall, [&](long number, const long *) -> std::optional<long> {
+        if (number != SYS_openat2)
+            return std::nullopt;
+        const bool isCalling = gettid() == calling;
+        otherOpened = otherOpened || !isCalling;
+        while (isCalling ? callingOpens == 0 && started > 0 && !otherOpened : !joining)
+            usleep(1000);
+        callingOpens += isCalling;
+        errno = EAGAIN;
+        return -1;
+    });
+    seam::Hooked starting(seam::pthread_create, [&](auto...) { return ++started, std::optional<int>(); });
+    seam::Hooked ending(seam::pthread_join, [&](auto...) { return joining = true, ++joined, std::optional<int>(); });
+    for (const bool bufferFails : {true, false}) { // the second thread's buffer
+        otherOpened = joining = false, buffers = started = joined = callingOpens = 0;
+        seam::Hooked failing(seam::newArray, [&](size_t size) {
+            return bufferFails && size == kChunkSize && ++buffers == 2 ? std::optional<void *>(nullptr) : std::nullopt;
+        });
+        EXPECT_TRUE(search(2, "", "needle", few.root).out == fewOne.out) << bufferFails;
+        EXPECT_EQ(started.load(), joined.load()) << bufferFails;
+    }
+    // Under an address-space limit that leaves room for only a few, a run on
+    // 15 threads still gives the whole one-thread output.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "skipped: a sanitizer's shadow memory cannot live under an address-space limit";
+    GTEST_SKIP() << "the address-space limit was skipped: a sanitizer's shadow memory cannot live under one";
 #endif
-    Tree tree;
     for (int i = 0; i < 300; ++i)
-        put(tree.fd, std::string("d").append(std::to_string(i % 7)).append("/f").append(std::to_string(i)),
-            "a needle\n");
+        put(tree.fd, "d" + std::to_string(i % 7).append("/f").append(std::to_string(i)), "a needle\n");
     const Outcome one = search(1, "", "needle", tree.root);
     rlimit saved{};
     getrlimit(RLIMIT_AS, &saved);

@@ -1,0 +1,42 @@
+// Calls of the C library that the search code makes, turned aside in
+// test_search: while a test holds a hook for a name, that name's calls
+// reach the hook first. A hook that returns a value makes it the call's
+// result (with errno as the hook left it); one that returns nothing passes
+// the call on to the C library. A walk calls hooks from all its threads at
+// once.
+//
+// A name is one line of SEAM_CALLS: its result, name, parameters, the
+// arguments passed on, and the exception specification its declaration in
+// the C library's headers has.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <pthread.h>
+#include <sys/types.h>
+
+#define SEAM_CALLS(X)                                                                                                  \
+    X(ssize_t, getdents64, (int fd, void *buffer, size_t size), (fd, buffer, size), noexcept)                          \
+    X(ssize_t, write, (int fd, const void *bytes, size_t count), (fd, bytes, count), )                                 \
+    X(int, pthread_create, (pthread_t * thread, const pthread_attr_t *attributes, void *(*start)(void *), void *arg),  \
+      (thread, attributes, start, arg), noexcept)                                                                      \
+    X(int, pthread_join, (pthread_t thread, void **result), (thread, result), )                                        \
+    X(int, pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t * mutex), (condition, mutex), )
+
+namespace seam {
+
+#define SEAM_HOOK(result, name, parameters, arguments, ...) inline std::function<std::optional<result> parameters> name;
+SEAM_CALLS(SEAM_HOOK)
+// syscall(number, ...) with its six arguments, and new (std::nothrow)
+// char[size], whose failure is a null result.
+inline std::function<std::optional<long>(long number, const long *arguments)> syscall;
+inline std::function<std::optional<void *>(size_t size)> newArray;
+
+// Holds a hook until the end of the scope.
+template <class Hook> struct Hooked {
+    template <class Callable> Hooked(Hook &held, Callable &&hook) : held(held) { held = std::forward<Callable>(hook); }
+    ~Hooked() { held = nullptr; }
+    Hook &held;
+};
+
+} // namespace seam
