@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <dirent.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <new>
 #include <unistd.h>
 
@@ -28,6 +29,23 @@ extern "C" long syscall(long number, ...) noexcept
         return *hooked;
     static const auto real = reinterpret_cast<long (*)(long, ...)>(dlsym(RTLD_NEXT, "syscall"));
     return real(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
+}
+
+int seam::realOpenat(int dirFd, const char *path, int flags, unsigned mode)
+{
+    static const auto real = reinterpret_cast<int (*)(int, const char *, int, ...)>(dlsym(RTLD_NEXT, "openat"));
+    return real(dirFd, path, flags, mode);
+}
+
+extern "C" int openat(int dirFd, const char *path, int flags, ...)
+{
+    va_list list;
+    va_start(list, flags);
+    const unsigned mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(list, unsigned) : 0; // given only with these
+    va_end(list);
+    if (const std::optional<int> hooked = seam::openat ? seam::openat(dirFd, path, flags) : std::nullopt)
+        return *hooked;
+    return seam::realOpenat(dirFd, path, flags, mode);
 }
 
 // The replacement asks the throwing form, so that what it gives is freed as

@@ -27,10 +27,14 @@ namespace seam {
 
 #define SEAM_HOOK(result, name, parameters, arguments, ...) inline std::function<std::optional<result> parameters> name;
 SEAM_CALLS(SEAM_HOOK)
-// syscall(number, ...) with its six arguments, and new (std::nothrow)
-// char[size], whose failure is a null result.
+// syscall(number, ...) with its six arguments, openat without its mode,
+// and new (std::nothrow) char[size], whose failure is a null result.
 inline std::function<std::optional<long>(long number, const long *arguments)> syscall;
+inline std::function<std::optional<int>(int dirFd, const char *path, int flags)> openat;
 inline std::function<std::optional<void *>(size_t size)> newArray;
+
+// The C library's openat, for a hook that acts after the call.
+int realOpenat(int dirFd, const char *path, int flags, unsigned mode = 0);
 
 // Holds a hook until the end of the scope.
 template <class Hook> struct Hooked {

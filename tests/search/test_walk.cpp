@@ -27,7 +27,6 @@
 #include "syscall_seam.h"
 #include "walk.h"
 #include "walk_queue.h"
-#include "walk_seam.h"
 
 namespace {
 
