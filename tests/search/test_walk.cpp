@@ -338,7 +338,7 @@ TEST(Walk, ReadsAndWritesThatFail)
 // names that miss the kernel's caches: the first folder listed waits until
 // the second is, its three claims (7, 7 and 1 files, the second folder
 // closed for the last) until the fourth thread has tried the second folder
-// and sleeps, or 0.2 s after the last claim came (the fourth may have
+// and sleeps, or 1 s after the last claim came (the fourth may have
 // fallen asleep before the third came).
 TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
 {
@@ -357,7 +357,7 @@ TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
         char none = 0;
         if (folder.size() == 1 && !first.compare_exchange_strong(none, folder[0]) && first != folder[0])
             ++secondReads;
-        for (int waited = 0; first == folder[0] && (secondReads < 2 || started < 3) && waited < 2000; ++waited)
+        for (int waited = 0; first == folder[0] && (secondReads < 2 || started < 3) && waited < 5000; ++waited)
             usleep(1000); // bounded: a smaller budget starts fewer threads
         return std::nullopt;
     });
@@ -365,7 +365,7 @@ TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
         if (number != SYS_openat2)
             return std::nullopt;
         if (name(arguments[0]) == std::string(1, first) && !tried)
-            for (int quiet = 0, seen = ++held; !tried && held < 4 && quiet < 200; quiet = held == seen ? quiet + 1 : 0)
+            for (int quiet = 0, seen = ++held; !tried && held < 4 && quiet < 1000; quiet = held == seen ? quiet + 1 : 0)
                 seen = held, usleep(1000);
         errno = EAGAIN;
         return -1;
