@@ -382,7 +382,8 @@ thread_group() {  # name rg-factor warm|cold
           target = sprintf("%s (<=%gx rg%s)", met ? "met" : "MISSED", factor, warm ? ", 1.6x faster than 1 CPU" : "")
         }
         ratio = (one > 0 && key[2] == "fyndle") ? sprintf("%.2f", m[row[i]] / one) : "-"
-        printf "%-20s %-16s %10.1f %8.2f %8s  %s\n", key[1], key[2], m[row[i]], m[row[i]] / rgv, ratio, target
+        torg = rgv > 0 ? sprintf("%.2f", m[row[i]] / rgv) : "-"
+        printf "%-20s %-16s %10.1f %8s %8s  %s\n", key[1], key[2], m[row[i]], torg, ratio, target
       }
     }' "$results/times-$name.csv" | tee "$results/table-$name.txt"
 }
