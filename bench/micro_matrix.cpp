@@ -49,88 +49,71 @@ struct Blocks {
     }
 };
 
-void BM_MatCpy_Apart(benchmark::State &state)
-{
-    Blocks b(static_cast<int32_t>(state.range(0)));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(MatCpy(b.dst, b.src, b.n, b.n));
-    b.count(state);
-}
-
-void BM_MatCpy_Apart_MemcpyLoopAnchor(benchmark::State &state)
-{
-    Blocks b(static_cast<int32_t>(state.range(0)));
-    for (auto _ : state) {
-        for (int32_t i = 0; i < b.n; i++)
-            std::memcpy(b.dst[i], b.src[i], static_cast<size_t>(b.n) * sizeof(double));
-        benchmark::ClobberMemory();
-    }
-    b.count(state);
-}
-
-void BM_MatCpy_Overlap(benchmark::State &state)
-{
-    Blocks b(static_cast<int32_t>(state.range(0)));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(MatCpy(b.src, b.shifted, b.n, b.n));
-    b.count(state);
-}
-
-void BM_MatCpy_Overlap_PlainLoopAnchor(benchmark::State &state)
-{
-    Blocks b(static_cast<int32_t>(state.range(0)));
-    for (auto _ : state) {
-        for (int32_t i = 0; i < b.n; i++)
-            for (int32_t j = 0; j < b.n; j++)
-                b.src[i][j] = b.shifted[i][j];
-        benchmark::ClobberMemory();
-    }
-    b.count(state);
-}
-
-void BM_MatCopyVecc(benchmark::State &state)
+// Times copy(blocks) over a fresh pair of n x n blocks, n the row's argument.
+template <class Copy> void timeCopies(benchmark::State &state, Copy copy)
 {
     Blocks b(static_cast<int32_t>(state.range(0)));
     VeccCopyMat(b.flat, b.src, b.n, b.n);
     for (auto _ : state) {
-        MatCopyVecc(b.dst, b.flat, b.n, b.n);
+        copy(b);
         benchmark::ClobberMemory();
     }
     b.count(state);
+}
+
+// Every value of an n x n block, one row pointer at a time, as a plain loop.
+template <class Each> void eachValue(const Blocks &b, Each each)
+{
+    for (int32_t i = 0; i < b.n; i++)
+        for (int32_t j = 0; j < b.n; j++)
+            each(i, j);
+}
+
+void BM_MatCpy_Apart(benchmark::State &state)
+{
+    timeCopies(state, [](Blocks &b) { MatCpy(b.dst, b.src, b.n, b.n); });
+}
+
+void BM_MatCpy_Apart_MemcpyLoopAnchor(benchmark::State &state)
+{
+    timeCopies(state, [](Blocks &b) {
+        for (int32_t i = 0; i < b.n; i++)
+            std::memcpy(b.dst[i], b.src[i], static_cast<size_t>(b.n) * sizeof(double));
+    });
+}
+
+void BM_MatCpy_Overlap(benchmark::State &state)
+{
+    timeCopies(state, [](Blocks &b) { MatCpy(b.src, b.shifted, b.n, b.n); });
+}
+
+void BM_MatCpy_Overlap_PlainLoopAnchor(benchmark::State &state)
+{
+    timeCopies(state, [](Blocks &b) { eachValue(b, [&](int32_t i, int32_t j) { b.src[i][j] = b.shifted[i][j]; }); });
+}
+
+void BM_MatCopyVecc(benchmark::State &state)
+{
+    timeCopies(state, [](Blocks &b) { MatCopyVecc(b.dst, b.flat, b.n, b.n); });
 }
 
 void BM_MatCopyVecc_PlainLoopAnchor(benchmark::State &state)
 {
-    Blocks b(static_cast<int32_t>(state.range(0)));
-    for (auto _ : state) {
-        for (int32_t i = 0; i < b.n; i++)
-            for (int32_t j = 0; j < b.n; j++)
-                b.dst[i][j] = b.flat[static_cast<size_t>(j) * b.n + i];
-        benchmark::ClobberMemory();
-    }
-    b.count(state);
+    timeCopies(state, [](Blocks &b) {
+        eachValue(b, [&](int32_t i, int32_t j) { b.dst[i][j] = b.flat[static_cast<size_t>(j) * b.n + i]; });
+    });
 }
 
 void BM_VeccCopyMat(benchmark::State &state)
 {
-    Blocks b(static_cast<int32_t>(state.range(0)));
-    for (auto _ : state) {
-        VeccCopyMat(b.flat, b.src, b.n, b.n);
-        benchmark::ClobberMemory();
-    }
-    b.count(state);
+    timeCopies(state, [](Blocks &b) { VeccCopyMat(b.flat, b.src, b.n, b.n); });
 }
 
 void BM_VeccCopyMat_PlainLoopAnchor(benchmark::State &state)
 {
-    Blocks b(static_cast<int32_t>(state.range(0)));
-    for (auto _ : state) {
-        for (int32_t i = 0; i < b.n; i++)
-            for (int32_t j = 0; j < b.n; j++)
-                b.flat[static_cast<size_t>(j) * b.n + i] = b.src[i][j];
-        benchmark::ClobberMemory();
-    }
-    b.count(state);
+    timeCopies(state, [](Blocks &b) {
+        eachValue(b, [&](int32_t i, int32_t j) { b.flat[static_cast<size_t>(j) * b.n + i] = b.src[i][j]; });
+    });
 }
 
 } // namespace

@@ -6,8 +6,8 @@
 // once.
 //
 // A name is one line of SEAM_CALLS: its result, name, parameters, the
-// arguments passed on, and the exception specification its declaration in
-// the C library's headers has.
+// arguments passed on, and whether the C library's headers declare it
+// noexcept (the definition must say the same).
 #pragma once
 
 #include <functional>
