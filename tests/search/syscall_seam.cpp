@@ -48,8 +48,7 @@ extern "C" int openat(int dirFd, const char *path, int flags, ...)
     return seam::realOpenat(dirFd, path, flags, mode);
 }
 
-// The replacement asks the throwing form, so that what it gives is freed as
-// the C++ library's own (or a sanitizer's) would be.
+// Asks the throwing form, so that what it gives is freed as the C++ library's own (or a sanitizer's) would be.
 void *operator new[](size_t size, const std::nothrow_t &) noexcept
 {
     if (const std::optional<void *> hooked = seam::newArray ? seam::newArray(size) : std::nullopt)

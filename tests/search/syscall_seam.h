@@ -1,13 +1,8 @@
-// Calls of the C library that the search code makes, turned aside in
-// test_search: while a test holds a hook for a name, that name's calls
-// reach the hook first. A hook that returns a value makes it the call's
-// result (with errno as the hook left it); one that returns nothing passes
-// the call on to the C library. A walk calls hooks from all its threads at
-// once.
-//
-// A name is one line of SEAM_CALLS: its result, name, parameters, the
-// arguments passed on, and whether the C library's headers declare it
-// noexcept (the definition must say the same).
+// Calls of the C library that the search code makes, turned aside in test_search: while a test holds a hook for a
+// name, that name's calls (from all of a walk's threads at once) reach the hook first. A value the hook returns is the
+// call's result, with errno as the hook left it; no value passes the call on to the C library.
+// A name is one line of SEAM_CALLS: its result, name, parameters, the arguments passed on, and whether the C library's
+// headers declare it noexcept (the definition must say the same).
 #pragma once
 
 #include <functional>
@@ -27,8 +22,7 @@ namespace seam {
 
 #define SEAM_HOOK(result, name, parameters, arguments, ...) inline std::function<std::optional<result> parameters> name;
 SEAM_CALLS(SEAM_HOOK)
-// syscall(number, ...) with its six arguments, openat without its mode,
-// and new (std::nothrow) char[size], whose failure is a null result.
+// syscall(number, ...) with its six arguments, openat without its mode, new (std::nothrow) char[size] (null: failed).
 inline std::function<std::optional<long>(long number, const long *arguments)> syscall;
 inline std::function<std::optional<int>(int dirFd, const char *path, int flags)> openat;
 inline std::function<std::optional<void *>(size_t size)> newArray;
