@@ -1,7 +1,6 @@
-// The file scanner against a model of the plain design it must reproduce byte for byte: 5120-byte reads into one
-// buffer, the cut after a newline, the folded copy for printing, a matcher that scans byte by byte over the folded
-// text, and the carry of what it did not consume. The real scanner reads large chunks, widens the pattern instead of
-// folding, counts lines lazily and keeps no second copy; random files and patterns must give the same output from both.
+// The file scanner against a model of the plain design whose output it must give byte for byte: 5120-byte reads into
+// one buffer cut after a newline, a folded copy matched byte by byte, the carry of what was not consumed. The scanner
+// reads large chunks, widens the pattern instead of folding and counts lines lazily.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,6 +17,7 @@
 #include <sys/syscall.h>
 #include <string>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -29,10 +29,7 @@
 
 namespace {
 
-// ---- the model ----
-
-// The window and its cut as the design gives them, written down here again so that a change to the scanner's own
-// constants shows.
+// The design's window and cut, written here again so that a change to the scanner's own constants shows.
 constexpr int kModelWindow = 5120, kModelCutFrom = 4801;
 
 // The model's own reading of the pattern, for the syntax its cases use: plain text; under -r '.', '^', '$', sets with
@@ -173,14 +170,12 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
     return reports;
 }
 
-// A read returns at most this many bytes, as from a kernel file (0: as asked); below a window or above it.
+// Reads as a kernel file's may go: at most s_readCap bytes (0: as asked), below a window or above; from
+// s_readFailsFrom on (-1: never) failing, or giving nothing as in a file cut short since its open; another program
+// appending after each.
 size_t s_readCap = 0;
-// Reads from this file position on fail, as a kernel file's may (-1: none), or give nothing, as those of a file cut
-// short after it was opened.
 off_t s_readFailsFrom = -1;
-bool s_readEndsEarly = false;
-// Another program appends to the file after each read.
-bool s_appendWhileRead = false;
+bool s_readEndsEarly = false, s_appendWhileRead = false;
 
 } // namespace
 
@@ -195,9 +190,7 @@ extern "C" ssize_t read(int fd, void *buffer, size_t count)
     count = s_readFailsFrom >= 0 ? std::min(count, static_cast<size_t>(s_readFailsFrom - at)) : count;
     const auto got = syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
     if (s_appendWhileRead && got > 0) {
-        const int writer = open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_WRONLY | O_APPEND);
-        EXPECT_EQ(write(writer, "ab\n", 3), 3);
-        close(writer);
+        EXPECT_TRUE(std::ofstream("/proc/self/fd/" + std::to_string(fd), std::ios::app) << "ab\n" << std::flush);
     }
     return got;
 }
@@ -221,12 +214,8 @@ std::string modelFile(const std::string &content, const std::string &path)
         std::memcpy(buf + carried, content.data() + readPos, got);
         readPos += got;
         const int n = carried + static_cast<int>(got);
-        int searched = n;
-        for (int i = n - 1; n > kModelCutFrom && i >= kModelCutFrom; --i)
-            if (buf[i] == '\n') {
-                searched = i + 1;
-                break;
-            }
+        const void *cut = n > kModelCutFrom ? memrchr(buf + kModelCutFrom, '\n', size_t(n - kModelCutFrom)) : nullptr;
+        const int searched = cut ? static_cast<int>(static_cast<const unsigned char *>(cut) - buf) + 1 : n;
         std::memcpy(copy, buf, static_cast<size_t>(searched));
         for (int i = 0; i < searched && !g_fMatchCase; ++i)
             buf[i] = static_cast<unsigned char>(std::tolower(buf[i]));
@@ -243,7 +232,28 @@ std::string modelFile(const std::string &content, const std::string &path)
     return out;
 }
 
-// ---- driving both ----
+// The file both search, named in their output.
+const std::string s_file = testing::TempDir() + "fyndle-model-" + std::to_string(getpid()) + ".txt";
+
+// Writes content to s_file and scans it as the tool does (pattern null: counting its lines, under -l).
+int64_t scan(const CompiledPattern *pattern, const std::string &content)
+{
+    std::ofstream(s_file, std::ios::binary) << content;
+    OrderedOutput output;
+    OutputSink sink(output);
+    FileSearcher searcher(pattern, sink, output.FailedFlag());
+    const int64_t result = ScanOpenFile(searcher, OpenFileAt(AT_FDCWD, s_file.c_str()), s_file.c_str());
+    std::remove(s_file.c_str());
+    return result;
+}
+
+std::string repeated(const std::string &text, int times)
+{
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}
 
 // Option letters: r regular expression, b binary, c case-sensitive, w word, f file names only.
 void expectSame(const std::string &options, std::string pattern, const std::string &content)
@@ -251,39 +261,16 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
     auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
     g_fBinary = has('b'), g_fMatchCase = has('c'), g_fRegExp = has('r');
     g_fMatchWord = has('w'), g_fFileNamesOnly = has('f'), g_fCountLines = 0;
-    const std::string path = testing::TempDir() + "fyndle-model-" + std::to_string(getpid()) + ".txt";
-    std::ofstream(path, std::ios::binary) << content;
     std::string folded = pattern;
     for (char &ch : folded)
         ch = g_fMatchCase ? ch : static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     modelRead(folded, g_fRegExp);
-    const std::string want = modelFile(content, path);
+    const std::string want = modelFile(content, s_file);
     static CompiledPattern compiled;
     PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase, &compiled);
     StdoutCapture capture;
-    {
-        OrderedOutput output;
-        OutputSink sink(output);
-        FileSearcher searcher(&compiled, sink, output.FailedFlag());
-        ScanOpenFile(searcher, OpenFileAt(AT_FDCWD, path.c_str()), path.c_str());
-    }
-    std::remove(path.c_str());
+    scan(&compiled, content);
     ASSERT_EQ(capture.take(), want) << "pattern '" << folded << "' options " << options << " size " << content.size();
-}
-
-// What -l counts in a file of the given content.
-int64_t countedLines(const std::string &content)
-{
-    const std::string path = testing::TempDir() + "fyndle-lines-" + std::to_string(getpid()) + ".txt";
-    std::ofstream(path, std::ios::binary) << content;
-    OrderedOutput output;
-    OutputSink sink(output);
-    FileSearcher searcher(nullptr, sink, output.FailedFlag());
-    g_fCountLines = 1;
-    const int64_t lines = ScanOpenFile(searcher, OpenFileAt(AT_FDCWD, path.c_str()), path.c_str());
-    g_fCountLines = 0;
-    std::remove(path.c_str());
-    return lines;
 }
 
 TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
@@ -312,8 +299,8 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
         expectSame(options, pattern, content);
         s_readCap = 0;
     }
-    // A first byte every 100 bytes of one long line: the windows passed over hop from one to the next until the window
-    // cut at the line's end holds the end of their match; that window is searched, from its start.
+    // A first byte every 100 bytes of one long line: windows passed over hop to the one cut at the line's end, which
+    // holds the end of their match and is searched from its start.
     std::string hops(9999, 'a');
     for (size_t at = 0; at < hops.size(); at += 100)
         hops[at] = 'x';
@@ -332,15 +319,13 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     // too, so the match of the path that byte is on never shows.
     expectSame("r", "x[^_]*_", std::string("x").append(4900, 'a').append("x").append(1098, 'a').append("_\n"));
     // The first byte is the newline: a window passed over would stop after one, uncounted.
-    std::string abLines;
-    for (int i = 0; i < 2000; ++i)
-        abLines += "ab\n";
-    expectSame("r", "^[^_]*_", abLines + "_\n");
+    expectSame("r", "^[^_]*_", repeated("ab\n", 2000).append("_\n"));
     // A read that fails or gives nothing ends the file there, as its end would; under -l too.
     for (const bool endsEarly : {false, true}) {
         s_readFailsFrom = 7000, s_readEndsEarly = endsEarly;
         expectSame("", "ab", std::string(6000, 'x') + "ab\n" + std::string(3000, 'x') + "ab\n");
-        EXPECT_EQ(countedLines(std::string(8000, '\n')), 7000);
+        g_fCountLines = 1; // until the next expectSame
+        EXPECT_EQ(scan(nullptr, std::string(8000, '\n')), 7000);
     }
     s_readFailsFrom = -1;
     // What is appended after the open is not searched: the size taken then ends the file.
@@ -351,15 +336,12 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
 
 TEST(ScannerModel, WindowEdges)
 {
-    // A line longer than a window with a candidate at the window's end: the carried bytes were folded by the window
-    // that searched them. An attempt from the window's first byte that runs off its end consumes nothing: the window
-    // moves on by one byte without the offset. A run of such windows ends at the first that holds what decides the
-    // attempt (a match, a refused byte, the file's end); a newline past the cut point shortens some of them; mixed case
-    // shows the folded carried bytes. Where element 0 takes one byte ("[ab]", "[ae]"), each window stops at the next
-    // byte it takes.
-    std::string letters;
-    for (int i = 0; i < 12000; ++i)
-        letters += "abcdEFGH"[i % 8];
+    // A line longer than a window with a candidate at its end: carried bytes were folded by the window that searched
+    // them. An attempt from a window's first byte that runs off its end consumes nothing: the window moves on by one
+    // byte without the offset, up to the first that holds what decides (a match, a refused byte, the file's end). A
+    // newline past the cut point shortens some; mixed case shows the folded carried bytes; where element 0 takes one
+    // byte ("[ab]", "[ae]"), each window stops at the next byte it takes.
+    const std::string letters = repeated("abcdEFGH", 1500);
     const std::string carried = std::string(5117, 'x') + "ABCABD\n", plain = std::string(12000, 'a') + "q\nxaq\n";
     const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
     const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
@@ -370,22 +352,12 @@ TEST(ScannerModel, WindowEdges)
     atCut.append(4801, 'x').append("\n").append(100, 'y').append("e").append(296, 'y').append("q\n");
     // Newlines a first-byte scan passes are counted late: a window that ends in a first byte that fails in the next one
     // lies between the windows whose newlines wait, and must not be counted twice.
-    std::string tenLines;
-    for (int i = 0; i < 912; ++i)
-        tenLines += "xxxxxxxxx\n";
+    const std::string tenLines = repeated("xxxxxxxxx\n", 912);
     const std::string lateLines = tenLines + std::string(1117, 'x') + "zebX\n" + tenLines + "zebra\n";
     // Lines of first bytes only: each window passed over one at a time starts at a byte element 0 takes, consumes
     // nothing and moves on by one.
-    std::string firstBytes;
-    for (int i = 0; i < 4; ++i)
-        firstBytes += std::string(2000, 'a') + "\n";
-    firstBytes += "q\n";
-    // Each pattern over its content with each of the options given.
-    const struct {
-        std::vector<const char *> options;
-        const char *pattern;
-        const std::string &content;
-    } cases[] = {
+    const std::string firstBytes = repeated(std::string(2000, 'a').append("\n"), 4).append("q\n");
+    const std::tuple<std::vector<const char *>, const char *, const std::string &> cases[] = {
         {{"r"}, "[ab][^q]*q", firstBytes}, {{"", "b"}, "zebra", lateLines},
         {{"", "b"}, "abd", carried},       {{""}, "xyw", xyz},
         {{"rb", "r"}, "[^q]*q", plain},    {{"r", "rbc"}, "[^q]*q", cut},
@@ -395,17 +367,16 @@ TEST(ScannerModel, WindowEdges)
         {{"rb"}, "[ab][^_]*_q", atEnd},    {{"r"}, "[ae][^q]*q", atCut},
         {{"r"}, "[ae][^q]*q", refused},
     };
-    for (const auto &c : cases)
-        for (const char *options : c.options)
-            expectSame(options, c.pattern, c.content);
+    for (const auto &[options, pattern, content] : cases)
+        for (const char *option : options)
+            expectSame(option, pattern, content);
     // A newline just before the cut's first place does not cut the window, one at it does.
     for (size_t newline : {4800, 4801})
         expectSame("b", "needle", std::string(newline, 'x') + "\n" + std::string(5116 - newline, 'x') + "needle");
 }
 
 // A name the kernel's caches lack (most of /proc's are made when asked for) is opened the usual way; so is every name
-// where openat2 is refused, as an older kernel (ENOSYS) or one without the cached lookup (EINVAL) refuses it: a child's
-// filter refuses it here.
+// where openat2 is refused as by an older kernel (ENOSYS) or one without the cached lookup (EINVAL), here by a filter.
 TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
 {
     for (const unsigned error : {0, ENOSYS, EINVAL}) {
@@ -427,9 +398,8 @@ TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
         wait(&status);
         EXPECT_EQ(status, 0) << error;
     }
-    // A probe that succeeds may find errno as an earlier uncached name left
-    // it (EAGAIN): the name (the working folder's, always in the caches) is
-    // still opened once, on the lowest free descriptor, none leaked.
+    // A probe that succeeds may find errno as an earlier uncached name left it (EAGAIN): the name (the working
+    // folder's, always in the caches) is still opened once, on the lowest free descriptor, none leaked.
     const int lowest = open(".", O_RDONLY);
     close(lowest);
     CacheProbe probe;
