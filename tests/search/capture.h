@@ -6,8 +6,7 @@
 
 #include <gtest/gtest.h>
 
-class StdoutCapture {
-public:
+struct StdoutCapture {
     StdoutCapture() { fflush(stdout), testing::internal::CaptureStdout(); }
     std::string take() { return fflush(stdout), testing::internal::GetCapturedStdout(); }
 };

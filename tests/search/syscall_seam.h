@@ -1,8 +1,7 @@
 // Calls of the C library that the search code makes, turned aside in test_search: while a test holds a hook for a
-// name, that name's calls (from all of a walk's threads at once) reach the hook first. A value the hook returns is the
-// call's result, with errno as the hook left it; no value passes the call on to the C library.
-// A name is one line of SEAM_CALLS: its result, name, parameters, the arguments passed on, and whether the C library's
-// headers declare it noexcept (the definition must say the same).
+// name, its calls (from all of a walk's threads at once) reach the hook first; a value it returns is the call's result
+// (errno as it left it), none passes the call on. A name is one line of SEAM_CALLS: its result, name, parameters, the
+// arguments passed on, and whether the C library declares it noexcept (the definition must say the same).
 #pragma once
 
 #include <functional>

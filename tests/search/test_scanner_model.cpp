@@ -1,6 +1,5 @@
-// The file scanner against a model of the plain design whose output it must give byte for byte: 5120-byte reads into
-// one buffer cut after a newline, a folded copy matched byte by byte, the carry of what was not consumed. The scanner
-// reads large chunks, widens the pattern instead of folding and counts lines lazily.
+// The file scanner against a model of the plain design it must print alike: 5120-byte reads cut after a newline, a
+// folded copy matched byte by byte, the rest carried; the scanner reads large chunks and widens the pattern instead.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -26,6 +25,27 @@
 #include "output.h"
 #include "pattern.h"
 #include "scanner.h"
+
+static size_t s_readCap = 0;
+static off_t s_readFailsFrom = -1;
+static bool s_readEndsEarly = false, s_appendWhileRead = false;
+
+// The C library's read stood in for, as a kernel file's may go: at most s_readCap bytes (0: as asked); from
+// s_readFailsFrom on (-1: never) failing, or giving nothing (a file cut short); another program appending after each.
+extern "C" ssize_t read(int fd, void *buffer, size_t count)
+{
+    const off_t at = s_readFailsFrom >= 0 ? lseek(fd, 0, SEEK_CUR) : 0;
+    if (at >= s_readFailsFrom && s_readFailsFrom >= 0) {
+        errno = EINVAL;
+        return s_readEndsEarly ? 0 : -1;
+    }
+    count = s_readFailsFrom >= 0 ? std::min(count, static_cast<size_t>(s_readFailsFrom - at)) : count;
+    const auto got = syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
+    if (s_appendWhileRead && got > 0) {
+        EXPECT_TRUE(std::ofstream("/proc/self/fd/" + std::to_string(fd), std::ios::app) << "ab\n" << std::flush);
+    }
+    return got;
+}
 
 namespace {
 
@@ -86,8 +106,7 @@ void modelRead(const std::string &text, bool regExp)
     }
 }
 
-// One attempt from element k at pos. A refused '+' fails the attempt: past the first element it never matches, and as
-// the first it is one byte.
+// One attempt from element k at pos. A refused '+' fails: past element 0 it never matches, as element 0 it is one byte.
 enum class Step { Success, Fail, RanOut };
 Step modelAttempt(const unsigned char *buf, int len, int pos, size_t k, int *end)
 {
@@ -170,33 +189,6 @@ int modelSearch(const char *name, const unsigned char *buf, int len, int64_t *of
     return reports;
 }
 
-// Reads as a kernel file's may go: at most s_readCap bytes (0: as asked), below a window or above; from
-// s_readFailsFrom on (-1: never) failing, or giving nothing as in a file cut short since its open; another program
-// appending after each.
-size_t s_readCap = 0;
-off_t s_readFailsFrom = -1;
-bool s_readEndsEarly = false, s_appendWhileRead = false;
-
-} // namespace
-
-// Stands in for the C library's read in this test program.
-extern "C" ssize_t read(int fd, void *buffer, size_t count)
-{
-    const off_t at = s_readFailsFrom >= 0 ? lseek(fd, 0, SEEK_CUR) : 0;
-    if (at >= s_readFailsFrom && s_readFailsFrom >= 0) {
-        errno = EINVAL;
-        return s_readEndsEarly ? 0 : -1;
-    }
-    count = s_readFailsFrom >= 0 ? std::min(count, static_cast<size_t>(s_readFailsFrom - at)) : count;
-    const auto got = syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
-    if (s_appendWhileRead && got > 0) {
-        EXPECT_TRUE(std::ofstream("/proc/self/fd/" + std::to_string(fd), std::ios::app) << "ab\n" << std::flush);
-    }
-    return got;
-}
-
-namespace {
-
 // The plain design over a whole file: one read per window, the cut, the folded copy, the carry.
 std::string modelFile(const std::string &content, const std::string &path)
 {
@@ -232,7 +224,6 @@ std::string modelFile(const std::string &content, const std::string &path)
     return out;
 }
 
-// The file both search, named in their output.
 const std::string s_file = testing::TempDir() + "fyndle-model-" + std::to_string(getpid()) + ".txt";
 
 // Writes content to s_file and scans it as the tool does (pattern null: counting its lines, under -l).
@@ -276,8 +267,7 @@ void expectSame(const std::string &options, std::string pattern, const std::stri
 TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
 {
     std::mt19937 rng(20261122);
-    // Few letters so that matches and near-matches are frequent; the newline weight decides between short lines and
-    // lines longer than a window.
+    // Few letters, so that matches and near-matches are frequent; longLines has no newline, so its line spans windows.
     const std::string shortLines = "abAB_ \n\n\r\x01\xe9", longLines = "abcABC_-.";
     const char *plainPatterns[] = {"ab", "a", "Ab", "bA", "ab_", "\n", "aaa", "b b"};
     const char *regExpPatterns[] = {
@@ -299,16 +289,14 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
         expectSame(options, pattern, content);
         s_readCap = 0;
     }
-    // A first byte every 100 bytes of one long line: windows passed over hop to the one cut at the line's end, which
-    // holds the end of their match and is searched from its start.
+    // A first byte every 100 bytes of one long line: windows passed over hop to the one cut at its end, searched whole.
     std::string hops(9999, 'a');
     for (size_t at = 0; at < hops.size(); at += 100)
         hops[at] = 'x';
     expectSame("r", "x[^_]*_$", hops.append("_\n").append(6000, 'b').append("\n"));
     // A binary report of 19 carried bytes, folded by the window that searched them: an 'A' past the first block.
-    std::string carriedA(5101, 'x');
-    carriedA[4700] = '\n';
-    expectSame("rb", "[a][a-c]*d", carriedA.append("a").append(16, 'b').append("Abbbbd\n"));
+    expectSame("rb", "[a][a-c]*d",
+               std::string(4700, 'x').append("\n").append(400, 'x').append("a").append(16, 'b').append("Abbbbd\n"));
     // Starts in a range of letters in both cases and a third range: the lines' classified walk keeps all three.
     expectSame("r", "[ab~][^_]*_", "zz~zz_\nzzbz_\nzz~_\n");
     expectSame("rc", "[a-cA-B][^_]*_", "zzCzz_\nzzbz_\n"); // not the same letters in both cases
@@ -337,10 +325,9 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
 TEST(ScannerModel, WindowEdges)
 {
     // A line longer than a window with a candidate at its end: carried bytes were folded by the window that searched
-    // them. An attempt from a window's first byte that runs off its end consumes nothing: the window moves on by one
-    // byte without the offset, up to the first that holds what decides (a match, a refused byte, the file's end). A
-    // newline past the cut point shortens some; mixed case shows the folded carried bytes; where element 0 takes one
-    // byte ("[ab]", "[ae]"), each window stops at the next byte it takes.
+    // them. An attempt from a window's first byte that runs off its end consumes nothing: the window moves on one byte
+    // without the offset, up to one holding what decides (a match, a refused byte, the end). A newline past the cut
+    // shortens some; mixed case shows folded carried bytes; where element 0 takes one byte, windows stop at the next.
     const std::string letters = repeated("abcdEFGH", 1500);
     const std::string carried = std::string(5117, 'x') + "ABCABD\n", plain = std::string(12000, 'a') + "q\nxaq\n";
     const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
@@ -354,8 +341,7 @@ TEST(ScannerModel, WindowEdges)
     // lies between the windows whose newlines wait, and must not be counted twice.
     const std::string tenLines = repeated("xxxxxxxxx\n", 912);
     const std::string lateLines = tenLines + std::string(1117, 'x') + "zebX\n" + tenLines + "zebra\n";
-    // Lines of first bytes only: each window passed over one at a time starts at a byte element 0 takes, consumes
-    // nothing and moves on by one.
+    // Lines of first bytes only: each window passed over one at a time consumes nothing and moves on by one.
     const std::string firstBytes = repeated(std::string(2000, 'a').append("\n"), 4).append("q\n");
     const std::tuple<std::vector<const char *>, const char *, const std::string &> cases[] = {
         {{"r"}, "[ab][^q]*q", firstBytes}, {{"", "b"}, "zebra", lateLines},
@@ -398,8 +384,7 @@ TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
         wait(&status);
         EXPECT_EQ(status, 0) << error;
     }
-    // A probe that succeeds may find errno as an earlier uncached name left it (EAGAIN): the name (the working
-    // folder's, always in the caches) is still opened once, on the lowest free descriptor, none leaked.
+    // A probe that succeeds with errno left EAGAIN by an earlier name opens "." (always cached) once, on the lowest fd.
     const int lowest = open(".", O_RDONLY);
     close(lowest);
     CacheProbe probe;

@@ -1,5 +1,4 @@
-// The ordered walk driven through the run object with more threads than CPUs, so that files finish out of turn: any
-// thread count gives the output and counts of one thread, and at an open-file limit of 64 every file.
+// The ordered walk, driven through the run object on more threads than CPUs so that files finish out of turn.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -32,18 +31,14 @@ namespace fs = std::filesystem;
 
 // A folder tree in memory where it can be, removed by rm, which goes beyond the system's path limit.
 struct Tree {
-    Tree() : root((fs::exists("/dev/shm") ? "/dev/shm" : fs::temp_directory_path().string()) + "/fyndle-walk-XXXXXX")
-    {
-        mkdtemp(root.data());
-        fd = open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    }
     ~Tree()
     {
         close(fd);
         (void)!std::system(("rm -rf '" + root + "'").c_str());
     }
-    std::string root;
-    int fd;
+    std::string root = mkdtemp(
+        ((fs::exists("/dev/shm") ? "/dev/shm" : fs::temp_directory_path().string()) + "/fyndle-walk-XXXXXX").data());
+    int fd = open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 };
 
 // Writes name (and its missing folders) below the folder open as dirFd.
@@ -61,7 +56,7 @@ struct Outcome {
 };
 
 // Searches folder under -s on `threads` threads with the option letters (b, c, f, l, r, v, w), as the tool would.
-Outcome search(int threads, const std::string &options, std::string pattern, const std::string &folder,
+Outcome search(int threads, const std::string &options, std::string pattern, std::string folder,
                const char *masks = nullptr)
 {
     auto has = [&](char letter) { return options.find(letter) != std::string::npos; };
@@ -70,16 +65,14 @@ Outcome search(int threads, const std::string &options, std::string pattern, con
     SearchRun run;
     EXPECT_TRUE(g_fCountLines || PreparePattern(pattern.data(), g_fRegExp, g_fMatchCase, &run.pattern));
     run.threads = threads;
-    std::string directory = folder;
     StdoutCapture capture;
-    EXPECT_EQ(FRunMask(run, directory.data(), masks), 1);
+    EXPECT_EQ(FRunMask(run, folder.data(), masks), 1);
     Outcome outcome{capture.take(), run.counters};
     g_fVerbose = g_fCountLines = g_fDoSubdirectories = 0;
     return outcome;
 }
 
-// The same search on 1, 8 and 16 threads gives the same output and counts; the threaded runs are made a few times, as
-// which files finish out of turn changes from run to run. Returns the one-thread outcome.
+// The same search on 1, 8 and 16 threads (a few times: which files finish out of turn varies) gives the same outcome.
 Outcome allThreadCounts(const std::string &options, const std::string &pattern, const std::string &folder,
                         const char *masks = nullptr)
 {
@@ -92,8 +85,7 @@ Outcome allThreadCounts(const std::string &options, const std::string &pattern, 
     return one;
 }
 
-// A huge file first (a folder's files come before its subfolders), then thousands of tiny ones with many matches each:
-// every thread but the one on the huge file finishes out of turn, keeps its output and waits for room.
+// A huge file first, then thousands of tiny ones full of matches: threads past the huge one finish out of turn.
 TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
 {
     Tree tree;
@@ -115,8 +107,7 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
             "d" + std::to_string(i % 40).append("/e").append(std::to_string(i % 3)).append("/t") + std::to_string(i),
             tiny);
     }
-    const Outcome plain = allThreadCounts("", "needle", tree.root);
-    EXPECT_EQ(plain.numbers(), std::tuple(matches, files, int64_t{3001}));
+    EXPECT_EQ(allThreadCounts("", "needle", tree.root).numbers(), std::tuple(matches, files, int64_t{3001}));
     allThreadCounts("v", "needle", tree.root);
     allThreadCounts("bw", "NEEDLE", tree.root, "t1*;t2*;huge*");
     allThreadCounts("fc", "Needle", tree.root);
@@ -124,8 +115,7 @@ TEST(Walk, FilesFinishingOutOfTurnGiveTheOneThreadOutput)
     EXPECT_EQ(allThreadCounts("lv", "", tree.root).counts.filesTried, 3001);
 }
 
-// A chain of `levels` folders "d" below dirFd, made by descriptor (no long path), with a file in each and side/side.txt
-// beside each next level: every level waits for its side folder while the walk goes down. Returns the files made.
+// A chain of `levels` folders "d" below dirFd, each with a file and side/side.txt: a level waits for its side folder.
 int chain(int dirFd, int levels)
 {
     int fd = dup(dirFd);
@@ -155,8 +145,7 @@ struct Lowered {
     rlimit saved{};
 };
 
-// On one thread and on many: 500 files in one folder; a chain 2,000 levels deep; levels closed for the budget and
-// opened again, with many subfolders below them holding more files than one claim takes.
+// 500 files in one folder; a chain 2,000 levels deep; levels reopened, with subfolders holding more than a claim takes.
 TEST(Walk, EveryFileIsFoundUnderAnOpenFileLimitOf64)
 {
     Tree wide, deep, reopened;
@@ -197,15 +186,14 @@ std::vector<std::string> folders(const std::string &parent, const std::string &p
     return names;
 }
 
-// On two threads with 20 descriptors free: r holds a first and s last, 64 places apart; a holds w, then f; f holds 62
-// folders g, the 30th and the 61st with a folder h each. The thread that opens w is held until the other has listed
-// all up to 64 places ahead, the second h last. Meanwhile w's listing keeps a open, and the other thread closes r for
-// the budget, then f (at the first h), opens f again from a for the 31st g, closes it again (at the second h) and
-// leaves the whole budget taken. Once w is listed, a's ".." (the descriptor spared for it) brings r back for s.
-// As f is opened again: a fresh tmpfs mounted over it has its inode (f is the root of one too), not its device, and
-// the 31st g is passed over. Or r is moved away: f is still found from a, and r through ".."; where f cannot be opened
-// again to search its files, its folders not listed yet are passed over, though it is back after. Or a is moved into
-// a new r holding a stranger s: r is found neither through ".." nor by its path, and s is passed over.
+// Two threads, 20 descriptors free: r holds a first and s last, 64 places apart; a holds w, then f; f holds 62 folders
+// g, the 30th and 61st with a folder h each. The thread opening w waits while the other lists 64 places ahead (to the
+// second h): w's listing keeps a open, the other closes r for the budget, then f at the first h, opens f again from a
+// for the 31st g, closes it at the second h and leaves the budget full. Once w is listed, a's ".." (its spare
+// descriptor) brings r back for s. Reopening f: a fresh tmpfs mounted on it has its inode (f is one's root too) but
+// another device, and the 31st g is passed over. Or r is moved away: f is still found from a, r through ".."; where f
+// cannot be reopened for its files, its folders not listed yet are passed over. Or a moves into a new r holding a
+// stranger s: r is found neither through ".." nor by path, and s is passed over.
 TEST(Walk, FolderClosedForTheBudgetIsOpenedAgainOnlyAsItWas)
 {
     Tree tree;
@@ -222,8 +210,7 @@ TEST(Walk, FolderClosedForTheBudgetIsOpenedAgainOnlyAsItWas)
     for (const std::string &file : files)
         std::ofstream(file) << "needle\n";
     auto found = [&](int file) { return files[file] + " (1): needle\n"; };
-    // Every descriptor lies below the limit (one inherited above it would give the walk room it does not count), and
-    // all but 20 below are taken.
+    // No descriptor above the limit (it would give the walk room it does not count); all but 20 below it taken.
     int highest = 0;
     for (const fs::directory_entry &entry : fs::directory_iterator("/proc/self/fd"))
         highest = std::max(highest, std::stoi(entry.path().filename()));
@@ -231,7 +218,6 @@ TEST(Walk, FolderClosedForTheBudgetIsOpenedAgainOnlyAsItWas)
     std::vector<int> taken;
     for (int i = FreeDescriptors() - 20; i > 0; --i)
         taken.push_back(dup(tree.fd));
-    // What happens as f is opened again (stranger, moved, swapped, as told above), and the output.
     const std::pair<std::string, std::string> rows[] = {
         {"stranger", found(0) + found(2) + found(3) + "3 occurrences found in 3 files (3 files searched).\n"},
         {"moved", "unable to open file " + files[0] + "\n" + found(1) + found(3) +
@@ -277,9 +263,8 @@ TEST(Walk, FolderClosedForTheBudgetIsOpenedAgainOnlyAsItWas)
         GTEST_SKIP() << "the stranger row was skipped: cannot mount a tmpfs here; the moved and swapped rows ran";
 }
 
-// Each fails once, so that a failure tried again would show. A folder read that fails (a disk error; the folder removed
-// since it was opened) ends its listing with what it gave, here nothing; an interrupted one is made again. Output whose
-// write fails ends there, though a later write would pass (a non-blocking output full for now).
+// Each fails once, so that a retry shows: a failed folder read (a disk error, the folder removed) ends its listing, an
+// interrupted one is made again; a failed write (a non-blocking output full for now) ends the output there.
 TEST(Walk, ReadsAndWritesThatFail)
 {
     Tree tree;
@@ -306,11 +291,10 @@ TEST(Walk, ReadsAndWritesThatFail)
     EXPECT_TRUE(cut.size() < whole.size() && whole.compare(0, cut.size(), cut) == 0) << cut.size();
 }
 
-// A folder closed for the budget and needed again (listed ahead) waits while the other threads hold all but the
-// reopen's room, and then opens. Under a budget of 16, two threads and two more started for names that miss the
-// kernel's caches: the first folder listed waits until the second is, its three claims (7, 7 and 1 files, the second
-// folder closed for the last) until the fourth thread has tried the second folder and sleeps, or 1 s after the last
-// claim came (the fourth may have fallen asleep before the third came).
+// A folder closed for the budget and needed again waits while the other threads hold all but the reopen's room. Budget
+// 16, two threads and two more started for names missing the kernel's caches: the first folder listed waits until the
+// second is, its three claims (7, 7 and 1 files, the second folder closed for the last) until the fourth thread has
+// tried the second folder and sleeps, or 1 s after the last claim came (the fourth may sleep before the third comes).
 TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
 {
     Tree tree;
@@ -344,17 +328,15 @@ TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
     seam::Hooked starting(seam::pthread_create, [&](auto...) { return ++started, std::optional<int>(); });
     seam::Hooked sleeping(seam::pthread_cond_wait,
                           [&](auto...) { return tried = tried || held == 3, std::optional<int>(); });
-    // What is open now (the listing's own descriptor not), the captured output's and the start folder's, one kept
-    // spare, and the budget.
+    // What is open now but the listing's own descriptor, the capture's and the start folder's, a spare, the budget.
     const Lowered limit(RLIMIT_NOFILE, std::distance(fs::directory_iterator("/proc/self/fd"), {}) - 1 + 2 + 1 + 16ul);
     EXPECT_TRUE(search(2, "", "needle", tree.root).out == unlimited.out);
 }
 
-// Threads whose stacks or buffers cannot be had are done without, and every thread started ends with the walk. Every
-// name misses the kernel's caches, so that claims that end start threads: none may once the calling thread has stopped
-// and joins the others, as nobody would join it. The calling thread's first file waits until another thread has opened
-// one, if one was started, and the others' until the calling thread joins them: a thread without its buffer gets work,
-// and a claim ends after the walk has stopped.
+// Threads whose stacks or buffers cannot be had are done without; every thread started ends with the walk. Names miss
+// the kernel's caches, so that claims that end start threads, which none may once the calling thread joins the others.
+// Its first file waits until another thread has opened one, if one started, and theirs until it joins them: a thread
+// without its buffer gets work, and a claim ends after the walk has stopped.
 TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
 {
     Tree few, tree;
