@@ -9,33 +9,27 @@
 namespace {
 
 struct Compiled {
+    Compiled(const std::string &pattern, bool regExp)
+        : count(ParsePattern(table, 255, flags, pattern.c_str(), &first, regExp ? 1 : 0))
+    {}
     uint32_t table[256] = {}, flags[kMaxElements + 1] = {};
     unsigned char first = 0xFF;
-    int count = 0;
+    int count;
 };
-
-Compiled compile(const std::string &pattern, bool regExp)
-{
-    Compiled c;
-    c.count = ParsePattern(c.table, 255, c.flags, pattern.c_str(), &c.first, regExp ? 1 : 0);
-    return c;
-}
-
-// The bytes element k accepts, before any negation.
-std::string acceptedBy(const Compiled &c, int k)
-{
-    std::string bytes;
-    for (int b = 0; b < 256; ++b)
-        if (c.table[b] & (1u << k))
-            bytes += static_cast<char>(b);
-    return bytes;
-}
 
 std::string byteRange(int lo, int hi)
 {
     std::string bytes;
     for (int b = lo; b <= hi; ++b)
         bytes += static_cast<char>(b);
+    return bytes;
+}
+
+// The bytes element k accepts, before any negation.
+std::string acceptedBy(const Compiled &c, int k)
+{
+    std::string bytes = byteRange(0, 255);
+    std::erase_if(bytes, [&](char b) { return (c.table[static_cast<unsigned char>(b)] & (1u << k)) == 0; });
     return bytes;
 }
 
@@ -80,7 +74,7 @@ const Case kCases[] = {
 TEST(Pattern, CompilesElementZeroAndCount)
 {
     for (const Case &want : kCases) {
-        Compiled c = compile(want.pattern, want.regExp);
+        const Compiled c(want.pattern, want.regExp);
         ASSERT_EQ(c.count, want.count) << want.pattern;
         if (want.count == 0)
             continue;
@@ -93,7 +87,7 @@ TEST(Pattern, CompilesElementZeroAndCount)
 
 TEST(Pattern, WideningCopiesTheLetterRowsOnly)
 {
-    Compiled c = compile("z[{]", true);
+    Compiled c("z[{]", true);
     WidenPatternForCase(c.table);
     EXPECT_TRUE(c.table['Z'] == 1u && c.table['['] == 0u);
 }
