@@ -1,5 +1,4 @@
-// Bulk byte primitives against plain loops, over spans of every length up to a few blocks and at every alignment, so
-// that each block size's main loop and its tail are met.
+// Bulk byte primitives against plain loops, at every length up to a few blocks and every alignment: main loops and tails.
 #include "bytescan.h"
 
 #include <gtest/gtest.h>
@@ -12,9 +11,9 @@ namespace {
 
 using Classify = void (*)(const unsigned char *, size_t, const ClassesAsked &, ByteClassBits *);
 
-// ClassifyWindow's forms that this processor can run: each must give the same bits.
-std::vector<Classify> classifyForms()
+TEST(ByteScan, AgreesWithPlainLoops)
 {
+    // ClassifyWindow's forms that this processor can run: each must give the same bits.
     std::vector<Classify> forms{ClassifyWindowPortable};
 #if defined(FYNDLE_BYTESCAN_AVX2)
     if (g_fAvx2Scan)
@@ -22,69 +21,50 @@ std::vector<Classify> classifyForms()
     if (g_fAvx512Classify)
         forms.push_back(ClassifyWindowAvx512);
 #endif
-    return forms;
-}
-
-TEST(ByteScan, AgreesWithPlainLoops)
-{
     std::mt19937 random(7);
     std::vector<unsigned char> text(400);
     for (int round = 0; round < 3000; ++round) {
-        // Few values, sparse hits: spans with none, one and many.
-        const int spread = 2 + round % 40;
+        const int spread = 2 + round % 40; // few values, sparse hits: spans with none, one and many
         constexpr unsigned char kBytes[] = {'a', 'b', '\n', '\r', 0, 'c'}; // 'c' fills
         for (unsigned char &byte : text)
             byte = kBytes[random() % spread < 5 ? random() % 5 : 5];
         const size_t at = random() % 40, len = random() % 300, offset = random() % 20;
+        const size_t from = len ? random() % len : 0, to = from + random() % (std::min<size_t>(len - from, 24) + 1);
         const unsigned char *span = text.data() + at;
-        size_t either = len, near = len, three = len, folded = len, outside = len, pair = len, lines = 0;
+        size_t either = len, near = len, three = len, folded = len, outside = len, pair = len;
+        size_t past = 0, pastAll = 0, ranged = len, stopped = len;
         for (size_t i = len; i-- > 0;) {
-            if (span[i] == 'a' || span[i] == '\n')
-                either = i;
-            if (span[i] == '\n')
-                near = i;
-            if (span[i] == 'b' || span[i] == '\r' || span[i] == 0)
-                three = i;
-            if (span[i] == 'b' || span[i] == 'c' || span[i] == '\n' || span[i] == '*') // '\n' | 0x20 is '*'
-                folded = i;
-            if (span[i] != 'a' && span[i] != 'b' && span[i] != 'c' && span[i] != 0)
-                outside = i;
-            if ((span[i] == 'b' || span[i] == 'a') && (span[i + offset] == '\n' || span[i + offset] == 'b'))
-                pair = i;
-            lines += span[i] == '\n';
+            either = span[i] == 'a' || span[i] == '\n' ? i : either;
+            near = span[i] == '\n' ? i : near;
+            three = span[i] == 'b' || span[i] == '\r' || span[i] == 0 ? i : three;
+            folded = span[i] == 'b' || span[i] == 'c' || span[i] == '\n' || span[i] == '*' ? i : folded;
+            outside = span[i] != 'a' && span[i] != 'b' && span[i] != 'c' && span[i] != 0 ? i : outside;
+            pair =
+                (span[i] == 'b' || span[i] == 'a') && (span[i + offset] == '\n' || span[i + offset] == 'b') ? i : pair;
+            ranged = i >= from && (span[i] == 'a' || span[i] == 'b') ? i : ranged;
+            stopped = span[i] == 'b' || span[i] == '\r' ? i : stopped;
+            past = !past && i < to && IsLineDelimiter(span[i]) ? i + 1 : past;
+            pastAll = !pastAll && IsLineDelimiter(span[i]) ? i + 1 : pastAll;
         }
         ASSERT_EQ(FindEitherByte(span, len, 'a', '\n'), either) << round;
         ASSERT_EQ(FindNearByte(span, len, '\n'), near) << round;
         ASSERT_EQ(FindAnyOf(span, len, ByteChoice{0, '\r', 0, 'b'}), three) << round;
-        ASSERT_EQ(FindAnyOf(span, len, ByteChoice{0x20, 'b', 'c', '*'}), folded) << round;
+        ASSERT_EQ(FindAnyOf(span, len, ByteChoice{0x20, 'b', 'c', '*'}), folded) << round; // '\n' | 0x20 is '*'
         ASSERT_EQ(FindOutsideRanges(span, len, ByteRanges{{'a', 0, 'a'}, {2, 0, 2}}), outside) << round;
         ASSERT_EQ(FindBytePair(span, len, 0, 'b', 'a', offset, '\n', 'b'), pair) << round;
         ASSERT_EQ(FindBytePair(span, len, offset, '\n', 'b', 0, 'b', 'a'), pair) << round;
-        ASSERT_EQ(CountNewlines(span, len), static_cast<int64_t>(lines)) << round;
-        // The window-bounded forms may read any byte of the window, and no other: the window is a heap block of its own
-        // size.
+        ASSERT_EQ(CountNewlines(span, len), std::count(span, span + len, '\n')) << round;
+        // A heap block of the window's own size: the window-bounded forms may read all of it and nothing past it.
         const std::vector<unsigned char> window(span, span + len);
-        const size_t from = len ? random() % len : 0, to = from + random() % (std::min<size_t>(len - from, 24) + 1);
-        const size_t inSpan = static_cast<size_t>(std::count(span + from, span + to, '\n'));
         const auto delimiter =
-            std::find_if(span + from, span + len, [](unsigned char b) { return b == '\n' || b == '\r' || b == 0; });
-        ASSERT_EQ(CountNewlinesIn(window.data(), len, from, to), static_cast<int64_t>(inSpan)) << round;
+            std::find_if(span + from, span + len, [](int b) { return b == '\n' || b == '\r' || b == 0; });
+        ASSERT_EQ(CountNewlinesIn(window.data(), len, from, to), std::count(span + from, span + to, '\n')) << round;
         ASSERT_EQ(FindLineDelimiterIn(window.data(), len, from), static_cast<size_t>(delimiter - span)) << round;
-        // The classes as bits, and the walks over them, from every form this processor can run.
-        for (const Classify classify : classifyForms()) {
+        for (const Classify classify : forms) {
             // Two ranges, the third repeating the first; or three, two of them alike.
             const auto third = static_cast<unsigned char>(round % 2 ? 'a' : 'b');
             ByteClassBits bits;
             classify(window.data(), len, ClassesAsked{ByteRanges{{'a', 'b', third}, {0, 0, 0}}, 'b', '\r'}, &bits);
-            size_t past = 0, pastAll = 0, ranged = len, stopped = len;
-            for (size_t i = 0; i < len; ++i) {
-                past = i < to && IsLineDelimiter(span[i]) ? i + 1 : past;
-                pastAll = IsLineDelimiter(span[i]) ? i + 1 : pastAll;
-            }
-            for (size_t i = len; i-- > 0;) {
-                ranged = i >= from && (span[i] == 'a' || span[i] == 'b') ? i : ranged;
-                stopped = span[i] == 'b' || span[i] == '\r' ? i : stopped;
-            }
             ASSERT_EQ(NextBit(bits.inRanges, from, len), ranged) << round;
             ASSERT_EQ(NextBit(bits.delimiters, from, len), static_cast<size_t>(delimiter - span)) << round;
             ASSERT_EQ(NextBit(bits.stops, 0, len), stopped) << round;
@@ -101,14 +81,12 @@ TEST(ByteScan, AgreesWithPlainLoops)
             std::vector<unsigned char> capitals(window);
             for (unsigned char &byte : capitals)
                 byte = byte == 'b' && random() % 2 ? 'B' : byte;
-            ByteClassBits bothCases;
-            classify(capitals.data(), len, ClassesAsked{ByteRanges{{'a', 'A', 'a'}, {1, 1, 1}}, '\r', '\r'},
-                     &bothCases);
+            classify(capitals.data(), len, ClassesAsked{ByteRanges{{'a', 'A', 'a'}, {1, 1, 1}}, '\r', '\r'}, &bits);
             for (size_t i = 0; i < len; ++i) {
-                ASSERT_EQ((bothCases.inRanges[i / 64] >> (i % 64)) & 1,
+                ASSERT_EQ((bits.inRanges[i / 64] >> (i % 64)) & 1,
                           (capitals[i] | 0x20) == 'a' || (capitals[i] | 0x20) == 'b')
                     << round << ' ' << i;
-                ASSERT_EQ((bothCases.stops[i / 64] >> (i % 64)) & 1, capitals[i] == '\r') << round << ' ' << i;
+                ASSERT_EQ((bits.stops[i / 64] >> (i % 64)) & 1, capitals[i] == '\r') << round << ' ' << i;
             }
         }
     }
