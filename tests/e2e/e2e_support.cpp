@@ -19,7 +19,7 @@
 
 namespace fs = std::filesystem;
 
-RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
+RunResult runFyndle(const std::vector<std::string> &args, const RunOptions &options)
 {
     int pipes[2][2];
     if (pipe(pipes[0]) != 0 || pipe(pipes[1]) != 0)
@@ -27,40 +27,41 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
     pid_t child = fork();
     if (child == 0) {
         signal(SIGPIPE, SIG_DFL);
-        dup2(g_stdoutTo.empty() ? pipes[0][1] : open(g_stdoutTo.c_str(), O_WRONLY), 1);
+        dup2(options.stdoutTo.empty() ? pipes[0][1] : open(options.stdoutTo.c_str(), O_WRONLY), 1);
         dup2(pipes[1][1], 2);
         close(pipes[0][0]), close(pipes[1][0]);
-        g_stdinClosed ? close(0) : dup2(open("/dev/null", O_RDONLY), 0);
+        options.stdinClosed ? close(0) : dup2(open("/dev/null", O_RDONLY), 0);
         close_range(3, ~0U, 0); // only the standard three, as from a shell
         rlimit limit{};
-        if (g_limit.first >= 0 && getrlimit(g_limit.first, &limit) == 0)
-            limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, g_limit.second), setrlimit(g_limit.first, &limit);
-        if (g_runAsUser >= 0 && (setgroups(0, nullptr) != 0 || setgid(g_runAsUser) != 0 || setuid(g_runAsUser) != 0))
+        if (const auto [resource, value] = options.limit; resource >= 0 && getrlimit(resource, &limit) == 0)
+            limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, value), setrlimit(resource, &limit);
+        const int user = options.asUser;
+        if (user >= 0 && (setgroups(0, nullptr) != 0 || setgid(user) != 0 || setuid(user) != 0))
             _exit(125);
         cpu_set_t cpus;
         int first = 0; // pinned to the first CPU it may run on
-        if (g_runOnOneCpu && sched_getaffinity(0, sizeof cpus, &cpus) == 0)
+        if (options.oneCpu && sched_getaffinity(0, sizeof cpus, &cpus) == 0)
             while (!CPU_ISSET(first, &cpus))
                 ++first;
         CPU_ZERO(&cpus);
         CPU_SET(first, &cpus);
-        if (g_runOnOneCpu && sched_setaffinity(0, sizeof cpus, &cpus) != 0)
+        if (options.oneCpu && sched_setaffinity(0, sizeof cpus, &cpus) != 0)
             _exit(124);
-        std::vector<char *> argv{const_cast<char *>(g_binary.c_str())};
+        std::vector<char *> argv{const_cast<char *>(options.binary.c_str())};
         for (const std::string &arg : args)
             argv.push_back(const_cast<char *>(arg.c_str()));
         argv.push_back(nullptr);
-        execv(g_binary.c_str(), argv.data());
+        execv(options.binary.c_str(), argv.data());
         _exit(127);
     }
     close(pipes[0][1]), close(pipes[1][1]);
-    if (g_whileStalled) { // a full pipe holds the run where it is meanwhile
+    if (options.whileStalled) { // a full pipe holds the run where it is meanwhile
         usleep(500000);
-        g_whileStalled();
+        options.whileStalled();
     }
     RunResult result;
     std::string *into[2] = {&result.out, &result.err};
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(options.timeoutSeconds);
     while (pipes[0][0] >= 0 || pipes[1][0] >= 0) { // a closed end is -1, which poll skips
         pollfd fds[2] = {{pipes[0][0], POLLIN, 0}, {pipes[1][0], POLLIN, 0}};
         poll(fds, 2, 200); // no event on either end leaves both revents 0
@@ -71,7 +72,7 @@ RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds)
             ssize_t got = read(pipes[i][0], chunk, sizeof chunk);
             if (got > 0)
                 into[i]->append(chunk, static_cast<size_t>(got));
-            if ((got <= 0 && (got == 0 || errno != EINTR)) || (i == 0 && result.out.size() >= g_readAtMost))
+            if ((got <= 0 && (got == 0 || errno != EINTR)) || (i == 0 && result.out.size() >= options.readAtMost))
                 close(pipes[i][0]), pipes[i][0] = -1;
         }
         if (std::chrono::steady_clock::now() > deadline) {
@@ -128,13 +129,12 @@ std::string expand(std::string text, const TempTree &tree)
     return text;
 }
 
-RunResult bothWays(const std::vector<std::string> &args, int timeoutSeconds)
+RunResult bothWays(const std::vector<std::string> &args, RunOptions options)
 {
     SCOPED_TRACE(testing::PrintToString(args));
-    const RunResult all = runFyndle(args, timeoutSeconds);
-    g_runOnOneCpu = true;
-    const RunResult one = runFyndle(args, timeoutSeconds);
-    g_runOnOneCpu = false;
+    const RunResult all = runFyndle(args, options);
+    options.oneCpu = true;
+    const RunResult one = runFyndle(args, options);
     EXPECT_EQ(all.exitCode, one.exitCode);
     EXPECT_TRUE(all.out == one.out) << "outputs differ: " << all.out.size() << " and " << one.out.size() << " bytes";
     EXPECT_EQ(all.err + one.err, "");
@@ -142,12 +142,12 @@ RunResult bothWays(const std::vector<std::string> &args, int timeoutSeconds)
 }
 
 void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode,
-           int timeoutSeconds)
+           const RunOptions &options)
 {
     std::vector<std::string> expanded; // bothWays names them in its trace
     for (const std::string &arg : args)
         expanded.push_back(expand(arg, tree));
-    const RunResult r = bothWays(expanded, timeoutSeconds);
+    const RunResult r = bothWays(expanded, options);
     EXPECT_EQ(r.exitCode, exitCode);
     EXPECT_EQ(r.out, kBanner + expand(want, tree));
 }

@@ -13,22 +13,23 @@ struct RunResult {
     std::string out, err;
 };
 
-// Runs fyndle with args, standard input on /dev/null, killed after
-// timeoutSeconds. These settings change how:
-inline std::string g_binary = FYNDLE_BINARY;    // the binary it runs
-inline int g_runAsUser = -1;                    // when not negative, as this user and group
-inline bool g_runOnOneCpu = false;              // pinned to the first CPU allowed, so that it searches without threads
-inline std::string g_stdoutTo;                  // when not empty, standard output goes to this file
-inline size_t g_readAtMost = SIZE_MAX;          // the output pipe is closed once it holds this many bytes
-inline std::function<void()> g_whileStalled;    // when set, called once the output has gone unread for 0.5 s
-inline bool g_stdinClosed = false;              // standard input closed: the run's first descriptor is 0
-inline std::pair<int, uint64_t> g_limit{-1, 0}; // a resource (RLIMIT_...) whose soft limit is lowered, and to what
-RunResult runFyndle(const std::vector<std::string> &args, int timeoutSeconds = 60);
+// How a run differs from the plain one: standard input on /dev/null, killed after 60 s.
+struct RunOptions {
+    bool oneCpu = false;                   // pinned to the first CPU allowed, so that it searches without threads
+    bool stdinClosed = false;              // standard input closed: the run's first descriptor is 0
+    std::pair<int, uint64_t> limit{-1, 0}; // a resource (RLIMIT_...) whose soft limit is lowered, and to what
+    int timeoutSeconds = 60;
+    std::string stdoutTo{};               // when not empty, standard output goes to this file
+    size_t readAtMost = SIZE_MAX;         // the output pipe is closed once it holds this many bytes
+    std::function<void()> whileStalled{}; // when set, called once the output has gone unread for 0.5 s
+    int asUser = -1;                      // when not negative, as this user and group
+    std::string binary = FYNDLE_BINARY;   // the binary it runs
+};
+RunResult runFyndle(const std::vector<std::string> &args, const RunOptions &options = {});
 
-// A temporary folder that removes itself with everything in it.
+// A temporary folder, in base when we can write there, that removes itself with everything in it.
 class TempTree {
 public:
-    // In base when we can write there, else in the system's temporary folder.
     explicit TempTree(const std::string &base = "");
     ~TempTree();
     TempTree(const TempTree &) = delete;
@@ -47,15 +48,14 @@ std::vector<std::string> listed(const std::string &folder);
 // Replaces every '@' with the tree's root.
 std::string expand(std::string text, const TempTree &tree);
 
-// Runs fyndle twice, on every CPU allowed and pinned to one: both runs must
-// end alike, print the same output and nothing on standard error. Returns
-// the pinned run.
-RunResult bothWays(const std::vector<std::string> &args, int timeoutSeconds = 120);
+// Runs fyndle twice, as options say and pinned to one CPU: both runs must end alike, print the same output and
+// nothing on standard error. Returns the pinned run.
+RunResult bothWays(const std::vector<std::string> &args, RunOptions options = {});
 
 // Runs fyndle with args ('@' for the root) both ways and expects the exit
 // code and the whole output: the banner, then want ('@' for the root).
 void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode = 0,
-           int timeoutSeconds = 60);
+           const RunOptions &options = {});
 
 inline const std::string kBanner = "\nfyndle version 1.20 Copyright (c) 2026 the fyndle developers\n";
 

@@ -1,5 +1,4 @@
-// fyndle end to end: the built binary over folder trees made by the test,
-// comparing its whole output and exit code. '@' stands for the tree's root.
+// fyndle end to end: the built binary over trees made by the test, its whole output and exit code ('@': the root).
 #include <gtest/gtest.h>
 
 #include <string>
@@ -110,8 +109,7 @@ TEST(Fyndle, WholeOutputsAndExitCodes)
     }
 }
 
-// A message line of 511, 512 and 513 bytes, around the size of the buffer
-// lines are first formatted in: none may lose its end.
+// Message lines of 511 to 513 bytes, around the size of the buffer lines are first formatted in: none loses its end.
 TEST(Fyndle, MessagesAroundTheFormattingBuffer)
 {
     for (const auto &[aroundPath, length] :

@@ -1,7 +1,5 @@
-// fyndle where the system fails it: unwritable output, too few descriptors,
-// files swapped during the run, a killed run. Nothing may be lost without a
-// word, and nothing outside the tree may be read. (Folders moved or swapped
-// while closed for the open-file limit: Walk.FolderClosedForTheBudget...)
+// fyndle where the system fails it: unwritable output, too few descriptors, files swapped during the run, a killed
+// run. Nothing may be lost without a word, nor read outside the tree (folders swapped while closed: test_walk.cpp).
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -21,10 +19,9 @@ namespace {
 
 const std::string kFullDevice = "fyndle: cannot write to standard output: No space left on device\n";
 
-// Output that cannot be written ends the run alike on one CPU and on all: a
-// closed pipe by its signal; /dev/full, and a file system that fills up
-// (where one can be mounted), with code 2 and one line on standard error,
-// what reached the file being the start of the whole output.
+// Output that cannot be written ends the run alike on one CPU and on all: a closed pipe by its signal; /dev/full,
+// and a file system that fills up (where one can be mounted), with code 2 and one line on standard error, what
+// reached the file being the start of the whole output.
 TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
 {
     TempTree tree, small;
@@ -33,29 +30,25 @@ TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
         content += "needle " + std::to_string(i) + "\n";
     for (int i = 0; i < 30; ++i)
         tree.file(std::string("d") + std::to_string(i % 3) + "/f" + std::to_string(i), content);
-    // Detached at once, the small file system lives on in the descriptor
-    // alone: it goes with the test even when the test is killed.
+    // Detached at once, the small file system lives on in the descriptor alone: it goes with the test even if killed.
     const int filling = mount("fyndle-test", small.root().c_str(), "tmpfs", 0, "size=64k") == 0
                             ? open(small.path("out").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)
                             : -1;
     umount2(small.root().c_str(), MNT_DETACH);
     const RunResult whole = runFyndle({"-s", "needle", tree.root()});
     for (bool oneCpu : {true, false}) {
-        g_runOnOneCpu = oneCpu, g_readAtMost = 100;
-        EXPECT_EQ(runFyndle({"-s", "needle", tree.root()}).signal, SIGPIPE) << oneCpu;
-        g_readAtMost = SIZE_MAX, g_stdoutTo = "/dev/full";
-        const RunResult full = runFyndle({"-s", "needle", tree.root()});
+        EXPECT_EQ(runFyndle({"-s", "needle", tree.root()}, {.oneCpu = oneCpu, .readAtMost = 100}).signal, SIGPIPE);
+        const RunResult full = runFyndle({"-s", "needle", tree.root()}, {.oneCpu = oneCpu, .stdoutTo = "/dev/full"});
         EXPECT_TRUE(full.exitCode == 2 && full.err == kFullDevice) << oneCpu << full.err;
         if (filling >= 0) {
-            g_stdoutTo = "/proc/self/fd/" + std::to_string(filling);
+            const std::string filled = "/proc/self/fd/" + std::to_string(filling);
             EXPECT_EQ(ftruncate(filling, 0), 0);
-            const RunResult filled = runFyndle({"-s", "needle", tree.root()});
-            std::ifstream written(g_stdoutTo, std::ios::binary);
+            const RunResult r = runFyndle({"-s", "needle", tree.root()}, {.oneCpu = oneCpu, .stdoutTo = filled});
+            std::ifstream written(filled, std::ios::binary);
             const std::string out((std::istreambuf_iterator<char>(written)), std::istreambuf_iterator<char>());
-            EXPECT_TRUE(filled.exitCode == 2 && filled.err == kFullDevice) << oneCpu << filled.err;
+            EXPECT_TRUE(r.exitCode == 2 && r.err == kFullDevice) << oneCpu << r.err;
             EXPECT_TRUE(out.size() >= 32768 && whole.out.compare(0, out.size(), out) == 0) << oneCpu;
         }
-        g_runOnOneCpu = false, g_stdoutTo.clear();
     }
     close(filling);
     if (filling < 0)
@@ -63,37 +56,33 @@ TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
                         "mount rights); the closed pipe and the full device ran";
 }
 
-// The lowest open-file limit gives the whole output; one below it the run
-// says so on standard error, prints nothing and exits with code 2.
+// The lowest open-file limit gives the whole output; one below it the run says so on standard error, prints
+// nothing and exits with code 2.
 TEST(Failures, OpenFileLimitLowestAndOneBelow)
 {
     TempTree tree;
     for (int i = 0; i < 40; ++i)
         tree.file(std::string("a/b/c/d") + std::to_string(i % 4) + "/f" + std::to_string(i), "needle\n");
-    // A name that changes in wide text takes two descriptors more to list,
-    // while its folder holds one: all of the walk's share (its files come
-    // from "d0/x", which is not there).
+    // A name that changes in wide text takes two descriptors more to list, while its folder holds one: all of the
+    // walk's share (its files come from "d0/x", which is not there).
     tree.file("a/b/c/d0/x\xff/f", "needle\n");
-    // Listed after "c", such a name needs its parent opened again too,
-    // whose opening pieces it shares: that run once waited for ever.
+    // Listed after "c", such a name needs its parent opened again too, whose opening pieces it shares: that run
+    // once waited for ever.
     for (const char *name : {"a/b/x\xff/f", "a/b/y\xff/f", "a/b/z\xff/f"})
         tree.file(name, "needle\n");
     const RunResult whole = runFyndle({"-s", "needle", tree.root()});
     ASSERT_NE(whole.out.find(summary(40, 40, 40)), std::string::npos);
-    g_limit = {RLIMIT_NOFILE, 9};
-    const RunResult lowest = bothWays({"-s", "needle", tree.root()}, 20);
-    g_limit.second = 8, g_runOnOneCpu = true;
-    const RunResult below = runFyndle({"-s", "needle", tree.root()});
-    g_limit = {-1, 0}, g_runOnOneCpu = false;
+    const RunResult lowest =
+        bothWays({"-s", "needle", tree.root()}, {.limit = {RLIMIT_NOFILE, 9}, .timeoutSeconds = 20});
+    const RunResult below = runFyndle({"-s", "needle", tree.root()}, {.oneCpu = true, .limit = {RLIMIT_NOFILE, 8}});
     EXPECT_EQ(lowest.out, whole.out);
     EXPECT_TRUE(below.exitCode == 2 && below.out.empty()) << below.exitCode << below.out;
     EXPECT_EQ(below.err, "fyndle: the open-file limit leaves 5 descriptors free, and a search needs 6\n");
 }
 
-// Files swapped for links (to a file outside the tree, to /dev/zero) or for
-// FIFOs after the folder was listed are neither followed nor read: each is
-// a file that cannot be opened, and the run ends. The output pipe is left
-// unread meanwhile, so the run waits at its first file.
+// Files swapped for links (to a file outside the tree, to /dev/zero) or for FIFOs after the folder was listed are
+// neither followed nor read: each is a file that cannot be opened, and the run ends. The output pipe is left unread
+// meanwhile, so the run waits at its first file.
 TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
 {
     // Thousands of files made and made again: in memory where there is room.
@@ -107,16 +96,13 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
         tree.file(std::string("f").append(std::to_string(i)), "needle\n");
     for (int round = 0; round < 4; ++round) {
         const bool countLines = round > 1, oneCpu = round % 2 == 0;
-        // Listed anew each round: where a folder lists its newest entries
-        // first, the files made again last round come first.
+        // Listed anew each round: where a folder lists its newest entries first, last round's come first.
         const std::vector<std::string> names = listed(tree.root());
         ASSERT_EQ(names.size(), static_cast<size_t>(kFiles));
         tree.file(names[0], first);
         std::string want;
-        g_whileStalled = [&] {
-            // Past what the threads may have opened ahead while the first
-            // file's output waits.
-            for (size_t i = 3000; i < names.size(); ++i) {
+        const auto swapFiles = [&] {
+            for (size_t i = 3000; i < names.size(); ++i) { // past what the threads may have opened ahead
                 const std::string path = tree.path(names[i]), secret = outside.path("secret.txt");
                 std::remove(path.c_str());
                 EXPECT_EQ(i % 3 == 2 ? mkfifo(path.c_str(), 0644)
@@ -125,10 +111,9 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
                 want += "unable to open file " + path + "\n";
             }
         };
-        g_runOnOneCpu = oneCpu;
-        const RunResult r =
-            countLines ? runFyndle({"-v", "-l", tree.root()}, 60) : runFyndle({"needle", tree.root()}, 60);
-        g_whileStalled = nullptr, g_runOnOneCpu = false;
+        const RunResult r = runFyndle(countLines ? std::vector<std::string>{"-v", "-l", tree.root()}
+                                                 : std::vector<std::string>{"needle", tree.root()},
+                                      {.oneCpu = oneCpu, .whileStalled = swapFiles});
         EXPECT_EQ(r.exitCode, 0) << round << r.err;
         EXPECT_EQ(r.out.find("outside"), std::string::npos) << round;
         EXPECT_NE(r.out.find(countLines ? "42999 lines counted in 3000 files." : want), std::string::npos) << round;
@@ -141,12 +126,11 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
     }
 }
 
-// On one CPU each file's lines reach standard output when the file is
-// done: a run killed inside a later, huge file keeps the earlier lines.
+// On one CPU each file's lines reach standard output when the file is done: a run killed inside a later, huge file
+// keeps the earlier lines.
 TEST(Failures, KilledRunKeepsTheLinesOfFilesBefore)
 {
-    // Under a limit on file sizes (the fault sweep sets one), the huge file
-    // cannot be made: the limit's signal would end the test instead.
+    // Under a limit on file sizes (the fault sweep sets one) the limit's signal would end the test instead.
     rlimit sizes{};
     if (getrlimit(RLIMIT_FSIZE, &sizes) == 0 && sizes.rlim_cur != RLIM_INFINITY && sizes.rlim_cur <= (1ULL << 36))
         GTEST_SKIP() << "a limit on file sizes below the 64 GiB file this test makes";
@@ -154,12 +138,11 @@ TEST(Failures, KilledRunKeepsTheLinesOfFilesBefore)
     tree.file("a.txt", "the needle\n");
     tree.file("z/huge", "");
     ASSERT_EQ(truncate(tree.path("z/huge").c_str(), 1LL << 36), 0);
-    g_runOnOneCpu = true, g_stdoutTo = tree.path("out");
-    std::ofstream(g_stdoutTo).flush();
-    const RunResult r = runFyndle({"-s", "needle", tree.root()}, 1);
-    std::ifstream written(g_stdoutTo);
+    std::ofstream(tree.path("out")).flush();
+    const RunResult r =
+        runFyndle({"-s", "needle", tree.root()}, {.oneCpu = true, .timeoutSeconds = 1, .stdoutTo = tree.path("out")});
+    std::ifstream written(tree.path("out"));
     const std::string out((std::istreambuf_iterator<char>(written)), std::istreambuf_iterator<char>());
-    g_runOnOneCpu = false, g_stdoutTo.clear();
     EXPECT_EQ(r.signal, SIGKILL) << "the huge file was searched before the kill: the test shows nothing";
     EXPECT_NE(out.find(tree.path("a.txt") + " (1): the needle\n"), std::string::npos);
 }

@@ -1,5 +1,4 @@
-// fyndle end to end over hostile folder trees: every run must end, exit
-// with 0 and print exactly the expected whole output.
+// fyndle over hostile folder trees: every run must end, exit with 0 and print exactly the expected whole output.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -18,12 +17,10 @@
 
 namespace {
 
-// A chain of `levels` folders `name` below the root, built by descriptor (no
-// long path needed), with bottom.txt at the bottom; every sideEvery levels,
-// `sides` folders side or side0, side1, ..., each with side.txt, made before
-// or after the next level by turns: the walk meets them on the way down or
-// back up. Sets *want to the reports of "-s needle @", *found to their
-// number; returns the bottom folder's descriptor.
+// A chain of `levels` folders `name` below the root, made by descriptor (no long path needed), with bottom.txt at
+// its foot; every sideEvery levels, `sides` folders side (or side0, side1, ...) with side.txt, made before or after
+// the next level by turns: the walk meets them on the way down or back up. Sets *want to the reports of
+// "-s needle @", *found to their number; returns the bottom folder's descriptor.
 int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, int sides, std::string *want,
                int *found)
 {
@@ -66,19 +63,16 @@ int buildChain(const TempTree &tree, int levels, const std::string &name, int si
 
 TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
 {
-    // 1,500 levels of paths beyond 4096 bytes with 64 descriptors, also
-    // searched from its bottom folder as the working folder, named by a
-    // path that goes up and back down (and by one up to a name that is not
-    // there); 40 levels with eight side folders on each, many of them walked
-    // after a level closed on the way down was opened again, with 64
-    // descriptors; 50,000 levels with an 8 MB stack.
+    // 1,500 levels of paths beyond 4096 bytes with 64 descriptors, also searched from its bottom folder as the
+    // working folder by a path up and back down (and one up to a name not there); 40 levels with eight side folders
+    // on each, many walked after a level closed on the way down was opened again, with 64 descriptors; 50,000
+    // levels with an 8 MB stack.
     const struct {
-        int levels, sideEvery, sides, resource;
+        int levels, sideEvery, sides, resource, limit;
         std::string name;
-        rlim_t limit;
-    } cases[] = {{1500, 100, 1, RLIMIT_NOFILE, "ddd", 64},
-                 {40, 1, 8, RLIMIT_NOFILE, "d", 64},
-                 {50000, 5000, 1, RLIMIT_STACK, "d", 8 << 20}};
+    } cases[] = {{1500, 100, 1, RLIMIT_NOFILE, 64, "ddd"},
+                 {40, 1, 8, RLIMIT_NOFILE, 64, "d"},
+                 {50000, 5000, 1, RLIMIT_STACK, 8 << 20, "d"}};
     for (const auto &deep : cases) {
         SCOPED_TRACE(deep.levels);
         TempTree tree("/dev/shm"); // a memory file system makes and removes deep trees many times faster
@@ -86,27 +80,22 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
         int found = 0;
         const int bottom = buildChain(tree, deep.levels, deep.name, deep.sideEvery, deep.sides, &want, &found);
         ASSERT_GE(bottom, 0);
-        g_limit = {deep.resource, deep.limit};
-        struct Unlimited {
-            ~Unlimited() { g_limit = {-1, 0}; }
-        } unlimited; // also after an assertion's early return
-        check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found), 0, 300);
-        g_stdinClosed = deep.sides > 1; // descriptor 0 is a folder's like any other
-        if (g_stdinClosed)
-            check(tree, {"-s", "needle", "@"}, searching("needle") + want + summary(found, found, found));
-        g_stdinClosed = false;
+        const RunOptions limited{.limit = {deep.resource, deep.limit}, .timeoutSeconds = 300};
+        const std::string whole = searching("needle") + want + summary(found, found, found);
+        check(tree, {"-s", "needle", "@"}, whole, 0, limited);
+        if (deep.sides > 1) // descriptor 0 is a folder's like any other
+            check(tree, {"-s", "needle", "@"}, whole, 0, {.stdinClosed = true, .limit = limited.limit});
         if (deep.levels == 1500) {
             // Below a name that changes in wide text, whose changed name is a link to it, every
             // folder's files are listed through its changed path, opened a piece at a time.
             ASSERT_EQ(mkdir(tree.path("w\xff").c_str(), 0755) + symlink("w\xff", tree.path("w").c_str()), 0);
             ASSERT_EQ(rename(tree.path("ddd").c_str(), tree.path("w\xff/ddd").c_str()), 0);
-            std::string below = want;
+            std::string below = whole;
             for (size_t at = below.find('@'); at != std::string::npos; at = below.find('@', at + 1))
                 below.insert(at + 1, "/w\xff");
-            check(tree, {"-s", "needle", "@/w\xff"}, searching("needle") + below + summary(found, found, found));
+            check(tree, {"-s", "needle", "@/w\xff"}, below, 0, limited);
             ASSERT_EQ(rename(tree.path("w\xff/ddd").c_str(), tree.path("ddd").c_str()), 0);
-            // Beside it, a folder at some level whose path is exactly 4096 bytes: one
-            // more than a system call takes.
+            // Beside it, a folder whose path is exactly 4096 bytes: one more than a system call takes.
             const size_t level = (4096 - 6 - tree.root().size()) / 4;
             std::string ups, exact = tree.root();
             for (size_t i = 0; i < static_cast<size_t>(deep.levels); ++i)
@@ -115,20 +104,19 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
             const std::string made = "/proc/self/fd/" + std::to_string(bottom) + "/" + ups + name;
             ASSERT_EQ(mkdir(made.c_str(), 0755), 0) << std::strerror(errno);
             std::ofstream(made + "/f.txt") << "needle\n";
-            const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            const std::filesystem::path here = std::filesystem::current_path();
             ASSERT_EQ(fchdir(bottom), 0);
-            const RunResult r = runFyndle({"needle", "./../ddd"}), missing = runFyndle({"needle", "../missing"}),
-                            longest = (g_stdinClosed = true, runFyndle({"needle", ups + name})); // a piece at 0
-            g_stdinClosed = false;
-            EXPECT_EQ(fchdir(here), 0);
-            close(here);
+            const RunResult r = runFyndle({"needle", "./../ddd"}, limited),
+                            missing = runFyndle({"needle", "../missing"}, limited),
+                            longest = runFyndle({"needle", ups + name}, {.stdinClosed = true, .limit = limited.limit});
+            std::filesystem::current_path(here);
             const size_t at = want.find("/bottom.txt"), begin = want.rfind('\n', at) + 1;
-            EXPECT_EQ(r.out, kBanner + searching("needle") +
-                                 expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) + summary(1, 1, 1));
+            const std::string head = kBanner + searching("needle");
+            EXPECT_EQ(r.out,
+                      head + expand(want.substr(begin, want.find('\n', at) + 1 - begin), tree) + summary(1, 1, 1));
             const std::string above = want.substr(begin, want.rfind('/', at - 1) - begin);
-            EXPECT_EQ(missing.out, kBanner + searching("needle") + expand(above + "/missing not found\n", tree));
-            EXPECT_EQ(longest.out,
-                      kBanner + searching("needle") + exact + "/" + name + "/f.txt (1): needle\n" + summary(1, 1, 1));
+            EXPECT_EQ(missing.out, head + expand(above + "/missing not found\n", tree));
+            EXPECT_EQ(longest.out, head + exact + "/" + name + "/f.txt (1): needle\n" + summary(1, 1, 1));
         }
         close(bottom); // the tree's own removal reaches past the path limit
     }
@@ -141,7 +129,8 @@ TEST(Hostile, SparseFileAbove2GiB)
     ASSERT_EQ(truncate(tree.path("big.bin").c_str(), 0x80000010 + 4096), 0) << std::strerror(errno);
     ASSERT_TRUE(std::fstream(tree.path("big.bin"), std::ios::in | std::ios::out).seekp(0x80000010) << "needle\n");
     // One file, so one run each (rather than also one pinned): each reads 2 GiB.
-    const RunResult binary = runFyndle({"-b", "needle", tree.root()}, 600), lines = runFyndle({"-l", tree.root()}, 600);
+    const RunResult binary = runFyndle({"-b", "needle", tree.root()}, {.timeoutSeconds = 600}),
+                    lines = runFyndle({"-l", tree.root()}, {.timeoutSeconds = 600});
     EXPECT_EQ(binary.out,
               expand(kBanner + searching("needle") + "@/big.bin (0x80000010): needle\n" + summary(1, 1, 1), tree));
     EXPECT_EQ(lines.out, kBanner + "2 lines counted in 1 file.\n");
@@ -150,34 +139,32 @@ TEST(Hostile, SparseFileAbove2GiB)
 
 TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
 {
-    // Root reads whatever the permissions: it runs fyndle as nobody instead,
-    // from a copy in a folder of its own that nobody can reach wherever the
-    // build lies, over files that nobody may read whatever root's umask.
-    // Both lie in /tmp, not under TMPDIR, which may keep other users out.
+    // Root reads whatever the permissions: it runs fyndle as nobody instead, from a copy in a folder of its own
+    // that nobody can reach wherever the build lies. Both lie in /tmp, not under TMPDIR, which may keep others out.
     TempTree tree("/tmp"), binary("/tmp");
-    struct AsUser {
-        mode_t savedMask = umask(022);
-        AsUser(const std::string &copy) { g_runAsUser = geteuid() == 0 ? 65534 : -1, g_binary = copy; }
-        ~AsUser() { g_runAsUser = -1, g_binary = FYNDLE_BINARY, umask(savedMask); }
-    } asUser(binary.path("fyndle"));
-    std::filesystem::copy_file(FYNDLE_BINARY, g_binary);
-    ASSERT_EQ(chmod(binary.root().c_str(), 0755) + chmod(g_binary.c_str(), 0755) + chmod(tree.root().c_str(), 0755), 0);
-    // 125: the user could not be switched to; 127: the copy could not be run
-    // (a file system mounted without execution, or out of the user's reach).
-    const int started = runFyndle({}).exitCode;
+    const std::string copy = binary.path("fyndle");
+    const RunOptions asNobody{.asUser = geteuid() == 0 ? 65534 : -1, .binary = copy};
+    std::filesystem::copy_file(FYNDLE_BINARY, copy);
+    ASSERT_EQ(chmod(binary.root().c_str(), 0755) + chmod(copy.c_str(), 0755) + chmod(tree.root().c_str(), 0755), 0);
+    // 125: the user could not be switched to; 127: the copy could not be run (noexec, or out of the user's reach).
+    const int started = runFyndle({}, asNobody).exitCode;
     if (started == 125 || started == 127)
-        GTEST_SKIP() << "unable to run " << g_binary << (g_runAsUser >= 0 ? " as user 65534" : "") << ": exit "
+        GTEST_SKIP() << "unable to run " << copy << (asNobody.asUser >= 0 ? " as user 65534" : "") << ": exit "
                      << started;
-    // "locked\xff" turns in wide text into "locked", which it may read: still none of its files are.
+    // "locked\xff" turns in wide text into "locked", which it may read: still none of its files are. Files nobody
+    // may read are those made so, whatever root's umask.
+    const mode_t savedMask = umask(022);
     for (const char *name : {"open.txt", "secret.txt", "locked\xff/inside.txt", "locked/other.txt"})
         tree.file(name, name[0] == 'l' ? "hay\n" : "needle\n");
+    umask(savedMask);
     ASSERT_EQ(chmod(tree.path("secret.txt").c_str(), 0) + chmod(tree.path("locked\xff").c_str(), 0), 0);
     std::string want = searching("needle");
     for (const std::string &name : listed(tree.root()))
         if (name.rfind("locked", 0) != 0)
             want += name == "open.txt" ? "@/open.txt (1): needle\n" : "unable to open file @/secret.txt\n";
-    check(tree, {"-s", "needle", "@"}, want + summary(1, 1, 3));
-    check(tree, {"-l", "-s", "@"}, "2 lines counted in 2 files.\n"); // without a word on what it cannot open
+    check(tree, {"-s", "needle", "@"}, want + summary(1, 1, 3), 0, asNobody);
+    // Counting lines, it says nothing of what it cannot open.
+    check(tree, {"-l", "-s", "@"}, "2 lines counted in 2 files.\n", 0, asNobody);
 }
 
 TEST(Hostile, SpecialFilesAndLinksAreNeitherListedNorFollowed)
@@ -207,9 +194,8 @@ TEST(Hostile, SpecialFilesAndLinksAreNeitherListedNorFollowed)
 
 TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
 {
-    // Through wide text 0xFF is dropped, the lead byte 0xE9 swallows the two
-    // bytes after it and all go, a stray 0x80 comes back as C2 80. A folder
-    // whose name changes lists no files; a name that no longer opens is
+    // Through wide text 0xFF is dropped, the lead byte 0xE9 swallows the two bytes after it and all go, a stray
+    // 0x80 comes back as C2 80. A folder whose name changes lists no files; a name that no longer opens is
     // reported as any file that vanished between listing and opening.
     TempTree tree;
     const std::vector<std::pair<std::string, std::string>> names = {{"bad\xff.txt", "bad.txt"},
@@ -230,9 +216,8 @@ TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
                     changed == onDisk ? "@/" + onDisk + " (1): needle\n" : "unable to open file @/" + changed + "\n";
             }
     check(tree, {"-s", "needle", "@"}, want + summary(found, found, tried));
-    g_stdinClosed = true; // the start folder, whose name changes, holds descriptor 0
-    check(tree, {"needle", "@/dir\xff"}, searching("needle") + summary(0, 0, 0));
-    g_stdinClosed = false;
+    // The start folder, whose name changes, holds descriptor 0.
+    check(tree, {"needle", "@/dir\xff"}, searching("needle") + summary(0, 0, 0), 0, {.stdinClosed = true});
 }
 
 } // namespace

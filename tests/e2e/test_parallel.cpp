@@ -1,6 +1,5 @@
-// fyndle on every CPU against fyndle pinned to one: a generated tree of
-// thousands of files and a deep chain of folders give the same whole output
-// and exit code both ways, and the expected counts.
+// fyndle on every CPU against fyndle pinned to one: a generated tree of thousands of files and a deep chain of
+// folders give the same whole output and exit code both ways, and the expected counts.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
@@ -34,10 +33,9 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
         std::snprintf(name, sizeof name, "d%d/s%d/f%d.txt", i % 7, i % 5, i);
         tree.file(name, content);
     }
-    // Under -v the walk's lines for 300 empty folders fill the output's slots
-    // behind one file handed over for search, while the searching threads
-    // sleep until more files come: they must still take it. The file lies
-    // 400 folders down, so that they are asleep by the time it is queued.
+    // Under -v the walk's lines for 300 empty folders fill the output's slots behind one file handed over for
+    // search, while the searching threads sleep until more files come: they must still take it. The file lies 400
+    // folders down, so that they are asleep by the time it is queued.
     std::string deep = "z/";
     for (int i = 0; i < 400; ++i)
         deep += "d/";
