@@ -38,13 +38,9 @@ RunResult runFyndle(const std::vector<std::string> &args, const RunOptions &opti
         const int user = options.asUser;
         if (user >= 0 && (setgroups(0, nullptr) != 0 || setgid(user) != 0 || setuid(user) != 0))
             _exit(125);
-        cpu_set_t cpus;
-        int first = 0; // pinned to the first CPU it may run on
-        if (options.oneCpu && sched_getaffinity(0, sizeof cpus, &cpus) == 0)
-            while (!CPU_ISSET(first, &cpus))
-                ++first;
+        cpu_set_t cpus; // the one it runs on, which it is allowed
         CPU_ZERO(&cpus);
-        CPU_SET(first, &cpus);
+        CPU_SET(sched_getcpu(), &cpus);
         if (options.oneCpu && sched_setaffinity(0, sizeof cpus, &cpus) != 0)
             _exit(124);
         std::vector<char *> argv{const_cast<char *>(options.binary.c_str())};

@@ -48,12 +48,10 @@ std::vector<std::string> listed(const std::string &folder);
 // Replaces every '@' with the tree's root.
 std::string expand(std::string text, const TempTree &tree);
 
-// Runs fyndle twice, as options say and pinned to one CPU: both runs must end alike, print the same output and
-// nothing on standard error. Returns the pinned run.
-RunResult bothWays(const std::vector<std::string> &args, RunOptions options = {});
+// Runs fyndle as options say, then pinned to one CPU: both end alike, print the same and nothing on standard error.
+RunResult bothWays(const std::vector<std::string> &args, RunOptions options = {}); // returns the pinned run
 
-// Runs fyndle with args ('@' for the root) both ways and expects the exit
-// code and the whole output: the banner, then want ('@' for the root).
+// Runs args ('@': the root) both ways and expects exitCode and the whole output: the banner, then want ('@' too).
 void check(const TempTree &tree, const std::vector<std::string> &args, const std::string &want, int exitCode = 0,
            const RunOptions &options = {});
 
