@@ -80,9 +80,9 @@ TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
         int found = 0;
         const int bottom = buildChain(tree, deep.levels, deep.name, deep.sideEvery, deep.sides, &want, &found);
         ASSERT_GE(bottom, 0);
-        const RunOptions limited{.limit = {deep.resource, deep.limit}, .timeoutSeconds = 300};
+        const RunOptions limited{.limit = {deep.resource, deep.limit}};
         const std::string whole = searching("needle") + want + summary(found, found, found);
-        check(tree, {"-s", "needle", "@"}, whole, 0, limited);
+        check(tree, {"-s", "needle", "@"}, whole, 0, {.limit = limited.limit, .timeoutSeconds = 300});
         if (deep.sides > 1) // descriptor 0 is a folder's like any other
             check(tree, {"-s", "needle", "@"}, whole, 0, {.stdinClosed = true, .limit = limited.limit});
         if (deep.levels == 1500) {
