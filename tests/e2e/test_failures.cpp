@@ -19,9 +19,8 @@ namespace {
 
 const std::string kFullDevice = "fyndle: cannot write to standard output: No space left on device\n";
 
-// Output that cannot be written ends the run alike on one CPU and on all: a closed pipe by its signal; /dev/full,
-// and a file system that fills up (where one can be mounted), with code 2 and one line on standard error, what
-// reached the file being the start of the whole output.
+// On one CPU and on all, a closed pipe ends the run by its signal; /dev/full and a filled file system (where one can
+// be mounted) with code 2 and a line on standard error, what reached the file being the start of the whole output.
 TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
 {
     TempTree tree, small;
@@ -56,8 +55,7 @@ TEST(Failures, OutputThatCannotBeWrittenEndsTheRun)
                         "mount rights); the closed pipe and the full device ran";
 }
 
-// The lowest open-file limit gives the whole output; one below it the run says so on standard error, prints
-// nothing and exits with code 2.
+// The lowest open-file limit gives the whole output; one below, the run says so on standard error only, code 2.
 TEST(Failures, OpenFileLimitLowestAndOneBelow)
 {
     TempTree tree;
@@ -80,9 +78,8 @@ TEST(Failures, OpenFileLimitLowestAndOneBelow)
     EXPECT_EQ(below.err, "fyndle: the open-file limit leaves 5 descriptors free, and a search needs 6\n");
 }
 
-// Files swapped for links (to a file outside the tree, to /dev/zero) or for FIFOs after the folder was listed are
-// neither followed nor read: each is a file that cannot be opened, and the run ends. The output pipe is left unread
-// meanwhile, so the run waits at its first file.
+// Files swapped for links (out of the tree, to /dev/zero) or FIFOs after the listing are neither followed nor read:
+// each is a file that cannot be opened, and the run ends. Meanwhile the unread output holds the run at its first file.
 TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
 {
     // Thousands of files made and made again: in memory where there is room.
@@ -126,8 +123,7 @@ TEST(Failures, FilesSwappedForLinksDuringTheRunAreNotFollowed)
     }
 }
 
-// On one CPU each file's lines reach standard output when the file is done: a run killed inside a later, huge file
-// keeps the earlier lines.
+// On one CPU each file's lines are written when it is done: a run killed inside a later, huge file keeps them.
 TEST(Failures, KilledRunKeepsTheLinesOfFilesBefore)
 {
     // Under a limit on file sizes (the fault sweep sets one) the limit's signal would end the test instead.

@@ -63,10 +63,9 @@ int buildChain(const TempTree &tree, int levels, const std::string &name, int si
 
 TEST(Hostile, DeepTreesUnderFewDescriptorsAndTheDefaultStack)
 {
-    // 1,500 levels of paths beyond 4096 bytes with 64 descriptors, also searched from its bottom folder as the
-    // working folder by a path up and back down (and one up to a name not there); 40 levels with eight side folders
-    // on each, many walked after a level closed on the way down was opened again, with 64 descriptors; 50,000
-    // levels with an 8 MB stack.
+    // 1,500 levels (paths beyond 4096 bytes), also searched from the bottom by a path up and back down (and one up to
+    // a name not there), and 40 levels with eight side folders on each, many walked after a level closed on the way
+    // down was opened again, both with 64 descriptors; 50,000 levels with an 8 MB stack.
     const struct {
         int levels, sideEvery, sides, resource, limit;
         std::string name;
@@ -194,9 +193,8 @@ TEST(Hostile, SpecialFilesAndLinksAreNeitherListedNorFollowed)
 
 TEST(Hostile, NamesThatAreNotValidUtf8ComeBackChangedAndNewlinesPass)
 {
-    // Through wide text 0xFF is dropped, the lead byte 0xE9 swallows the two bytes after it and all go, a stray
-    // 0x80 comes back as C2 80. A folder whose name changes lists no files; a name that no longer opens is
-    // reported as any file that vanished between listing and opening.
+    // Through wide text 0xFF goes, lead byte 0xE9 swallows the two bytes after it and all go, 0x80 comes back as C2 80.
+    // A folder whose name changes lists no files; a name that no longer opens is reported as a file that vanished.
     TempTree tree;
     const std::vector<std::pair<std::string, std::string>> names = {{"bad\xff.txt", "bad.txt"},
                                                                     {"caf\xe9.txt", "cafxt"},

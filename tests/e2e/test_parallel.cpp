@@ -32,9 +32,8 @@ TEST(Parallel, GeneratedTreeGivesTheOneCpuOutput)
         std::snprintf(name, sizeof name, "d%d/s%d/f%d.txt", i % 7, i % 5, i);
         tree.file(name, content);
     }
-    // Under -v the walk's lines for 300 empty folders fill the output's slots behind one file handed over for
-    // search, while the searching threads sleep until more files come: they must still take it. The file lies 400
-    // folders down, so that they are asleep by the time it is queued.
+    // Under -v the walk's lines for 300 empty folders fill the output's slots behind one file handed over while the
+    // threads sleep (it lies 400 folders down, so that they are asleep by then): they must still take it.
     std::string deep = "z/";
     for (int i = 0; i < 400; ++i)
         deep += "d/";
