@@ -64,8 +64,7 @@ TEST(Failures, OpenFileLimitLowestAndOneBelow)
     // A name that changes in wide text takes two descriptors more to list, while its folder holds one: all of the
     // walk's share (its files come from "d0/x", which is not there).
     tree.file("a/b/c/d0/x\xff/f", "needle\n");
-    // Listed after "c", such a name needs its parent opened again too, whose opening pieces it shares: that run
-    // once waited for ever.
+    // Listed after "c", it needs its parent, whose opening pieces it shares, opened again: that once waited for ever.
     for (const char *name : {"a/b/x\xff/f", "a/b/y\xff/f", "a/b/z\xff/f"})
         tree.file(name, "needle\n");
     const RunResult whole = runFyndle({"-s", "needle", tree.root()});

@@ -17,10 +17,9 @@
 
 namespace {
 
-// A chain of `levels` folders `name` below the root, made by descriptor (no long path needed), with bottom.txt at
-// its foot; every sideEvery levels, `sides` folders side (or side0, side1, ...) with side.txt, made before or after
-// the next level by turns: the walk meets them on the way down or back up. Sets *want to the reports of
-// "-s needle @", *found to their number; returns the bottom folder's descriptor.
+// A chain of `levels` folders `name` made by descriptor (no long path needed), bottom.txt at its foot; every sideEvery
+// levels, `sides` folders side (or side0, side1, ...) with side.txt, made before or after the next level by turns (met
+// on the way down or back up). Sets *want to the hits of "-s needle @", *found to their count; returns the foot's fd.
 int buildChain(const TempTree &tree, int levels, const std::string &name, int sideEvery, int sides, std::string *want,
                int *found)
 {
@@ -150,9 +149,8 @@ TEST(Hostile, UnreadableFileIsReportedAndUnreadableFolderSkipped)
     if (started == 125 || started == 127)
         GTEST_SKIP() << "unable to run " << copy << (asNobody.asUser >= 0 ? " as user 65534" : "") << ": exit "
                      << started;
-    // "locked\xff" turns in wide text into "locked", which it may read: still none of its files are. Files nobody
-    // may read are those made so, whatever root's umask.
-    const mode_t savedMask = umask(022);
+    // "locked\xff" turns in wide text into "locked", which it may read: still none of its files are.
+    const mode_t savedMask = umask(022); // unreadable to nobody only where made so, whatever root's umask
     for (const char *name : {"open.txt", "secret.txt", "locked\xff/inside.txt", "locked/other.txt"})
         tree.file(name, name[0] == 'l' ? "hay\n" : "needle\n");
     umask(savedMask);
