@@ -1,7 +1,5 @@
-// Plain references for the fast paths of qvstring: the step-by-step forms
-// of in-place replace, of the copying walk with its case-insensitive finder,
-// and of the UTF-8 decoder and encoder, one byte or character at a time.
-// The tests and the fuzzers compare the library with them on every input.
+// Step-by-step forms of qvstring's fast paths (in-place replace, the copying walk and its case-insensitive finder,
+// the UTF-8 decoder and encoder) that the tests and the fuzzers compare the library with.
 #pragma once
 
 #include "qvstring.h"
@@ -74,8 +72,7 @@ struct Copied {
     std::string out; // the result up to its NUL
 };
 
-// The copying walk for a non-empty pattern with room for the whole result:
-// what StrCpyRepSize counts and StrCpyRep writes.
+// What StrCpyRepSize counts and StrCpyRep writes, for a non-empty pattern and room for the whole result.
 inline Copied copyReplace(const char *text, size_t textLen, const char *rep, const char *pat, int maxCount,
                           int caseSensitive, unsigned lineMode)
 {

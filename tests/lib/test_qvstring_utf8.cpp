@@ -8,14 +8,11 @@
 
 namespace {
 
-// Every length and kind of input against the references is the fast-path
-// tests' part; here the policy itself, the limits, null and zero-size
-// arguments and a round trip of every value up to 0xFFFFFF (past 0x200000
-// in steps).
+// The policy, the limits, null and zero-size arguments and a round trip of every value up to 0xFFFFFF (in steps
+// past 0x200000); every length and kind of input against the references is the fast-path tests' part.
 TEST(Utf8, PolicyLimitsNullsAndRoundTrip)
 {
-    // 0xF9 leads nothing, stray continuations stand for themselves, an
-    // overlong form is dropped.
+    // 0xF9 leads nothing, stray continuations stand for themselves, an overlong form is dropped.
     wchar_t wide[16];
     int skipped = 0;
     EXPECT_EQ(UTF8_mbstowcs_skip(wide, "\xF9\x80\xBF\xC0\xAF\xC3\xA9", 16, &skipped), 3u);
