@@ -4,27 +4,19 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
 
 namespace {
 
-double below(double edge)
-{
-    return std::nextafter(edge, 0.0);
-}
-double above(double edge)
-{
-    return std::nextafter(edge, 1e300);
-}
 const double kInf = std::numeric_limits<double>::infinity();
 
 TEST(StrPrintDouble, BandsModesAndKeptDecimals)
 {
+    const auto below = [](double edge) { return std::nextafter(edge, 0.0); };
+    const auto above = [](double edge) { return std::nextafter(edge, 1e300); };
     // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it. Below the
     // room asked for (size), '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not; size 0
     // stores only a fixed text ("@": nothing stored). Then nothing lands past the text and its terminator.
