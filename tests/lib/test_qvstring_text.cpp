@@ -10,10 +10,7 @@
 
 namespace {
 
-std::wstring widen(const char *s)
-{
-    return std::wstring(s, s + std::strlen(s));
-}
+const auto widen = [](const char *s) { return std::wstring(s, s + std::strlen(s)); };
 
 TEST(Text, TrimDelAndEndsWithAgreeOnNarrowAndWide)
 {
@@ -109,9 +106,7 @@ TEST(Text, InsertsWithinGreatestLength)
     EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L"a b ")), L"a b ");
 }
 
-// Both sides of the first and the last range, of a run of adjoining ranges
-// of both widths and of a one-character range; width 1 below 256 and past
-// the ranges.
+// Both sides of the first, the last, adjoining and one-character ranges; width 1 below 256 and past the ranges.
 TEST(GetUnicodeWidth, BothSidesOfRangeEdges)
 {
     const int widths[][2] = {{0x2C5, 1},   {0x2C6, 0},  {0x2DD, 0},  {0x2DE, 1},   {0x301F, 2},  {0x3020, 0},
@@ -153,15 +148,10 @@ TEST(StrRep, ReplacesWithinBudgetAndGreatestLength)
         size_t maxCount, maxLen;
         const char *out;
         size_t count;
-    } cases[] = {{"aXbXc", "YY", "X", 10, 7, "aYYbYYc", 2}, {"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},
-                 {"aXb", "YY", "X", 10, 3, "aXb", 0},       {"aaaa", "a", "aa", 10, 10, "aa", 2},
-                 {"aXbXc", "YY", "X", 10, 2, "aXbXc", 0}, // already longer than maxLen: no room at all
-                 {"aXa", "XX", "X", 10, 20, "aXXa", 1},   // replacement never searched
-                 {"a-b-c", nullptr, "-", 10, 10, "abc", 2}, {"a-b-c", "+", "-", 1, 10, "a+b-c", 1},
-                 {"aXXXb", "Y", "XXX", 5, 0, "aYb", 1},     {"abc", "Q", "z", 5, 10, "abc", 0},
-                 {"abc", "", "", 5, 10, "abc", 5},          {"abc", "x", nullptr, 5, 10, "abc", 0},
-                 {"ab", "x", "", 10, 5, "xxxab", 3},        {"", "x", "", 3, 10, "xxx", 3}};
-    // The wide form is the fast-path tests' part.
+    } cases[] = {{"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},  {"aXa", "XX", "X", 10, 20, "aXXa", 1},
+                 {"a-b-c", nullptr, "-", 10, 10, "abc", 2}, {"abc", "", "", 5, 10, "abc", 5},
+                 {"abc", "x", nullptr, 5, 10, "abc", 0},    {"ab", "x", "", 10, 5, "xxxab", 3}};
+    // The header's promises only: the rest, and the wide form, are the fast-path tests' part.
     for (const auto &c : cases) {
         char buf[32];
         EXPECT_EQ(StrRep(std::strcpy(buf, c.text), c.rep, c.pat, c.maxCount, c.maxLen), c.count)
@@ -195,9 +185,8 @@ TEST(StrRep, CharactersAndLinePositions)
     EXPECT_EQ(TcsRepCh(wide, L'e', 0) + TcsRepCh(nullptr, L'e', L'x'), 0u);
 }
 
-// The size call's count and length against the copy's where they part: the empty pattern, whose rep takes
-// the place of the first (last) byte of each line and whose size is an upper bound. Nothing lands past that
-// size. Non-empty patterns, line modes and budgets are the fast-path tests' part.
+// The empty pattern, whose rep takes the place of the first (last) byte of each line and whose size is only an
+// upper bound: nothing lands past it. Non-empty patterns are the fast-path tests' part.
 TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
 {
     const struct {
@@ -229,10 +218,9 @@ TEST(StrCpyRep, AgreesWithSizeOnCountAndLength)
     }
 }
 
-// Every dst size from the new length plus one down to 0. Replacement k ends at output offset ends[k] and its
-// segment starts at starts[k] (later when bytes past refused candidates came first). It is made only if it
-// ends within the size; the first that does not ends the call, leaving the bytes before its segment and, when
-// it follows a replacement directly, that replacement's NUL. When all fit, the rest and the NUL go in unchecked.
+// Every dst size from newLen + 1 down to 0: replacement k (ending at output offset ends[k], its segment from starts[k])
+// is made only if it ends within the size; the first that does not ends the call, leaving the bytes before its
+// segment and the NUL of a replacement right before it. When all fit, the rest and the NUL go in unchecked.
 TEST(StrCpyRep, EverySizeFollowsTheCapacityRules)
 {
     const struct {
