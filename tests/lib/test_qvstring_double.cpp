@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <string>
 #include <vector>
@@ -15,8 +14,6 @@ const double kInf = std::numeric_limits<double>::infinity();
 
 TEST(StrPrintDouble, BandsModesAndKeptDecimals)
 {
-    const auto below = [](double edge) { return std::nextafter(edge, 0.0); };
-    const auto above = [](double edge) { return std::nextafter(edge, 1e300); };
     // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it. Below the
     // room asked for (size), '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not; size 0
     // stores only a fixed text ("@": nothing stored). Then nothing lands past the text and its terminator.
@@ -27,38 +24,15 @@ TEST(StrPrintDouble, BandsModesAndKeptDecimals)
         size_t size = 64;
     };
     const std::vector<Case> bands = {
-        {12, 10, 0, 9, below(1e-99), "1.0000e-99"},
         {12, 10, 0, 9, 1e-99, "1.00000e-99"},
-        {12, 10, 0, 9, below(1e-9), "1.00000e-9"},
         {12, 10, 0, 9, 1e-9, "1.000000e-9"},
-        {12, 10, 0, 9, below(1e-4), "0.000100000"},
-        {12, 10, 2, 0, below(1e-4), "0.0001"},
         {12, 10, 2, 9, 1e-4, ".000100000"},
         {12, 10, 0, 20, 1e-4, "0.000100000"}, // no exponent from 1e-4 on: the zeros after the point cost digits
-        {12, 10, 0, 9, below(1.0), "1.00000000"},
-        {12, 10, 0, 9, 0.1, "0.100000000"}, // ten times 0.1 is exactly 1.0: one zero to skip, not two
-        {12, 10, 0, 0, below(1.0), "1."},
-        {12, 10, 2, 0, below(1.0), "1"},
-        {12, 10, 0, 0, 1.0, "1"},
-        {8, 10, 0, 9, 1.0, "1.0"}, // 1 itself is in the band of the integers
+        {8, 10, 0, 9, 1.0, "1.0"},            // 1 itself is in the band of the integers
         {12, 10, 0, 0, 2147483647.0, "2147483647"},
-        {12, 1, 0, 0, 100.5, "100."}, // all three digits of a power of ten, though only one is asked for
-        {8, 10, 0, 0, 1.5, "1.5"},    // the narrowest width that prints
-        {12, 10, 0, 0, below(2147483647.0), "2147483647."},
+        {12, 1, 0, 0, 100.5, "100."},                // all three digits of a power of ten, though only one is asked for
         {12, 10, 0, 9, 2147483647.0, "2147483647."}, // INT_MAX keeps all its digits with decimals kept too
-        {12, 10, 0, 0, above(2147483647.0), "2.14748e+9"},
-        {12, 10, 0, 9, below(1e100), "1.00000e+100"},
         {12, 10, 0, 9, 1e100, "1.0000e+100"},
-        {12, 10, 2, 0, 1e100, "1e100"},
-        {12, 10, 0, 0, -2147483647.0, "-2147483647"},
-        {12, 10, 0, 0, -2147483648.0, "-2.14748e+9"},
-        {12, 10, 0, 0, -1.23456789e-100, "-1.2346e-100"},
-        {12, 10, 2, 0, -0.00123456789, "-.0012345679"},
-        {12, 10, 1, 0, -1.23456789e200, "-1.23457e200"},
-        {10, 15, 0, 0, 123456.789, "1.235e+5"},
-        {12, 11, 0, 0, -123456.789, "-123457."},
-        {8, 6, 0, 0, 123456789.5, "1.2e+8"},
-        {20, 15, 0, 0, 4294967296.0, "4294967296."},
         {INT32_MAX, 6, 1, 0, 2.5e+300, "2.5e300"},
     };
     const std::vector<Case> others = {
