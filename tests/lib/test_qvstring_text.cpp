@@ -185,11 +185,10 @@ TEST(StrRep, CharactersAndLinePositions)
     EXPECT_EQ(TcsRepCh(wide, L'e', 0) + TcsRepCh(nullptr, L'e', L'x'), 0u);
 }
 
-// Every dst size from newLen + 1 down to 0: replacement k (ending at output offset ends[k], its segment from starts[k])
-// is made only if it ends within the size; the first that does not ends the call, leaving the bytes before its
-// segment and the NUL of a replacement right before it. When all fit, the rest and the NUL go in unchecked. The
-// empty pattern's rep takes the place of the first (last) byte of each line, and its size is only an upper bound
-// (a null out: nothing written at all). Non-empty patterns at every offset are the fast-path tests' part.
+// Every dst size from newLen + 1 down to 0: replacement k (ending at ends[k], its segment from starts[k]) is made only
+// if it ends within the size; the first that does not ends the call after the bytes before its segment and the NUL of
+// a replacement right before it. When all fit, the rest and the NUL go in unchecked. The empty pattern's rep replaces
+// the first (last) byte of each line, its size only an upper bound (null out: nothing written at all).
 TEST(StrCpyRep, EverySizeFollowsTheCapacityRules)
 {
     const struct {
