@@ -1,5 +1,4 @@
-// Files and paths: path clean-up; files in a sample folder the fixture
-// makes and removes.
+// Path clean-up, and files in a sample folder.
 #include "qvsystem.h"
 #include "test_support.h"
 
@@ -11,11 +10,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <vector>
-
-namespace {
 
 TEST(QvSystemPaths, CleanUpTrims)
 {
@@ -49,10 +45,8 @@ TEST_F(QvSystemFiles, OpenForWritingCreatesMissingFolders)
         EXPECT_EQ(FileOpenA(at("none/x.txt").c_str(), mode), nullptr) << (mode ? mode : "(null)");
     EXPECT_EQ(FileOpen(wideAt(L"none/x.txt").c_str(), L"a"), nullptr);
     EXPECT_EQ(FileOpenA(at("d:/x.txt").c_str(), "w"), nullptr); // a part ending in ':' is a drive: never made
-    const std::filesystem::path cwd = std::filesystem::current_path();
     std::filesystem::current_path(root_);
     EXPECT_EQ(FileOpenA("n/", "w"), nullptr); // a folder, not a file, though "n" is made on the way
-    std::filesystem::current_path(cwd);
     EXPECT_TRUE(exists("n"));
     EXPECT_FALSE(exists("none") || exists("d:"));
     EXPECT_EQ(FileOpenA(at("abc/sub/x.txt").c_str(), "w"), nullptr); // a file in the way
@@ -71,15 +65,10 @@ TEST_F(QvSystemFiles, RenameRemoveAndExistence)
     EXPECT_EQ(IFileRemoveA((at("sub.d") + "\t").c_str()), 0); // an empty folder
     EXPECT_FALSE(exists("\xC3\xA9") || exists("ac") || exists("sub.d"));
     EXPECT_EQ(IFileRemoveA(at("missing").c_str()) + IFileRemoveA(nullptr), -2);
-    const struct {
+    const struct { // "sub ": only the file test cleans
         std::string path;
         int file, folder;
-    } cases[] = {
-        {at("noext"), 1, 0},
-        {at("sub"), 1, 1},
-        {at("missing"), 0, 0},
-        {at("sub") + " ", 1, 0}, // only the file test cleans
-    };
+    } cases[] = {{at("noext"), 1, 0}, {at("sub"), 1, 1}, {at("missing"), 0, 0}, {at("sub") + " ", 1, 0}};
     for (const auto &c : cases)
         EXPECT_EQ((std::vector{IFileExistsA(c.path.c_str()), IFileExists(widen(c.path).c_str()),
                                IFolderExistsA(c.path.c_str()), IFolderExists(widen(c.path).c_str())}),
@@ -129,5 +118,3 @@ TEST_F(QvSystemFiles, CopyAndStreamQueries)
     ASSERT_EQ(chmod(at("again").c_str(), 0600), 0);
     EXPECT_EQ(read("again"), std::string(10, 'N'));
 }
-
-} // namespace

@@ -5,8 +5,6 @@
 
 #include <cstring>
 
-namespace {
-
 TEST(QvSystemPaths, BaseAndExtensionPointIntoThePath)
 {
     const struct {
@@ -23,5 +21,3 @@ TEST(QvSystemPaths, BaseAndExtensionPointIntoThePath)
     EXPECT_TRUE(SFileBase(wide) == wide + 4 && SFileExt(wide) == wide + 11);
     EXPECT_TRUE(!SFileBaseA(nullptr) && !SFileExt(nullptr));
 }
-
-} // namespace

@@ -1,6 +1,4 @@
-// The process: working folder, shell, executable and module locations,
-// dynamic loading, environment and wide-text numbers; each test puts the
-// process back as it was.
+// The process: working folder, shell, module locations, dynamic loading, environment, wide-text numbers.
 #include "qvsystem.h"
 #include "test_support.h"
 
@@ -13,18 +11,14 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
-
-namespace {
 
 class QvSystemProcess : public SampleFolder {};
 
 TEST_F(QvSystemProcess, WorkingFolderChangedAndRestored)
 {
-    const std::string saved = std::filesystem::current_path().string();
     std::string child = root_ + "\\sub\t";
     wchar_t parent[] = L"..\\", empty[] = L"", missing[] = L"/no/such/folder";
     EXPECT_EQ(IChDirA(child.data()), 1);
@@ -36,37 +30,25 @@ TEST_F(QvSystemProcess, WorkingFolderChangedAndRestored)
     char *narrow = SGetCwdA();
     EXPECT_STREQ(narrow, root_.c_str());
     free(narrow);
-    ASSERT_EQ(chdir(saved.c_str()), 0);
 }
 
-// A working folder whose name takes exactly `length` bytes, made of
-// nested folders under the sample folder.
-std::string folderOfLength(const std::string &root, size_t length)
-{
-    std::string path = root;
-    while (path.size() < length) {
-        size_t part = std::min<size_t>(200, length - path.size() - 1);
-        if (length - path.size() - part - 1 == 1) // a lone '/' cannot follow
-            --part;
-        path.append(1, '/').append(part, 'd');
-        EXPECT_EQ(mkdir(path.c_str(), 0755), 0) << path.size();
-    }
-    return path;
-}
-
-// The name is read with a limit of 512 bytes, its terminator included:
-// one byte more and the folder is not read at all, however much longer.
+// The name is read into 512 bytes, terminator included: one byte more and it is not read at all.
 TEST_F(QvSystemProcess, WorkingFolderAtTheLengthLimit)
 {
-    const std::string saved = std::filesystem::current_path().string();
     const struct {
         size_t length;
         bool fits;
     } cases[] = {{511, true}, {512, false}, {513, false}, {1023, false}, {1024, false}};
     for (const auto &c : cases) {
-        const std::string base = root_ + "/" + std::to_string(c.length);
-        ASSERT_EQ(mkdir(base.c_str(), 0755), 0);
-        const std::string folder = folderOfLength(base, c.length);
+        std::string folder = root_ + "/" + std::to_string(c.length);
+        ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
+        while (folder.size() < c.length) { // nested folders up to exactly c.length bytes
+            size_t part = std::min<size_t>(200, c.length - folder.size() - 1);
+            if (c.length - folder.size() - part - 1 == 1) // a lone '/' cannot follow
+                --part;
+            folder.append(1, '/').append(part, 'd');
+            ASSERT_EQ(mkdir(folder.c_str(), 0755), 0) << folder.size();
+        }
         ASSERT_EQ(chdir(folder.c_str()), 0) << c.length;
         [[maybe_unused]] KeptLeak kept; // a failure leaves the result block allocated
         EXPECT_EQ(take(SGetCwd()), c.fits ? widen(folder) : L"(null)") << c.length;
@@ -74,7 +56,6 @@ TEST_F(QvSystemProcess, WorkingFolderAtTheLengthLimit)
         EXPECT_EQ(narrow ? std::string(narrow) : "(null)", c.fits ? folder : "(null)") << c.length;
         free(narrow);
     }
-    ASSERT_EQ(chdir(saved.c_str()), 0);
 }
 
 TEST_F(QvSystemProcess, ShellModulesLibrariesAndEnvironment)
@@ -90,9 +71,8 @@ TEST_F(QvSystemProcess, ShellModulesLibrariesAndEnvironment)
     ASSERT_NE(cosine, nullptr);
     EXPECT_STREQ(libm, "libm.so.6"); // cleaned in place
     EXPECT_EQ(reinterpret_cast<double (*)(double)>(cosine)(0.0), 1.0);
-    EXPECT_EQ(GetDynamicLink(missing, "cos", &code[1]), nullptr);
-    EXPECT_EQ(GetDynamicLink(libm, "no_such_symbol_qv", &code[2]), nullptr);
-    EXPECT_EQ(GetDynamicLink(libm, nullptr, &code[3]), nullptr);
+    EXPECT_TRUE(!GetDynamicLink(missing, "cos", &code[1]) && !GetDynamicLink(libm, "no_such_symbol_qv", &code[2]) &&
+                !GetDynamicLink(libm, nullptr, &code[3]));
     EXPECT_EQ(GetDynamicLinkSymbol(GetDynamicLinkHandle(libm, &code[4]), "cos", &code[4]), cosine);
     EXPECT_EQ(GetDynamicLinkSymbol(nullptr, "cos", &code[5]), nullptr);
     EXPECT_EQ(std::vector(code, code + 6), (std::vector{0, 1, 2, 0, 0, 2}));
@@ -129,5 +109,3 @@ TEST_F(QvSystemProcess, WideTextToNumbers)
     EXPECT_EQ(integers, (std::vector<int64_t>{42, 2, 0, INT64_MAX, 1, 0}));
     EXPECT_EQ(reals, (std::vector{42.0, 2500.0, 0.0, 9223372036854775807.0, 1.0, 0.0}));
 }
-
-} // namespace

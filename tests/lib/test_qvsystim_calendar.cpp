@@ -1,5 +1,4 @@
-// The Julian-day calendar: day numbers and dates, times of day, weekdays,
-// the n-th weekday of a month and ISO weeks, up to the ends of the int range.
+// The Julian-day calendar, up to the ends of the int range.
 #include "qvsystim.h"
 
 #include <gtest/gtest.h>

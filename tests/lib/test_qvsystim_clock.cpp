@@ -13,17 +13,13 @@
 #include <unistd.h>
 #include <vector>
 
-namespace {
-
-struct SummerTimeZone { // set for the test, the old zone put back afterwards
-    const std::optional<std::string> saved = getenv("TZ") ? std::optional<std::string>(getenv("TZ")) : std::nullopt;
-    SummerTimeZone() { setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1), tzset(); }
-    ~SummerTimeZone() { saved ? setenv("TZ", saved->c_str(), 1) : unsetenv("TZ"), tzset(); }
-};
-
 TEST(QvSystimClock, LocalTimesTextsAndSpans)
 {
-    const SummerTimeZone zone;
+    const struct SummerTimeZone { // set for the test, the old zone put back afterwards
+        const std::optional<std::string> saved = getenv("TZ") ? std::optional<std::string>(getenv("TZ")) : std::nullopt;
+        SummerTimeZone() { setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1), tzset(); }
+        ~SummerTimeZone() { saved ? setenv("TZ", saved->c_str(), 1) : unsetenv("TZ"), tzset(); }
+    } zone;
     const double winterMidnight = 1705273200.0, summerOne = 1719831600.0; // 2024-01-15 00:00 CET, 2024-07-01 13:00 CEST
     EXPECT_EQ((std::vector{DateToTime(2024, 1, 15, 0, 0, 0), DateToTime(2024, 7, 1, 12, 0, 0),
                            DateToTime(2024, 1, 14, 24, 0, 0), DateToTime(INT_MAX, INT_MAX, 1, 0, 0, 0)}),
@@ -65,25 +61,22 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
     EXPECT_TRUE(SDateA(date, 1)[0] == '\0' && STimeA(clock, 1)[0] == '\0'); // room for the terminator alone
     EXPECT_TRUE(!STimeA(nullptr, 10) && !STime(nullptr, 10));
 
-    const struct {
+    const struct { // 1e300: held at 2^64 - 1 seconds
         double hundredths;
         size_t size;
         const char *expected;
-    } spans[] = {
-        {725, 64, " 7.25"},       {5999, 64, "59.99"},
-        {6000, 64, " 1:00"},      {359999, 64, "59:59.99"},
-        {360000, 64, " 1:00:00"}, {36012304, 64, "100:02:03.04"},
-        {NAN, 64, " 0.00"},       {1e300, 64, "5124095576030431:00:15"}, // held at 2^64 - 1 seconds
-        {36012304, 5, "100:"},    {725, 1, ""},
-    };
+    } spans[] = {{725, 64, " 7.25"},       {5999, 64, "59.99"},
+                 {6000, 64, " 1:00"},      {359999, 64, "59:59.99"},
+                 {360000, 64, " 1:00:00"}, {36012304, 64, "100:02:03.04"},
+                 {NAN, 64, " 0.00"},       {1e300, 64, "5124095576030431:00:15"},
+                 {36012304, 5, "100:"},    {725, 1, ""}};
     for (const auto &c : spans) {
         EXPECT_STREQ(STimeSpanA(span, c.size, c.hundredths, 0), c.expected) << c.hundredths << " in " << c.size;
         EXPECT_STREQ(STimeSpanA(span, c.size, 1000, 1000 + c.hundredths), c.expected)
             << c.hundredths << " in " << c.size;
     }
     EXPECT_STREQ(STimeSpanA(strcpy(span, "abc"), 0, 725, 0), "abc");
-    // time() reads a coarse clock that may lag the precise one by a tick, so
-    // right after a second begins it can still give the one before.
+    // time() reads a coarse clock: just after a second begins it may still give the one before.
     const double earliest = static_cast<double>(time(nullptr)), now = TimeGetDbl(),
                  latest = static_cast<double>(time(nullptr));
     EXPECT_TRUE(now >= earliest && now < latest + 2.0) << earliest << " " << now << " " << latest;
@@ -98,5 +91,3 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
     const double before = monotonic(), hsec = ClockGetDblHsec(), after = monotonic();
     EXPECT_TRUE(before <= hsec && hsec <= after) << before << " " << hsec << " " << after;
 }
-
-} // namespace

@@ -7,8 +7,6 @@
 #include <utility>
 #include <vector>
 
-namespace {
-
 TEST(QvSystimEaster, BothRulesAndDayNumbers)
 {
     const struct {
@@ -38,5 +36,3 @@ TEST(QvSystimEaster, BothRulesAndDayNumbers)
             ASSERT_TRUE(easter > march21 && easter <= march21 + 35 && GetDayOfWeekFromJulian(easter) == 1) << year;
         }
 }
-
-} // namespace

@@ -9,23 +9,15 @@
 #include <utility>
 #include <vector>
 
-namespace {
-
-double fromBits(uint64_t bits)
-{
-    return std::bit_cast<double>(bits);
-}
-
 TEST(QvSystimValues, BitPatternsAndEquality)
 {
+    const auto fromBits = [](uint64_t bits) { return std::bit_cast<double>(bits); };
     double nan = 1.0, inf = 1.0;
     SetNaN(&nan), SetInf(&inf), InitFPU(), SetNaN(nullptr), SetInf(nullptr); // nothing to do, null ignored
     EXPECT_EQ((std::vector{std::bit_cast<uint64_t>(DNaN()), std::bit_cast<uint64_t>(nan),
                            std::bit_cast<uint64_t>(DInf()), std::bit_cast<uint64_t>(inf)}),
               (std::vector<uint64_t>{0x7FF8000000000000, 0x7FF8000000000000, 0x7FF0000000000000, 0x7FF0000000000000}));
-    // A negative quiet NaN, signalling ones with only the lowest mantissa bit
-    // or only byte 5, both infinities, the largest finite value and one with
-    // bit 56 of the exponent clear. A NaN also equals the library's NaN.
+    // Signalling NaNs with only the lowest mantissa bit or only byte 5 set; an exponent with bit 56 clear.
     const struct {
         uint64_t bits;
         int nan, inf;
@@ -43,5 +35,3 @@ TEST(QvSystimValues, BitPatternsAndEquality)
     for (const auto &[bits, isNaN] : {std::pair{0x7F800000u, 1}, {0x7F800001u, 1}, {0x7F7FFFFFu, 0}}) // infinity counts
         EXPECT_EQ(FIsNaNfloat(std::bit_cast<float>(bits)), isNaN) << std::hex << bits;
 }
-
-} // namespace

@@ -1,6 +1,4 @@
-// Helpers of the system-service and block tests: wide text from ASCII, a
-// taken string, the leak checker switched off around a leak the design
-// keeps, and a fixture that makes a folder of sample files and removes it.
+// Helpers of the library tests: wide text, taken strings, leaks the design keeps, a sample folder.
 #ifndef TEST_SUPPORT_H
 #define TEST_SUPPORT_H
 
@@ -33,8 +31,7 @@ inline std::wstring take(wchar_t *text)
     return kept;
 }
 
-// Files abc, ac, abcd, a.b.txt, x.txt, noext, name. and .hidden, folders
-// sub, sub.d and .hiddendir, all empty.
+// A folder of empty sample files and folders, removed afterwards; the working folder is put back too.
 class SampleFolder : public ::testing::Test {
 protected:
     void SetUp() override
@@ -46,7 +43,7 @@ protected:
              {"abc", "ac", "abcd", "a.b.txt", "x.txt", "noext", "name.", ".hidden", "sub/", "sub.d/", ".hiddendir/"})
             name.back() == '/' ? (void)mkdir(at(name).c_str(), 0755) : write(name, "");
     }
-    void TearDown() override { std::filesystem::remove_all(root_); }
+    void TearDown() override { std::filesystem::current_path(cwd_), std::filesystem::remove_all(root_); }
     std::string at(const std::string &name) const { return root_ + "/" + name; }
     std::wstring wideAt(const std::wstring &name) const { return widen(root_) + L"/" + name; }
     void write(const std::string &name, const std::string &text) const
@@ -59,6 +56,7 @@ protected:
         return {std::istreambuf_iterator<char>(in), {}};
     }
     bool exists(const std::string &name) const { return std::filesystem::exists(at(name)); }
+    const std::filesystem::path cwd_ = std::filesystem::current_path();
     std::string root_;
 };
 
