@@ -7,15 +7,6 @@
 
 namespace {
 
-uintptr_t capacityOf(double **m)
-{
-    return reinterpret_cast<uintptr_t *>(m)[-1];
-}
-void *startOf(double **m)
-{
-    return reinterpret_cast<char *>(m) - 16;
-}
-
 std::string report(MatCache *record)
 {
     testing::internal::CaptureStdout();
@@ -34,12 +25,8 @@ MatCache *testLocker(int32_t fLock)
     return fLock ? g_pRecord : nullptr;
 }
 
-void start(int32_t slots, int32_t limit, MatCache *record = nullptr)
-{
-    SetMatCacheSize(slots, limit), MatCacheInit(record);
-}
-
-class MatCacheTest : public testing::Test {
+struct MatCacheTest : testing::Test {
+    static uintptr_t capacityOf(double **m) { return reinterpret_cast<uintptr_t *>(m)[-1]; }
     void TearDown() override
     {
         MatCacheExit(nullptr), SetMatCacheLocker(nullptr), SetMatCacheSize(0, 0);
@@ -51,7 +38,7 @@ class MatCacheTest : public testing::Test {
 
 TEST_F(MatCacheTest, MissHitFirstFitLimitAndReport)
 {
-    start(4, 4096);
+    SetMatCacheSize(4, 4096), MatCacheInit(nullptr);
     double **big = CMatAllocBlock(10, 10); // 1024 bytes: miss
     CMatFree(big);
     EXPECT_EQ(CMatAllocBlock(10, 10), big); // equal size: hit
@@ -85,13 +72,13 @@ TEST_F(MatCacheTest, OffSizesFailedInitAndExit)
 {
     const int32_t offSizes[][2] = {{0, 4096}, {4, 0}, {-1, 4096}}; // the last fails to init
     for (const auto &size : offSizes) {
-        start(size[0], size[1]);
+        SetMatCacheSize(size[0], size[1]), MatCacheInit(nullptr);
         EXPECT_EQ(report(nullptr), "\nCache report: size 0 limit 0 hits 0 misses 0 flushes 0\n");
         double **plain = CMatAllocBlock(1, 6);
         EXPECT_EQ(capacityOf(plain), 240u);
         CMatFree(plain), MatCacheExit(nullptr); // released: nothing can be kept
     }
-    start(2, 1024);
+    SetMatCacheSize(2, 1024), MatCacheInit(nullptr);
     CMatFree(nullptr); // nothing to keep, with the cache on too
     double **src = MatAllocBlock(2, 3), **copy;
     src[0][0] = 1.0, src[1][2] = 5.0, copy = CMatDup(src, 2, 3); // a miss
@@ -107,13 +94,13 @@ TEST_F(MatCacheTest, OffSizesFailedInitAndExit)
     EXPECT_EQ(report(nullptr), "\nCache report: size 2 limit 1024 hits 2 misses 1 flushes 0\n");
 }
 
-// Just before the stamp counter wraps, slot 0 keeps stamp 0 from the start and slot 3 gets 0 again after the
-// wrap: the victim is the last slot stamped 0, not the first, and slot 0 only once slot 3 is restamped. With no
-// stamp 0 left, slot 0 goes again, though slot 3 (stamp 1) was stored before it (stamp 2).
+// Slot 0 keeps stamp 0 and slot 3 gets 0 again after the wrap: the victim is the last slot stamped 0 (slot 3),
+// then slot 0; with none stamped 0, slot 0 again, though slot 3 (stamp 1) was stored before it (stamp 2).
 TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
 {
+    const auto startOf = [](double **m) { return static_cast<void *>(reinterpret_cast<char *>(m) - 16); };
     MatCache record{};
-    start(4, 4096, &record), SetMatCacheLocker(testLocker), g_pRecord = &record;
+    SetMatCacheSize(4, 4096), MatCacheInit(&record), SetMatCacheLocker(testLocker), g_pRecord = &record;
     double **blocks[7];
     for (double **&block : blocks)
         block = MatAllocBlock(2, 2);
@@ -138,8 +125,8 @@ TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
 TEST_F(MatCacheTest, LockerHandsOutSecondRecord)
 {
     MatCache other{}, empty{}, none{};
-    start(0, 0, &none); // initialised while caching is off: no slots
-    start(2, 4096), MatCacheInit(&other), SetMatCacheLocker(testLocker);
+    SetMatCacheSize(0, 0), MatCacheInit(&none); // initialised while caching is off: no slots
+    SetMatCacheSize(2, 4096), MatCacheInit(nullptr), MatCacheInit(&other), SetMatCacheLocker(testLocker);
     double **shared = CMatAllocBlock(3, 3); // null from the locker: the process-wide record
     CMatFree(shared);
     g_pRecord = &other; // a second thread sees none of it

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <string>
@@ -122,37 +121,32 @@ TEST(MatrixFill, NaNIdentityZeroAndElements)
 
 TEST(Vector, ConversionsCopiesAndDeliberateLeaks)
 {
-    // A row, a column and a block, in by rows and out by columns (the
-    // transpose) and back; a missing side or a count below 1 changes
-    // nothing, and nothing is written past the r x c values.
+    // In by rows, out by columns (the transpose) and back; 9.0 marks what must not be written.
     const double flat[6] = {1, 2, 3, 4, 5, 6};
     for (const auto &[r, c] : {std::pair{1, 3}, std::pair{3, 1}, std::pair{2, 3}}) {
         SCOPED_TRACE(std::to_string(r) + " x " + std::to_string(c));
-        std::vector<double> straight(flat, flat + r * c), transposed;
+        std::vector<double> straight(flat, flat + r * c), transposed, rows(8, 9.0), columns(8, 9.0), again(8, 9.0);
         for (int j = 0; j < c; j++)
             for (int i = 0; i < r; i++)
                 transposed.push_back(flat[i * c + j]);
         straight.resize(8, 9.0), transposed.resize(8, 9.0);
-        double **m = MatZero(MatAllocBlock(r, c), r, c), rows[8], columns[8], again[8];
-        std::fill_n(rows, 8, 9.0), std::fill_n(columns, 8, 9.0), std::fill_n(again, 8, 9.0);
+        double **m = MatZero(MatAllocBlock(r, c), r, c);
         MatCopyVecr(m, flat, r, c);
-        VeccCopyMat(columns, m, r, c);
-        EXPECT_EQ(std::vector<double>(columns, columns + 8), transposed);
+        VeccCopyMat(columns.data(), m, r, c);
+        EXPECT_EQ(columns, transposed);
         MatZero(m, r, c);
-        MatCopyVecc(m, columns, r, c);
-        VecrCopyMat(rows, m, r, c);
-        EXPECT_EQ(std::vector<double>(rows, rows + 8), straight);
-        for (const auto &[rr, cc] : {std::pair{r, -1}, std::pair{-1, c}, std::pair{0, c}}) {
-            MatCopyVecr(m, columns, rr, cc), MatCopyVecc(m, rows, rr, cc);
-            VecrCopyMat(columns, m, rr, cc), VeccCopyMat(rows, m, rr, cc);
+        MatCopyVecc(m, columns.data(), r, c);
+        VecrCopyMat(rows.data(), m, r, c);
+        EXPECT_EQ(rows, straight);
+        for (const auto &[rr, cc] : {std::pair{r, -1}, std::pair{-1, c}, std::pair{0, c}}) { // nothing changes
+            MatCopyVecr(m, columns.data(), rr, cc), MatCopyVecc(m, rows.data(), rr, cc);
+            VecrCopyMat(columns.data(), m, rr, cc), VeccCopyMat(rows.data(), m, rr, cc);
         }
         MatCopyVecr(m, nullptr, r, c), MatCopyVecc(m, nullptr, r, c), MatCopyVecr(nullptr, flat, r, c);
         MatCopyVecc(nullptr, flat, r, c), VecrCopyMat(nullptr, m, r, c), VeccCopyMat(nullptr, m, r, c);
-        VecrCopyMat(rows, nullptr, r, c), VeccCopyMat(columns, nullptr, r, c);
-        VecrCopyMat(again, m, r, c);
-        EXPECT_EQ(std::vector<double>(rows, rows + 8), straight);
-        EXPECT_EQ(std::vector<double>(columns, columns + 8), transposed);
-        EXPECT_EQ(std::vector<double>(again, again + 8), straight);
+        VecrCopyMat(rows.data(), nullptr, r, c), VeccCopyMat(columns.data(), nullptr, r, c);
+        VecrCopyMat(again.data(), m, r, c);
+        EXPECT_EQ((std::vector{rows, columns, again}), (std::vector{straight, transposed, straight}));
         MatFreeBlock(m);
     }
     const double src[3] = {1.5, -0.0, 3.5};

@@ -1,6 +1,5 @@
-// Plain tables: a missed release shows as a leak under the sanitizer. The
-// refusals rely on the allocator returning null for absurd requests, which
-// test_qvstdlib_tables.cpp asks of the sanitizer for the whole program.
+// Plain tables: a missed release shows as a leak under the sanitizer. The refusals need the allocator
+// to return null for absurd requests, which test_qvstdlib_tables.cpp asks of the sanitizer.
 #include "qvstdlib.h"
 
 #include <gtest/gtest.h>

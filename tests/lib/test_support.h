@@ -18,11 +18,6 @@ using KeptLeak = __lsan::ScopedDisabler;
 struct KeptLeak {};
 #endif
 
-inline std::wstring widen(const std::string &ascii)
-{
-    return std::wstring(ascii.begin(), ascii.end());
-}
-
 // The text of a new string, which is released; "(null)" for null.
 inline std::wstring take(wchar_t *text)
 {
@@ -44,15 +39,13 @@ protected:
             name.back() == '/' ? (void)mkdir(at(name).c_str(), 0755) : write(name, "");
     }
     void TearDown() override { std::filesystem::current_path(cwd_), std::filesystem::remove_all(root_); }
+    static std::wstring widen(const std::string &ascii) { return std::wstring(ascii.begin(), ascii.end()); }
     std::string at(const std::string &name) const { return root_ + "/" + name; }
     std::wstring wideAt(const std::wstring &name) const { return widen(root_) + L"/" + name; }
-    void write(const std::string &name, const std::string &text) const
-    {
-        std::ofstream(at(name), std::ios::binary) << text;
-    }
+    void write(const std::string &name, const std::string &text) const { std::ofstream(at(name)) << text; }
     std::string read(const std::string &name) const
     {
-        std::ifstream in(at(name), std::ios::binary);
+        std::ifstream in(at(name));
         return {std::istreambuf_iterator<char>(in), {}};
     }
     bool exists(const std::string &name) const { return std::filesystem::exists(at(name)); }
