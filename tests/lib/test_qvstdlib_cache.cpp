@@ -1,4 +1,3 @@
-// Matrix block cache. Every test leaves the cache off and the locker removed.
 #include "qvstdlib.h"
 
 #include <gtest/gtest.h>

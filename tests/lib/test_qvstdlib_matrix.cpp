@@ -1,4 +1,3 @@
-// Matrix, integer, table, split and vector blocks, and what they hold.
 #include "qvstdlib.h"
 #include "test_support.h"
 

@@ -1,4 +1,3 @@
-// File listing by mask, by name and by descriptor, in a sample folder.
 #include "qvstdlib.h"
 #include "qvsystem.h"
 #include "test_support.h"

@@ -1,4 +1,3 @@
-// File name parts: the base and the extension point into the path.
 #include "qvsystem.h"
 
 #include <gtest/gtest.h>

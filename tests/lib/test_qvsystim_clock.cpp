@@ -1,4 +1,3 @@
-// Clock values and time texts under a zone the test sets.
 #include "qvsystim.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-// The date of Easter by both rules, and as a day number.
 #include "qvsystim.h"
 
 #include <gtest/gtest.h>

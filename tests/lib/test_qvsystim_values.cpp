@@ -1,4 +1,3 @@
-// Special values by bit pattern.
 #include "qvsystim.h"
 
 #include <gtest/gtest.h>

@@ -19,9 +19,10 @@ struct KeptLeak {};
 #endif
 
 // The text of a new string, which is released; "(null)" for null.
-inline std::wstring take(wchar_t *text)
+template <typename Char> std::basic_string<Char> take(Char *text)
 {
-    std::wstring kept = text ? text : L"(null)";
+    const std::string null = "(null)";
+    std::basic_string<Char> kept = text ? text : std::basic_string<Char>(null.begin(), null.end());
     free(text);
     return kept;
 }
