@@ -30,8 +30,7 @@ template <typename Char> std::vector<std::basic_string<Char>> sorted(Char **tabl
 Names listed(const wchar_t *folder, const wchar_t *mask, int files = 1, bool byExt = false)
 {
     int count = 7;
-    return sorted(byExt ? FileListByExt(folder, mask, &count, files) : FileListByMask(folder, mask, &count, files),
-                  &count);
+    return sorted((byExt ? FileListByExt : FileListByMask)(folder, mask, &count, files), &count);
 }
 
 TEST_F(QvSystemList, ListByMask)

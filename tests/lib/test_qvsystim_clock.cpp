@@ -44,8 +44,7 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
         EXPECT_EQ(std::wstring(STimeStr(wide, c.t)), std::wstring(c.text.begin(), c.text.end())) << c.t;
     }
     TimeToDate(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, summerOne);
-    EXPECT_EQ(std::string(STimeStrA(narrow, DateToTime(12345, 1, 2, 3, 4, 5))),
-              "12345-01-02  3:04:0");                                   // cut to 20 bytes
+    EXPECT_STREQ(STimeStrA(narrow, DateToTime(12345, 1, 2, 3, 4, 5)), "12345-01-02  3:04:0"); // cut to 20 bytes
     EXPECT_EQ(TimeToJulian(winterMidnight), GetJulianDay(2024, 1, 15)); // counted from local midnight
     EXPECT_DOUBLE_EQ(TimeToJulian(summerOne + 0.7), GetJulianDay(2024, 7, 1) + 13.0 / 24.0);
     EXPECT_EQ(TimeToJulian(1e30), 0.0);
@@ -76,8 +75,7 @@ TEST(QvSystimClock, LocalTimesTextsAndSpans)
     }
     EXPECT_STREQ(STimeSpanA(strcpy(span, "abc"), 0, 725, 0), "abc");
     // time() reads a coarse clock: just after a second begins it may still give the one before.
-    const double earliest = static_cast<double>(time(nullptr)), now = TimeGetDbl(),
-                 latest = static_cast<double>(time(nullptr));
+    const double earliest = time(nullptr), now = TimeGetDbl(), latest = time(nullptr);
     EXPECT_TRUE(now >= earliest && now < latest + 2.0) << earliest << " " << now << " " << latest;
     const double later = (usleep(3000), TimeGetDbl()); // it tells fractions of a second apart
     EXPECT_TRUE(later - now >= 0.002 && later - now < 0.5) << now << " " << later;
