@@ -105,11 +105,8 @@ TEST_F(MatCacheTest, VictimAcrossTheStampWrap)
         block = MatAllocBlock(2, 2);
     CMatFree(blocks[0]); // slot 0, stamp 0
     record.iClock = UINT32_MAX - 1;
-    for (int k = 1; k < 4; k++)
-        CMatFree(blocks[k]); // slots 1 to 3, stamps 2^32 - 2, 2^32 - 1 and 0
-    CMatFree(blocks[4]);     // evicts slot 3
-    CMatFree(blocks[5]);     // evicts slot 0
-    CMatFree(blocks[6]);     // evicts slot 0 again
+    for (int k = 1; k < 7; k++) // into slots 1 to 3 (stamps 2^32 - 2, 2^32 - 1, 0), then over slots 3, 0 and 0
+        CMatFree(blocks[k]);
     void *const held[4] = {startOf(blocks[6]), startOf(blocks[1]), startOf(blocks[2]), startOf(blocks[4])};
     const uint32_t stamps[4] = {3, UINT32_MAX - 1, UINT32_MAX, 1};
     for (int s = 0; s < 4; s++)

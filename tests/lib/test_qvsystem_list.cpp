@@ -18,7 +18,6 @@ using Names = std::vector<std::wstring>;
 
 class QvSystemList : public SampleFolder {};
 
-// The folder gives its names in no set order: they come back sorted.
 template <typename Char> std::vector<std::basic_string<Char>> sorted(Char **table, const int *count)
 {
     EXPECT_EQ(table != nullptr, *count > 0);
@@ -58,8 +57,7 @@ TEST_F(QvSystemList, ListByMask)
     EXPECT_EQ(listed(L"*.txt", nullptr), Names{L"x.txt"}); // no folder part: the working folder
     for (const wchar_t *folder : {static_cast<const wchar_t *>(nullptr), L"", L"/no/such/folder"})
         EXPECT_EQ(listed(folder, L"*"), Names{});
-    // By descriptor: the same listing twice from one descriptor, none from -1; with the folders, the files that
-    // fit and every visible subfolder, the latter by their stored names, even where those are not UTF-8.
+    // By descriptor, twice from one; with the visible subfolders by their stored names, even those not UTF-8.
     ASSERT_EQ(mkdir(at("\xff\xfe").c_str(), 0755), 0);
     const int fd = open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     for (int dirFd : {fd, fd, -1}) {
@@ -95,8 +93,7 @@ TEST_F(QvSystemList, ListByMask)
         EXPECT_EQ(c.wantFolders ? sorted(folders, &folderCount) : Raw{}, c.folders);
         EXPECT_TRUE(c.wantFolders || folderCount == 0);
     }
-    // With standard input closed, descriptor 0 is a folder's like any other:
-    // the one a listing by name opens, the one it reads through, the caller's.
+    // With standard input closed, descriptor 0 is a folder's: one opened by name, read through, or the caller's.
     const int input = dup(0);
     close(0);
     EXPECT_EQ(listed(widen(root_).c_str(), L"*.txt"), Names{L"x.txt"});

@@ -10,8 +10,7 @@ TEST(QvSystemPaths, BaseAndExtensionPointIntoThePath)
         const char *path, *base, *ext;
     } cases[] = {
         {"dir/sub\\name.txt", "name.txt", ".txt"}, {"c:name", "name", ""}, {"dir/", "", ""},
-        {"a/b.tar.gz", "b.tar.gz", ".gz"},         {"a.b/c", "c", ""},     {".profile", ".profile", ".profile"},
-    };
+        {"a/b.tar.gz", "b.tar.gz", ".gz"},         {"a.b/c", "c", ""},     {".profile", ".profile", ".profile"}};
     for (const auto &c : cases) {
         EXPECT_EQ(SFileBaseA(c.path), c.path + strlen(c.path) - strlen(c.base)) << c.path;
         EXPECT_EQ(SFileExtA(c.path), c.path + strlen(c.path) - strlen(c.ext)) << c.path;

@@ -55,7 +55,6 @@ TEST_F(QvSystemProcess, ShellModulesLibrariesAndEnvironment)
     const std::string exe = std::filesystem::canonical("/proc/self/exe").string();
     EXPECT_EQ(take(SGetExeFullPath()), widen(exe));
     EXPECT_EQ(take(SGetModuleFolder(nullptr)), widen(exe.substr(0, exe.rfind('/') + 1))); // keeps the '/'
-    EXPECT_EQ(SGetModuleFolder(L"x"), nullptr);
     int32_t code[6] = {-1, -1, -1, -1, -1, -1};
     char libm[] = "libm.so.6 \t", missing[] = "nosuch.so";
     void *cosine = GetDynamicLink(libm, "cos", &code[0]);
@@ -73,8 +72,7 @@ TEST_F(QvSystemProcess, ShellModulesLibrariesAndEnvironment)
     EXPECT_EQ(take(SGetModuleFolderOf(cosine, 0)), widen(file));
     EXPECT_EQ(take(SGetModuleFolderOf(cosine, 1)), widen(folder)); // drops the '/'
     EXPECT_EQ(take(SGetModuleFolderOf(cosine, INT32_MAX)), L"");
-    EXPECT_EQ(SGetModuleFolderOf(nullptr, 1), nullptr);
-    // The environment: set here and put back as it was.
+    EXPECT_TRUE(!SGetModuleFolderOf(nullptr, 1) && !SGetModuleFolder(L"x"));
     const char *home = getenv("HOME");
     const std::string savedHome = home ? home : "";
     ASSERT_EQ(setenv("QVSYSTEM_TEST_VARIABLE", "caf\xC3\xA9", 1) + setenv("HOME", "/home/qv", 1), 0);
