@@ -108,6 +108,19 @@ TEST(FastReplace, InPlaceAsStepByStep)
     }
 }
 
+// Thousands of matches: the offset list outgrows its local entries and then its first heap block. A text of its own
+// each time, so that no offset left in freed memory by the call before can pass for this one's.
+TEST(FastReplace, ManyMatches)
+{
+    for (size_t maxCount : {size_t{63}, size_t{64}, size_t{65}, size_t{5000}, SIZE_MAX}) {
+        const std::string text = std::string(maxCount % 7, '-') + matchRuns("X", 20000);
+        expectReplaceLikeReference<char>(text, "<X>", "X", maxCount, 60000);
+        expectReplaceLikeReference<char>(text, "<X>", "X", maxCount, 20000 + 2 * 129);
+        expectReplaceLikeReference<char>(text, "", "X", maxCount, 0);
+        expectReplaceLikeReference<wchar_t>(widen(text), L"<X>", L"X", maxCount, 60000);
+    }
+}
+
 // Needles in both cases at every offset, through the size call and the copy, with each line mode and budget.
 TEST(FastReplace, CaseInsensitiveAsByteByByte)
 {

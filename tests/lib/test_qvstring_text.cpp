@@ -102,11 +102,14 @@ TEST(Text, InsertsWithinGreatestLength)
     EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L"a b ")), L"a b ");
 }
 
-// Both sides of the first and the last range and of the wide plane; width 1 below 256 and past the ranges.
+// Both sides of the first and the last range, of adjoining ranges of both widths, of a one-character range and of
+// the wide plane; width 1 below 256 and past the ranges.
 TEST(GetUnicodeWidth, BothSidesOfRangeEdges)
 {
-    const int widths[][2] = {{0x2C5, 1},   {0x2C6, 0}, {0x1FFFF, 1}, {0x20000, 2}, {0x3FFFF, 2},
-                             {0x40000, 1}, {-300, 1},  {0xFF, 1},    {INT_MAX, 1}, {INT_MIN, 1}};
+    const int widths[][2] = {{0x2C5, 1},   {0x2C6, 0},  {0x2DD, 0},  {0x2DE, 1},   {0x301F, 2},  {0x3020, 0},
+                             {0x302F, 0},  {0x3030, 2}, {0x3098, 2}, {0x3099, 0},  {0x309A, 0},  {0x309B, 2},
+                             {0x5BE, 1},   {0x5BF, 0},  {0x5C0, 1},  {0x1FFFF, 1}, {0x20000, 2}, {0x3FFFF, 2},
+                             {0x40000, 1}, {-300, 1},   {0xFF, 1},   {INT_MAX, 1}, {INT_MIN, 1}};
     for (const auto &[ch, width] : widths)
         EXPECT_EQ(GetUnicodeWidth(ch), width) << std::hex << ch;
 }
