@@ -1,7 +1,6 @@
-// Calls of the C library that the search code makes, turned aside in test_search: while a test holds a hook for a
-// name, its calls (from all of a walk's threads at once) reach the hook first; a value it returns is the call's result
-// (errno as it left it), none passes the call on. A name is one line of SEAM_CALLS: its result, name, parameters, the
-// arguments passed on, and whether the C library declares it noexcept (the definition must say the same).
+// Calls of the C library the search code makes, turned aside in test_search: while a test holds a hook for a name,
+// its calls (from every thread) reach the hook first; a value it returns is the call's result (errno as it left it),
+// none passes it on. A SEAM_CALLS line: result, name, parameters, arguments passed on, noexcept as the C library says.
 #pragma once
 
 #include <functional>

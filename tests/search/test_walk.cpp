@@ -334,9 +334,8 @@ TEST(Walk, FolderReopenedWaitsWhileTheBudgetIsHeld)
 }
 
 // Threads whose stacks or buffers cannot be had are done without; every thread started ends with the walk. Names miss
-// the kernel's caches, so that claims that end start threads, which none may once the calling thread joins the others.
-// Its first file waits until another thread has opened one, if one started, and theirs until it joins them: a thread
-// without its buffer gets work, and a claim ends after the walk has stopped.
+// the caches, so ending claims start threads, which none may once the calling thread joins the others. Its first file
+// waits for another's open (if one started), theirs for the join: bufferless threads get work, claims outlive the walk.
 TEST(Walk, ThreadsThatCannotBeHadAreDoneWithout)
 {
     Tree few, tree;
