@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "fyndle.h"
 #include "pattern.h"
@@ -17,32 +18,18 @@ struct Compiled {
     int count;
 };
 
-std::string byteRange(int lo, int hi)
+// The bytes lo to hi; given a table, those of them element 0 accepts (before any negation).
+std::string byteRange(int lo, int hi, const uint32_t *table = nullptr)
 {
     std::string bytes;
     for (int b = lo; b <= hi; ++b)
-        bytes += static_cast<char>(b);
+        if (!table || (table[b] & 1u) != 0)
+            bytes += static_cast<char>(b);
     return bytes;
 }
 
-// The bytes element k accepts, before any negation.
-std::string acceptedBy(const Compiled &c, int k)
-{
-    std::string bytes = byteRange(0, 255);
-    std::erase_if(bytes, [&](char b) { return (c.table[static_cast<unsigned char>(b)] & (1u << k)) == 0; });
-    return bytes;
-}
-
-struct Case {
-    bool regExp;
-    std::string pattern;
-    int count;            // elements made (0: syntax error)
-    unsigned char first;  // expected first byte
-    std::string element0; // bytes element 0 accepts (before negation)
-    uint32_t flags0;      // flags of element 0
-};
-
-const Case kCases[] = {
+// Under -r or not, a pattern: the elements made (0: a syntax error), the first byte, element 0's bytes and flags.
+const std::tuple<bool, std::string, int, unsigned char, std::string, uint32_t> kCases[] = {
     {false, "a.b", 3, 'a', "a", kFlagSingle},
     {false, std::string(40, 'x'), 32, 'x', "x", kFlagSingle},
     {false, "", 0, 0, "", 0},
@@ -73,20 +60,17 @@ const Case kCases[] = {
 
 TEST(Pattern, CompilesElementZeroAndCount)
 {
-    for (const Case &want : kCases) {
-        const Compiled c(want.pattern, want.regExp);
-        ASSERT_EQ(c.count, want.count) << want.pattern;
-        if (want.count == 0)
+    for (const auto &[regExp, pattern, count, first, element0, flags0] : kCases) {
+        const Compiled c(pattern, regExp);
+        ASSERT_EQ(c.count, count) << pattern;
+        if (count == 0)
             continue;
-        EXPECT_EQ(c.first, want.first) << want.pattern;
-        EXPECT_EQ(acceptedBy(c, 0), want.element0) << want.pattern;
-        EXPECT_EQ(c.flags[0], want.flags0) << want.pattern;
-        EXPECT_EQ(c.flags[want.count], kFlagEnd) << want.pattern;
+        EXPECT_EQ(c.first, first) << pattern;
+        EXPECT_EQ(byteRange(0, 255, c.table), element0) << pattern;
+        EXPECT_EQ(c.flags[0], flags0) << pattern;
+        EXPECT_EQ(c.flags[count], kFlagEnd) << pattern;
     }
-}
-
-TEST(Pattern, WideningCopiesTheLetterRowsOnly)
-{
+    // Widening for case copies the letter rows only.
     Compiled c("z[{]", true);
     WidenPatternForCase(c.table);
     EXPECT_TRUE(c.table['Z'] == 1u && c.table['['] == 0u);
