@@ -92,15 +92,10 @@ TEST(ByteScan, AgreesWithPlainLoops)
     }
     // Byte-wide counters must be summed before they wrap.
     EXPECT_EQ(CountNewlines(std::vector<unsigned char>(20001, '\n').data(), 20001), 20001);
-}
-
-// Both forms; the one in blocks may rewrite 15 bytes after the span.
-TEST(ByteScan, FoldCapitalsChangesOnlyAToZInTheSpan)
-{
+    // Folding changes only A to Z in the span, in both forms; the one in blocks may rewrite 15 bytes after the span.
     for (const bool inBlocks : {false, true})
         for (const size_t at : {0, 1, 17, 70}) // at 70, the 'Z' lies in the last bytes after the blocks
             for (const size_t len : {0, 5, 16, 31, 300}) {
-                std::vector<unsigned char> text(400);
                 for (size_t i = 0; i < text.size(); ++i)
                     text[i] = static_cast<unsigned char>(i * 7); // every byte value
                 const std::vector<unsigned char> before = text;
