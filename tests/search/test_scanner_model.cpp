@@ -41,9 +41,8 @@ extern "C" ssize_t read(int fd, void *buffer, size_t count)
     }
     count = s_readFailsFrom >= 0 ? std::min(count, static_cast<size_t>(s_readFailsFrom - at)) : count;
     const auto got = syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
-    if (s_appendWhileRead && got > 0) {
+    if (s_appendWhileRead && got > 0)
         EXPECT_TRUE(std::ofstream("/proc/self/fd/" + std::to_string(fd), std::ios::app) << "ab\n" << std::flush);
-    }
     return got;
 }
 
@@ -300,11 +299,9 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
     // Starts in a range of letters in both cases and a third range: the lines' classified walk keeps all three.
     expectSame("r", "[ab~][^_]*_", "zz~zz_\nzzbz_\nzz~_\n");
     expectSame("rc", "[a-cA-B][^_]*_", "zzCzz_\nzzbz_\n"); // not the same letters in both cases
-    // The stuck path fails at the next first byte, just past a window without one: that window is searched, and the
-    // match from the byte after it found.
+    // The stuck path fails at the next first byte, past a window without one: that window is searched, the match found.
     expectSame("r", "x[a-w]*_q", std::string("x").append(5120, 'a').append("xab_q\n"));
-    // A window whose first byte lies past the bytes every window holds is told one at a time: it consumes that byte
-    // too, so the match of the path that byte is on never shows.
+    // A first byte past what every window holds, told one window at a time: consuming it too hid its path's match.
     expectSame("r", "x[^_]*_", std::string("x").append(4900, 'a').append("x").append(1098, 'a').append("_\n"));
     // The first byte is the newline: a window passed over would stop after one, uncounted.
     expectSame("r", "^[^_]*_", repeated("ab\n", 2000).append("_\n"));
@@ -315,30 +312,23 @@ TEST(ScannerModel, LongFilesWithCutsCarriesAndFolding)
         g_fCountLines = 1; // until the next expectSame
         EXPECT_EQ(scan(nullptr, std::string(8000, '\n')), 7000);
     }
-    s_readFailsFrom = -1;
     // What is appended after the open is not searched: the size taken then ends the file.
-    s_appendWhileRead = true;
+    s_readFailsFrom = -1, s_appendWhileRead = true;
     expectSame("", "ab", std::string(6000, 'x') + "ab\n");
     s_appendWhileRead = false;
-}
-
-TEST(ScannerModel, WindowEdges)
-{
-    // A line longer than a window with a candidate at its end: carried bytes were folded by the window that searched
-    // them. An attempt from a window's first byte that runs off its end consumes nothing: the window moves on one byte
-    // without the offset, up to one holding what decides (a match, a refused byte, the end). A newline past the cut
-    // shortens some; mixed case shows folded carried bytes; where element 0 takes one byte, windows stop at the next.
+    // Lines longer than a window, a candidate at the end: carried bytes were folded by the window that searched them
+    // (mixed case shows it). An attempt from a window's first byte running off its end consumes nothing: it moves on
+    // one byte, to one holding what decides (a match, a refused byte, the end). Newlines past the cut shorten some;
+    // where element 0 takes one byte, windows stop at the next.
     const std::string letters = repeated("abcdEFGH", 1500);
     const std::string carried = std::string(5117, 'x') + "ABCABD\n", plain = std::string(12000, 'a') + "q\nxaq\n";
     const std::string cut = letters.substr(0, 7000) + "\n" + letters.substr(0, 3000) + "Q tail\n";
     const std::string refused = letters.substr(0, 9000) + "qy" + letters.substr(0, 3000) + "qz" + "ab\n";
     const std::string atEnd = letters + "_q", xyz = std::string(5117, '-') + "XYZXYW\n";
-    // Passed over after the window at the 'a': the next window has its newline exactly at its cut point and so ends
-    // there; the line after it is printed from its start, not from its 'e'.
+    // The window after the one at the 'a' has its newline at its cut: the next line prints from its start, not 'e'.
     std::string atCut(1, 'a');
     atCut.append(4801, 'x').append("\n").append(100, 'y').append("e").append(296, 'y').append("q\n");
-    // Newlines a first-byte scan passes are counted late: a window that ends in a first byte that fails in the next one
-    // lies between the windows whose newlines wait, and must not be counted twice.
+    // Newlines a first-byte scan passes count late: a window ending in a first byte that fails in the next counts once.
     const std::string tenLines = repeated("xxxxxxxxx\n", 912);
     const std::string lateLines = tenLines + std::string(1117, 'x') + "zebX\n" + tenLines + "zebra\n";
     // Lines of first bytes only: each window passed over one at a time consumes nothing and moves on by one.
@@ -365,6 +355,7 @@ TEST(ScannerModel, WindowEdges)
 // where openat2 is refused as by an older kernel (ENOSYS) or one without the cached lookup (EINVAL), here by a filter.
 TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
 {
+    CacheProbe probe; // the children use copies: still fresh for the last check
     for (const unsigned error : {0, ENOSYS, EINVAL}) {
         sock_filter filter[] = {
             BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -373,13 +364,10 @@ TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
             BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
         };
         const sock_fprog program{static_cast<unsigned short>(std::size(filter)), filter};
-        CacheProbe probe;
         if (const pid_t child = fork(); child == 0)
-            _exit((error == 0 || (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-                                  prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0)) &&
-                          OpenFileAt(AT_FDCWD, "/proc/version", &probe) >= 0 && (probe.unsupported || !probe.cached)
-                      ? 0
-                      : 1);
+            _exit(!((error == 0 || (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                                    prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0)) &&
+                    OpenFileAt(AT_FDCWD, "/proc/version", &probe) >= 0 && (probe.unsupported || !probe.cached)));
         int status = 1;
         wait(&status);
         EXPECT_EQ(status, 0) << error;
@@ -387,7 +375,6 @@ TEST(ScannerModel, OpensWhatTheCacheProbeCannot)
     // A probe that succeeds with errno left EAGAIN by an earlier name opens "." (always cached) once, on the lowest fd.
     const int lowest = open(".", O_RDONLY);
     close(lowest);
-    CacheProbe probe;
     errno = EAGAIN;
     const int fd = OpenFileAt(AT_FDCWD, ".", &probe);
     EXPECT_EQ(fd, lowest);
