@@ -1,4 +1,3 @@
-// Captures what the tool's pieces print on standard output.
 #pragma once
 
 #include <cstdio>

@@ -1,4 +1,3 @@
-// The pattern compiler: element tables and flags for both syntaxes.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -41,8 +41,9 @@ extern "C" ssize_t read(int fd, void *buffer, size_t count)
     }
     count = s_readFailsFrom >= 0 ? std::min(count, static_cast<size_t>(s_readFailsFrom - at)) : count;
     const auto got = syscall(SYS_read, fd, buffer, s_readCap != 0 && count > s_readCap ? s_readCap : count);
-    if (s_appendWhileRead && got > 0)
+    if (s_appendWhileRead && got > 0) {
         EXPECT_TRUE(std::ofstream("/proc/self/fd/" + std::to_string(fd), std::ios::app) << "ab\n" << std::flush);
+    }
     return got;
 }
 
