@@ -45,8 +45,7 @@ private:
 // The visible entries of a folder in the order it lists them.
 std::vector<std::string> listed(const std::string &folder);
 
-// Replaces every '@' with the tree's root.
-std::string expand(std::string text, const TempTree &tree);
+std::string expand(std::string text, const std::string &root); // every '@' replaced with root
 
 // Runs fyndle as options say, then pinned to one CPU: both end alike, print the same and nothing on standard error.
 RunResult bothWays(const std::vector<std::string> &args, RunOptions options = {}); // returns the pinned run
