@@ -27,7 +27,7 @@ RunResult runFyndle(const std::vector<std::string> &args, const RunOptions &opti
     pid_t child = fork();
     if (child == 0) {
         signal(SIGPIPE, SIG_DFL);
-        dup2(options.stdoutTo.empty() ? pipes[0][1] : open(options.stdoutTo.c_str(), O_WRONLY), 1);
+        dup2(options.stdoutTo.empty() ? pipes[0][1] : open(options.stdoutTo.c_str(), O_WRONLY | O_CREAT, 0644), 1);
         dup2(pipes[1][1], 2);
         close(pipes[0][0]), close(pipes[1][0]);
         options.stdinClosed ? close(0) : dup2(open("/dev/null", O_RDONLY), 0);
