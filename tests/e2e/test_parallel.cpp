@@ -1,11 +1,9 @@
-// fyndle on every CPU against fyndle pinned to one: a generated tree of thousands of files and a deep chain of
-// folders give the same whole output and exit code both ways, and the expected counts.
+// fyndle on every CPU against fyndle pinned to one, over thousands of generated files and a deep chain of folders.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 #include <cstdio>
 #include <random>
-#include <string>
 
 #include "e2e_support.h"
 
