@@ -121,7 +121,7 @@ TEST(Failures, KilledRunKeepsTheLinesOfFilesBefore)
 {
     rlimit sizes{};
     if (getrlimit(RLIMIT_FSIZE, &sizes) == 0 && sizes.rlim_cur != RLIM_INFINITY && sizes.rlim_cur <= (1ULL << 36))
-        GTEST_SKIP() << "a limit on file sizes (the fault sweep sets one), whose signal would stop the 64 GiB file";
+        GTEST_SKIP() << "a limit on file sizes (the fault sweep sets one): making the 64 GiB file would end the test";
     TempTree tree("/dev/shm"); // the huge file is a hole: no memory, no disk
     tree.file("a.txt", "the needle\n");
     tree.file("z/huge", "");
