@@ -1,5 +1,4 @@
-// Plain tables: a missed release shows as a leak under the sanitizer. The refusals need the allocator
-// to return null for absurd requests, which test_qvstdlib_tables.cpp asks of the sanitizer.
+// A missed release shows as a leak under the sanitizer; test_qvstdlib_tables.cpp lets its allocator return null.
 #include "qvstdlib.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-// Numbers as text: a double in a fixed width.
 #include "qvstring.h"
 #include "qvsystim.h"
 
@@ -14,9 +13,8 @@ const double kInf = std::numeric_limits<double>::infinity();
 
 TEST(StrPrintDouble, BandsModesAndKeptDecimals)
 {
-    // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it. Below the
-    // room asked for (size), '%g' and "%d" are cut at size - 1, the fixed texts and the '.' are not; size 0
-    // stores only a fixed text ("@": nothing stored). Then nothing lands past the text and its terminator.
+    // Width 12 and precision 10 make each band's digit budget the limit; keepDecimals 9 shows it. Below size, '%g'
+    // and "%d" are cut at size - 1, fixed texts and '.' are not; size 0 stores only a fixed text ("@": nothing).
     struct Case {
         int width, precision, mode, keep;
         double x;

@@ -108,8 +108,7 @@ TEST(FastReplace, InPlaceAsStepByStep)
     }
 }
 
-// Thousands of matches: the offset list outgrows its local entries and then its first heap block. A text of its own
-// each time, so that no offset left in freed memory by the call before can pass for this one's.
+// The offset list outgrows its local entries and first heap block; a new text each time, so stale offsets cannot pass.
 TEST(FastReplace, ManyMatches)
 {
     for (size_t maxCount : {size_t{63}, size_t{64}, size_t{65}, size_t{5000}, SIZE_MAX}) {

@@ -1,4 +1,3 @@
-// Hex bit patterns of doubles and date stamps of day numbers.
 #include "qvstring.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-// In-place text utilities, search and replace, character widths and wide comparisons.
 #include "qvstring.h"
 
 #include <gtest/gtest.h>
@@ -102,8 +101,7 @@ TEST(Text, InsertsWithinGreatestLength)
     EXPECT_STREQ(TcsjLeft(std::wcscpy(wide, L"a b ")), L"a b ");
 }
 
-// Both sides of the first and the last range, of adjoining ranges of both widths, of a one-character range and of
-// the wide plane; width 1 below 256 and past the ranges.
+// Both sides of the first, last, adjoining (both widths) and one-character ranges and of the wide plane; 1 elsewhere.
 TEST(GetUnicodeWidth, BothSidesOfRangeEdges)
 {
     const int widths[][2] = {{0x2C5, 1},   {0x2C6, 0},  {0x2DD, 0},  {0x2DE, 1},   {0x301F, 2},  {0x3020, 0},
@@ -180,10 +178,9 @@ TEST(StrRep, CharactersAndLinePositions)
     EXPECT_EQ(TcsRepCh(wide, L'e', 0) + TcsRepCh(nullptr, L'e', L'x'), 0u);
 }
 
-// Every dst size from newLen + 1 down to 0: replacement k (ending at ends[k], its segment from starts[k]) is made only
-// if it ends within the size; the first that does not ends the call after the bytes before its segment and the NUL of
-// a replacement right before it. When all fit, the rest and the NUL go in unchecked. The empty pattern's rep replaces
-// the first (last) byte of each line, its size only an upper bound (null out: nothing written at all).
+// Each dst size from newLen + 1 to 0: replacement k (ends at ends[k], segment from starts[k]) is made if it fits; the
+// first that does not ends the call after the bytes before its segment, plus a NUL right after a replacement. All fit:
+// the rest and NUL go unchecked. The empty pattern takes each line's first (last) byte, newLen a bound; null out: none.
 TEST(StrCpyRep, EverySizeFollowsTheCapacityRules)
 {
     const struct {

@@ -1,4 +1,3 @@
-// UTF-8 converters: the decoding policy, buffer limits, round trips and small helpers.
 #include "qvstring.h"
 
 #include <gtest/gtest.h>
@@ -8,8 +7,7 @@
 
 namespace {
 
-// The policy, the limits, null and zero-size arguments and a round trip of every value up to 0xFFFFFF (in steps
-// past 0x200000); every length and kind of input against the references is the fast-path tests' part.
+// Policy, limits, nulls, zero sizes, a round trip to 0xFFFFFF; every input against the references is the fast paths'.
 TEST(Utf8, PolicyLimitsNullsAndRoundTrip)
 {
     // 0xF9 leads nothing, stray continuations stand for themselves, an overlong form is dropped.

@@ -24,8 +24,7 @@ int dayOf(const Date &d)
 
 TEST(QvSystimCalendar, DayNumbersDatesAndTimesOfDay)
 {
-    // Month 13 is January of the next year, day 32 February 1; the ends of the int range; the Gregorian test past
-    // 2^31 (from about year 5772806 on). back: the date comes back from the day number (1582: the round trip below).
+    // Month 13 is the next January, day 32 February 1; the int range's ends; the Gregorian test past 2^31 (5800000).
     const struct {
         int year, month, day, jdn;
         bool back;
