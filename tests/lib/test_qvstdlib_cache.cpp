@@ -26,6 +26,7 @@ MatCache *testLocker(int32_t fLock)
 
 struct MatCacheTest : testing::Test {
     static uintptr_t capacityOf(double **m) { return reinterpret_cast<uintptr_t *>(m)[-1]; }
+    static double **givenBack(double **m) { return CMatFree(m), m; }
     void TearDown() override
     {
         MatCacheExit(nullptr), SetMatCacheLocker(nullptr), SetMatCacheSize(0, 0);
@@ -38,9 +39,8 @@ struct MatCacheTest : testing::Test {
 TEST_F(MatCacheTest, MissHitFirstFitLimitAndReport)
 {
     SetMatCacheSize(4, 4096), MatCacheInit(nullptr);
-    double **big = CMatAllocBlock(10, 10); // 1024 bytes: miss
-    CMatFree(big);
-    EXPECT_EQ(CMatAllocBlock(10, 10), big); // equal size: hit
+    double **big = givenBack(CMatAllocBlock(10, 10)); // 1024 bytes: miss
+    EXPECT_EQ(CMatAllocBlock(10, 10), big);           // equal size: hit
     EXPECT_EQ(capacityOf(big), 1008u);
     CMatFree(big);
     double **small = CMatAllocBlock(2, 2);                // 64 bytes: first fit takes the 1024 block
@@ -60,8 +60,7 @@ TEST_F(MatCacheTest, MissHitFirstFitLimitAndReport)
     MatFreeBlock(big), CMatFree(atLimit), MatCacheFlush(nullptr); // the flush keeps the counters
     EXPECT_TRUE(!CMatAllocBlock(0, 5) && !CMatAllocBlock(65536, 65536) && !CMatAllocBlock(-3, 2)); // -3: a miss
     EXPECT_EQ(report(nullptr), "\nCache report: size 4 limit 4096 hits 5 misses 3 flushes 0\n");
-    double **two = CMatAllocBlock(2, 3);
-    CMatFree(two);
+    double **two = givenBack(CMatAllocBlock(2, 3));
     double **one = CMatAllocBlock(1, 3); // the same block, its one row laid out anew
     EXPECT_TRUE(one == two && one[0] == reinterpret_cast<double *>(one + 1));
     CMatFree(one);
@@ -123,11 +122,9 @@ TEST_F(MatCacheTest, LockerHandsOutSecondRecord)
     MatCache other{}, empty{}, none{};
     SetMatCacheSize(0, 0), MatCacheInit(&none); // initialised while caching is off: no slots
     SetMatCacheSize(2, 4096), MatCacheInit(nullptr), MatCacheInit(&other), SetMatCacheLocker(testLocker);
-    double **shared = CMatAllocBlock(3, 3); // null from the locker: the process-wide record
-    CMatFree(shared);
-    g_pRecord = &other; // a second thread sees none of it
-    double **own = CMatAllocBlock(3, 3);
-    CMatFree(own);
+    double **shared = givenBack(CMatAllocBlock(3, 3)); // null from the locker: the process-wide record
+    g_pRecord = &other;                                // a second thread sees none of it
+    double **own = givenBack(CMatAllocBlock(3, 3));
     EXPECT_TRUE(own != shared && CMatAllocBlock(3, 3) == own);
     CMatFree(own), CMatFree(CMatAllocBlock(40, 40)); // the process-wide limit holds: no lock taken
     EXPECT_TRUE(g_cLocks == 6 && g_cUnlocks == 6);
