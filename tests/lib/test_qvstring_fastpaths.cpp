@@ -1,6 +1,7 @@
 // The block and one-pass paths of replace, case-insensitive search and UTF-8 conversion against the references.
 #include "qvstring.h"
 #include "qvstring_reference.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -45,8 +46,6 @@ std::vector<size_t> sizesAround(size_t count, size_t len)
         sizes.push_back(size);
     return sizes;
 }
-
-const auto widen = [](const std::string &ascii) { return std::wstring(ascii.begin(), ascii.end()); };
 
 // Runs of matches of every length between plain bytes, and near misses (the last byte changed).
 std::string matchRuns(const std::string &pat, size_t len)
@@ -179,8 +178,7 @@ TEST(FastUtf8, DecodeAsByteByByte)
                 int skipped = 0, expectedSkipped = 0;
                 const size_t count = reference::decode(nullptr, src, 0, &expectedSkipped);
                 ASSERT_EQ(UTF8_mbstowcs_skip(nullptr, src, 0, &skipped), count);
-                ASSERT_EQ(skipped, expectedSkipped);
-                ASSERT_EQ(A2T_len(src), count);
+                ASSERT_TRUE(skipped == expectedSkipped && A2T_len(src) == count);
                 for (size_t size : sizesAround(count, len)) {
                     std::wstring fast(size + 4, L'#'), slow = fast;
                     ASSERT_EQ(UTF8_mbstowcs(fast.data(), src, size),
@@ -194,11 +192,9 @@ TEST(FastUtf8, DecodeAsByteByByte)
                     slow[reference::decode(slow.data(), body, size - 1, nullptr)] = L'\0';
                     ASSERT_TRUE(copy == slow) << "A2T_cpy size " << size;
                 }
-                wchar_t *dup = A2T_dup(src);
                 std::wstring all(count + 1, L'#');
                 all.resize(reference::decode(all.data(), body, count + 1, nullptr));
-                ASSERT_TRUE(dup != nullptr && all == dup);
-                std::free(dup);
+                ASSERT_EQ(take(A2T_dup(src)), all);
             }
         }
     }
@@ -219,16 +215,14 @@ TEST(FastUtf8, EncodeAsCharacterByCharacter)
                 SCOPED_TRACE("piece " + std::to_string(static_cast<uint32_t>(piece)) + " at " + std::to_string(at) +
                              " of " + std::to_string(text.size()));
                 const size_t bytes = reference::encode(nullptr, src, 0);
-                ASSERT_EQ(UTF8_wcstombs(nullptr, src, 0), bytes);
-                ASSERT_EQ(T2A_len(src), bytes);
+                ASSERT_TRUE(UTF8_wcstombs(nullptr, src, 0) == bytes && T2A_len(src) == bytes);
                 for (size_t size : sizesAround(bytes, len)) {
                     std::string fast(size + 8, '#'), slow = fast;
                     ASSERT_EQ(UTF8_wcstombs(fast.data(), src, size), reference::encode(slow.data(), src, size));
                     ASSERT_EQ(fast, slow) << "size " << size;
                     if (size == 0)
                         continue;
-                    fast.assign(size + 8, '#');
-                    slow = fast;
+                    slow = fast.assign(size + 8, '#');
                     T2A_cpy(fast.data(), size, src);
                     reference::encodeCut(slow.data(), size, src);
                     ASSERT_EQ(fast, slow) << "T2A_cpy size " << size;

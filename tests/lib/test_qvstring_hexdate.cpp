@@ -10,11 +10,7 @@
 
 namespace {
 
-const double kDay = 2451545.0;                              // 2000-01-01, a Saturday
-double at(int hour, int minute, int second, int hundredths) // a time of day in exact hundredths
-{
-    return (((hour * 60 + minute) * 60 + second) * 100 + hundredths) / 8640000.0;
-}
+const double kDay = 2451545.0; // 2000-01-01, a Saturday
 
 TEST(DHexToDouble, PatternsMostSignificantFirst)
 {
@@ -37,8 +33,8 @@ TEST(DHexToDouble, PatternsMostSignificantFirst)
 
 TEST(Dbl2DateStrA, EveryFlagCombination)
 {
-    const double halfPast = kDay + at(12, 30, 0, 50);
-    char small[8]; // a size of 3 still holds "."
+    const double halfPast = kDay + 4500050 / 8640000.0; // 12:30:00.50 in hundredths of a day
+    char small[8], midnight[16];
     // The last four rows: the greatest day number an int holds and the next, the least (no day name) and the one below.
     const struct {
         int dayName, midnight, space, seconds;
@@ -65,9 +61,8 @@ TEST(Dbl2DateStrA, EveryFlagCombination)
         const size_t kept = size == 0 ? 0 : std::min(size - 1, full.size());
         EXPECT_EQ(buf, (size ? full.substr(0, kept) + '\0' : "") + std::string(40 - kept - (size > 0), '@')) << size;
     }
-    EXPECT_STREQ(Dbl2DateStrA(small, 3, 0, 0, 0, 0, std::nan("")), ".");
-    char midnight[16]; // the midnight time is appended whole: size + 9 bytes
-    EXPECT_STREQ(Dbl2DateStrA(midnight, 5, 1, 1, 0, 1, kDay), "2000T00:00:00");
+    EXPECT_STREQ(Dbl2DateStrA(small, 3, 0, 0, 0, 0, std::nan("")), ".");        // a size of 3 still holds "."
+    EXPECT_STREQ(Dbl2DateStrA(midnight, 5, 1, 1, 0, 1, kDay), "2000T00:00:00"); // the time appended whole: size + 9
 }
 
 TEST(Dbl2DateStr, WidensOrLeavesUntouched)

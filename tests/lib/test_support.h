@@ -18,6 +18,8 @@ using KeptLeak = __lsan::ScopedDisabler;
 struct KeptLeak {};
 #endif
 
+inline const auto widen = [](const std::string &ascii) { return std::wstring(ascii.begin(), ascii.end()); };
+
 // The text of a new string, which is released; "(null)" for null.
 template <typename Char> std::basic_string<Char> take(Char *text)
 {
@@ -40,7 +42,6 @@ protected:
             name.back() == '/' ? (void)mkdir(at(name).c_str(), 0755) : write(name, "");
     }
     void TearDown() override { std::filesystem::current_path(cwd_), std::filesystem::remove_all(root_); }
-    static std::wstring widen(const std::string &ascii) { return std::wstring(ascii.begin(), ascii.end()); }
     std::string at(const std::string &name) const { return root_ + "/" + name; }
     std::wstring wideAt(const std::wstring &name) const { return widen(root_) + L"/" + name; }
     void write(const std::string &name, const std::string &text) const { std::ofstream(at(name)) << text; }
