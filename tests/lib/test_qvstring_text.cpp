@@ -139,7 +139,8 @@ TEST(StrRep, ReplacesWithinBudgetAndGreatestLength)
         size_t count;
     } cases[] = {{"aXbXc", "YY", "X", 10, 6, "aYYbXc", 1},  {"aXa", "XX", "X", 10, 20, "aXXa", 1},
                  {"a-b-c", nullptr, "-", 10, 10, "abc", 2}, {"abc", "", "", 5, 10, "abc", 5},
-                 {"abc", "x", nullptr, 5, 10, "abc", 0},    {"ab", "x", "", 10, 5, "xxxab", 3}};
+                 {"abc", "x", nullptr, 5, 10, "abc", 0},    {"ab", "x", "", 10, 5, "xxxab", 3},
+                 {"aXbXc", "YY", "X", 10, 2, "aXbXc", 0}}; // already longer than maxLen: no room at all
     // The header's promises only: the rest, and the wide form, are the fast-path tests' part.
     for (const auto &c : cases) {
         char buf[32];
