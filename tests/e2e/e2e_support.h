@@ -15,7 +15,7 @@ struct RunResult {
 
 // How a run differs from the plain one: standard input on /dev/null, killed after 60 s.
 struct RunOptions {
-    bool oneCpu = false;                   // pinned to the first CPU allowed, so that it searches without threads
+    bool oneCpu = false;                   // pinned to the CPU it starts on, so that it searches without threads
     bool stdinClosed = false;              // standard input closed: the run's first descriptor is 0
     std::pair<int, uint64_t> limit{-1, 0}; // a resource (RLIMIT_...) whose soft limit is lowered, and to what
     int timeoutSeconds = 60;
